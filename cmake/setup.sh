@@ -1,0 +1,118 @@
+# Sets up and builds what ./check and ./vornscan need; both source this file.
+# Everything it says goes to standard error: standard output belongs to the caller.
+
+tool_packages='cmake g++ ninja-build libcli11-dev libtiff-dev'
+check_packages="$tool_packages libbenchmark-dev libgtest-dev pkg-config"
+
+root=$(dirname "$(readlink -f "$0")")
+build=$root/build/release
+
+say()
+{
+    printf 'vornwia: %s\n' "$1" >&2
+}
+
+# fail MESSAGE LOG: says what went wrong, shows the end of the log, and ends the script.
+fail()
+{
+    tail -n 40 "$2" >&2
+    say "$1 The full log is $2."
+    exit 1
+}
+
+# Prints those of the packages given that are not installed.
+missing_packages()
+{
+    for package; do
+        status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || status=
+        [ "$status" = installed ] || printf '%s ' "$package"
+    done
+}
+
+install_packages()
+{
+    if ! command -v dpkg-query >/dev/null; then
+        say "this is not a Debian system: make sure that it has what these packages bring: $*"
+        return
+    fi
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+
+    as_root=
+    if [ "$(id -u)" != 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            say "these packages are missing, and installing them takes root or sudo: $missing"
+            exit 1
+        fi
+        as_root=sudo
+    fi
+    say "installing $missing..."
+    log=$root/build/packages.log
+    {
+        $as_root apt-get update && $as_root env DEBIAN_FRONTEND=noninteractive \
+            apt-get install --yes --no-install-recommends $missing
+    } </dev/null >"$log" 2>&1 || fail "installing $missing failed." "$log"
+}
+
+# configure TESTS: makes the build tree unless it is there; TESTS is ON when it must hold the tests.
+configure()
+{
+    cache=$build/CMakeCache.txt
+    if [ -f "$build/build.ninja" ] && grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache" &&
+        { [ "$1" = OFF ] || grep -qx 'VORN_BUILD_TESTS:BOOL=ON' "$cache"; }; then
+        return
+    fi
+    say 'configuring...'
+    log=$root/build/configure.log
+    (cd "$root" && cmake --preset release --fresh -DVORN_BUILD_TESTS="$1" -DVORN_BUILD_BENCH="$1") \
+        </dev/null >"$log" 2>&1 || fail 'configuring failed.' "$log"
+}
+
+# Until the script ends or this job is stopped, shows on a terminal how far the build is.
+show_progress()
+{
+    while kill -0 $$ 2>/dev/null; do
+        sleep 1
+        step=$(tail -n 1 "$1" | sed -n 's/^\(\[[0-9/]*\]\).*/\1/p')
+        [ -z "$step" ] || printf '\rvornwia: building %s ' "$step" >&2
+    done
+}
+
+# build_target TARGET
+build_target()
+{
+    log=$root/build/build.log
+    if ninja -C "$build" -n "$1" 2>/dev/null | grep -q 'no work to do'; then
+        return
+    fi
+    : >"$log"
+    if [ -t 2 ]; then
+        show_progress "$log" &
+        progress=$!
+    else
+        say 'building...'
+        progress=
+    fi
+    result=0
+    cmake --build "$build" --target "$1" </dev/null >"$log" 2>&1 || result=$?
+    if [ -n "$progress" ]; then
+        kill "$progress"
+        printf '\r\033[K' >&2
+    fi
+    [ "$result" = 0 ] || fail 'the build failed.' "$log"
+}
+
+# set_up TESTS TARGET PACKAGES...: one at a time, also when several are started at once.
+set_up()
+{
+    tests=$1
+    target=$2
+    shift 2
+    mkdir -p "$root/build"
+    (
+        flock 9
+        install_packages "$@"
+        configure "$tests"
+        build_target "$target"
+    ) 9>"$root/build/.lock"
+}
