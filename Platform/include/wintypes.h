@@ -76,6 +76,21 @@ typedef const OLECHAR* LPCOLESTR;
 /** Automation text: its length in bytes stands in the four bytes before it. From SysAllocString. */
 typedef OLECHAR* BSTR;
 
+constexpr WORD LOWORD(ULONG_PTR value) noexcept
+{
+    return static_cast<WORD>(value & 0xFFFF);
+}
+
+constexpr WORD HIWORD(ULONG_PTR value) noexcept
+{
+    return static_cast<WORD>(value >> 16 & 0xFFFF);
+}
+
+constexpr LONG MAKELONG(WORD low, WORD high) noexcept
+{
+    return static_cast<LONG>(low | static_cast<ULONG>(high) << 16);
+}
+
 typedef struct _FILETIME {
     DWORD dwLowDateTime;
     DWORD dwHighDateTime;
@@ -114,6 +129,19 @@ typedef const GUID& REFGUID;
 typedef const IID& REFIID;
 typedef const CLSID& REFCLSID;
 typedef const FMTID& REFFMTID;
+
+/**
+ * Declares a GUID; in the one source file that defines INITGUID before it includes anything, defines it.
+ * GUIDs are shared by all libraries of the process.
+ */
+#ifdef INITGUID
+#define DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
+    EXTERN_C __attribute__((visibility("default"))) const GUID name; \
+    const GUID name = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
+#else
+#define DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
+    EXTERN_C __attribute__((visibility("default"))) const GUID name
+#endif
 
 inline bool operator==(REFGUID left, REFGUID right) noexcept
 {
