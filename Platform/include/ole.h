@@ -189,7 +189,7 @@ typedef struct tagSTGMEDIUM {
         IStorage* pstg;
     };
     IUnknown* pUnkForRelease;
-} STGMEDIUM;
+} STGMEDIUM, *LPSTGMEDIUM;
 
 static_assert(sizeof(void*) != 8 || sizeof(STGMEDIUM) == 24);
 static_assert(sizeof(void*) != 8 || sizeof(STATSTG) == 80);

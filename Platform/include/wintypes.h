@@ -39,6 +39,8 @@ typedef uint32_t ULONG;
 typedef uint32_t DWORD;
 typedef int64_t LONGLONG;
 typedef uint64_t ULONGLONG;
+typedef int64_t LONG64;
+typedef uint64_t ULONG64;
 typedef int32_t BOOL;
 typedef float FLOAT;
 typedef double DOUBLE;
