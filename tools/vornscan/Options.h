@@ -1,0 +1,42 @@
+// What the command line asks for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vornscan {
+
+enum class Source { Flatbed, Feeder, Duplex };
+enum class Mode { Lineart, Gray, Color };
+
+struct Options {
+    uint32_t generation = 2;
+    bool listDevices = false;
+    std::optional<std::string> device;
+    std::optional<std::string> virtualPages;
+
+    std::optional<Source> source;
+    std::optional<Mode> mode;
+    std::optional<int32_t> resolution;
+    int32_t pages = 1;  ///< 0: until the feeder is empty
+
+    std::string outputFile;
+    bool multiPage = false;
+    bool append = false;
+    bool overwrite = false;
+    bool memory = false;
+    bool progress = false;
+};
+
+/**
+ * Reads the command line.
+ * @return the options, or nothing when there is nothing left to do, as after --help
+ * @throws Failure for a command line that asks for something impossible
+ */
+std::optional<Options> ParseOptions(int argc, char** argv);
+
+const char* Name(Source source);
+const char* Name(Mode mode);
+
+}  // namespace vornscan

@@ -1,0 +1,191 @@
+#include "Session.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "Failure.h"
+#include "Text.h"
+
+namespace vornscan {
+namespace {
+
+std::string LowerCase(std::string text)
+{
+    std::ranges::transform(text, text.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+/** The devices that `fits` holds true for. */
+template <typename Predicate>
+std::vector<Device> Matching(const std::vector<Device>& devices, Predicate fits)
+{
+    std::vector<Device> found;
+    std::ranges::copy_if(devices, std::back_inserter(found), fits);
+    return found;
+}
+
+/** The best matches for what the person typed: an id beats a name beats a part of a name. */
+std::vector<Device> Find(const std::vector<Device>& devices, const std::string& wanted)
+{
+    std::vector<Device> found = Matching(devices, [&](const Device& device) { return device.id == wanted; });
+    if (found.empty())
+        found = Matching(devices, [&](const Device& device) { return device.name == wanted; });
+    if (found.empty())
+        found = Matching(devices, [part = LowerCase(wanted)](const Device& device) {
+            return LowerCase(device.name).find(part) != std::string::npos;
+        });
+    return found;
+}
+
+std::string Lines(const std::vector<Device>& devices)
+{
+    std::string lines;
+    for (const Device& device : devices)
+        lines += "\n  " + device.id + "  " + device.name;
+    return lines;
+}
+
+}  // namespace
+
+std::optional<int32_t> Item::Long(uint32_t id) const
+{
+    int32_t value = 0;
+    if (Vorn_WiaGetPropertyLong(session_, Handle(), nullptr, id, &value) != SUCCESS)
+        return std::nullopt;
+    return value;
+}
+
+std::optional<GUID> Item::Guid(uint32_t id) const
+{
+    GUID value{};
+    if (Vorn_WiaGetPropertyGUID(session_, Handle(), nullptr, id, &value) != SUCCESS)
+        return std::nullopt;
+    return value;
+}
+
+bool Item::HasText(const WCHAR* name) const
+{
+    uint64_t size = 0;
+    return Vorn_WiaGetPropertyString(session_, Handle(), name, 0, nullptr, &size) == SUCCESS;
+}
+
+int32_t Item::SetLong(uint32_t id, int32_t value) const
+{
+    return Vorn_WiaSetPropertyLong(session_, Handle(), nullptr, id, value);
+}
+
+int32_t Item::SetGuid(uint32_t id, const GUID& value) const
+{
+    return Vorn_WiaSetPropertyGUID(session_, Handle(), nullptr, id, &value);
+}
+
+int32_t Item::SetText(const WCHAR* name, const std::string& value) const
+{
+    return Vorn_WiaSetPropertyString(session_, Handle(), name, 0, ToWide(value).c_str());
+}
+
+Session::Session(uint32_t generation) : generation_{generation}
+{
+    if (Vorn_WiaInitSession(generation, &session_) != SUCCESS)
+        throw Failure{ExitCode::Usage,
+                      "WIA " + std::to_string(generation) +
+                          ".0 is not available on this machine; try the other generation, --wia " +
+                          std::to_string(3 - generation)};
+}
+
+Session::~Session()
+{
+    Vorn_WiaEndSession(session_);
+}
+
+std::vector<Device> Session::Devices()
+{
+    std::vector<Device> devices;
+    const auto collect = [](WiaSession*, const WiaDeviceInfo* device, void* userData) -> int32_t {
+        try {
+            static_cast<std::vector<Device>*>(userData)->push_back({ToNarrow(device->deviceId),
+                                                                    ToNarrow(device->deviceName),
+                                                                    ToNarrow(device->deviceDescription)});
+            return SUCCESS;
+        } catch (const std::bad_alloc&) {
+            return ERR_OUT_OF_MEMORY;
+        }
+    };
+    const int32_t status = Vorn_WiaEnumDevices(session_, collect, &devices);
+    if (status != SUCCESS && status != ERR_WIA_NO_DEVICE_AVAILABLE)
+        throw StatusFailure("listing the devices", status);
+    return devices;
+}
+
+Device Session::Open(const std::optional<std::string>& wanted)
+{
+    const std::vector<Device> devices = Devices();
+    if (devices.empty())
+        throw Failure{ExitCode::Usage, "there is no device; connect one and switch it on"};
+    if (!wanted)
+        return OpenFirstScanner(devices);
+
+    const std::vector<Device> found = Find(devices, *wanted);
+    if (found.empty())
+        throw Failure{ExitCode::Usage,
+                      "no device is called '" + *wanted + "'; these are there:" + Lines(devices)};
+    if (found.size() > 1)
+        throw Failure{ExitCode::Usage, "several devices fit '" + *wanted + "'; say which:" + Lines(found)};
+    Select(found.front());
+    return found.front();
+}
+
+Device Session::OpenFirstScanner(const std::vector<Device>& devices)
+{
+    for (const Device& device : devices) {
+        Select(device);
+        if (IsScanner())
+            return device;
+    }
+    throw Failure{ExitCode::Usage, "none of the devices is a scanner; choose one with -d:" + Lines(devices)};
+}
+
+void Session::Select(const Device& device)
+{
+    const int32_t status = Vorn_WiaSelectDevice(session_, ToWide(device.id).c_str());
+    if (status == SUCCESS)
+        return;
+    const Failure failure = StatusFailure("cannot open " + device.name, status);
+    throw Failure{failure.Code() == ExitCode::Busy ? ExitCode::Busy : ExitCode::Usage, failure.what()};
+}
+
+bool Session::IsScanner() const
+{
+    uint32_t type = WIA_DEVICE_TYPE_ANY;
+    return Vorn_WiaGetSelectedDeviceType(session_, &type) == SUCCESS && type == WIA_DEVICE_TYPE_SCANNER;
+}
+
+Item Session::Root() const
+{
+    WiaItemHandle root = nullptr;
+    if (const int32_t status = Vorn_WiaGetRootItem(session_, nullptr, &root); status != SUCCESS)
+        throw StatusFailure("reading the device", status);
+    return {session_, {root, [](WiaItemHandle) { /* lent by the session */ }}};
+}
+
+std::vector<Item> Session::Children() const
+{
+    std::vector<Item> children;
+    const auto collect = [](WiaSession* session, uint32_t, WiaItemHandle child, void* userData) -> int32_t {
+        try {
+            static_cast<std::vector<Item>*>(userData)->emplace_back(
+                session, std::shared_ptr<VornWiaItem>{
+                             child, [session](WiaItemHandle item) { Vorn_WiaFreeItem(session, item); }});
+            return SUCCESS;
+        } catch (const std::bad_alloc&) {
+            return ERR_OUT_OF_MEMORY;
+        }
+    };
+    const int32_t status = Vorn_WiaEnumChildItems(session_, Root().Handle(), collect, &children);
+    if (status != SUCCESS)
+        throw StatusFailure("reading what the device offers", status);
+    return children;
+}
+
+}  // namespace vornscan

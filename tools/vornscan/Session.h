@@ -1,0 +1,77 @@
+// A session of the library, its devices, and the items of the one that is open.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vornwia.h"
+
+namespace vornscan {
+
+struct Device {
+    std::string id;
+    std::string name;
+    std::string description;
+};
+
+/** An item of the open device, owned or lent; must not outlive its session. */
+class Item {
+public:
+    Item(WiaSession* session, std::shared_ptr<VornWiaItem> handle)
+        : session_{session}, handle_{std::move(handle)}
+    {
+    }
+
+    WiaItemHandle Handle() const noexcept { return handle_.get(); }
+
+    /** A value that the item does not have is nothing. */
+    std::optional<int32_t> Long(uint32_t id) const;
+    std::optional<GUID> Guid(uint32_t id) const;
+    /** Tells whether the item has a text property of that name. */
+    bool HasText(const WCHAR* name) const;
+
+    /** Writers answer the library's status. */
+    int32_t SetLong(uint32_t id, int32_t value) const;
+    int32_t SetGuid(uint32_t id, const GUID& value) const;
+    int32_t SetText(const WCHAR* name, const std::string& value) const;
+
+private:
+    WiaSession* session_;
+    std::shared_ptr<VornWiaItem> handle_;
+};
+
+class Session {
+public:
+    /** @throws Failure when this machine has no WIA of that generation */
+    explicit Session(uint32_t generation);
+    Session(const Session&) = delete;
+    ~Session();
+
+    WiaSession* Handle() const noexcept { return session_; }
+    uint32_t Generation() const noexcept { return generation_; }
+
+    std::vector<Device> Devices();
+
+    /**
+     * Opens a device: by id, else by name, else by a part of its name that only one device has. Without a
+     * name, opens the first scanner.
+     * @throws Failure when none or several fit, or opening fails
+     */
+    Device Open(const std::optional<std::string>& wanted);
+    bool IsScanner() const;
+
+    Item Root() const;
+    std::vector<Item> Children() const;
+
+private:
+    void Select(const Device& device);
+    Device OpenFirstScanner(const std::vector<Device>& devices);
+
+    WiaSession* session_ = nullptr;
+    uint32_t generation_;
+};
+
+}  // namespace vornscan

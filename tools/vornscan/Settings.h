@@ -1,0 +1,25 @@
+// Brings the device to the state that the options ask for.
+#pragma once
+
+#include "Destination.h"
+#include "Options.h"
+#include "Session.h"
+
+namespace vornscan {
+
+/** Lets a virtual device scan the image files of a folder. */
+void SetVirtualPages(const Session& session, const Device& device, const std::string& folder);
+
+/**
+ * Chooses the scanner's item to transfer and writes the options' settings to the device, in the order that
+ * the device must see them.
+ * @throws Failure that names option, value and device for a setting that the device does not take
+ */
+Item PrepareScanner(const Session& session, const Device& device, const Options& options,
+                    const Destination& destination);
+
+/** Asks every picture of a camera for the destination's format; settings of scanners are refused. */
+void PrepareCamera(const Session& session, const Device& device, const Options& options,
+                   const Destination& destination);
+
+}  // namespace vornscan

@@ -1,0 +1,118 @@
+// vornscan: scans pages into image files.
+#include <algorithm>
+#include <iostream>
+
+#include "Acquire.h"
+#include "Destination.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Options.h"
+#include "Session.h"
+#include "Settings.h"
+
+namespace vornscan {
+namespace {
+
+void Say(const std::string& message)
+{
+    std::cerr << "vornscan: " << message << "\n";
+}
+
+void ListDevices(Session& session)
+{
+    for (const Device& device : session.Devices())
+        std::cout << device.id << "\t" << device.name << "\t" << device.description << "\n";
+}
+
+/** Each finished file once, also those of an acquisition that failed later. */
+void ListFiles(const Outcome& outcome, const Options& options)
+{
+    const std::vector<std::string>& files = outcome.files;
+    if (!files.empty() && files.front() != options.outputFile)
+        Say(options.outputFile + " is there already: the scan is in " + files.front());
+    for (auto file = files.begin(); file != files.end(); ++file)
+        if (std::find(files.begin(), file, *file) == file)
+            std::cout << *file << "\n";
+}
+
+std::string Pages(size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " page" : " pages");
+}
+
+/** Throws unless the acquisition brought what was asked for. */
+void Judge(const Outcome& outcome, const Options& options, const Device& device)
+{
+    const size_t got = outcome.files.size();
+    const size_t wanted = static_cast<size_t>(options.pages);
+    if (outcome.failure)
+        throw *outcome.failure;
+    if (outcome.status == SUCCESS && wanted != 0 && got >= wanted)
+        return;
+    if (Interrupted())
+        throw Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
+    const bool feederEmpty = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
+    if (!feederEmpty)
+        throw StatusFailure(device.name, outcome.status);
+    if (got == 0)
+        throw StatusFailure(device.name, ERR_WIA_PAPER_EMPTY);
+    if (got < wanted)
+        throw Failure{ExitCode::NoDocuments, device.name + ": the feeder is empty after " +
+                                                 std::to_string(got) + " of " + Pages(wanted) +
+                                                 "; put more paper in"};
+}
+
+void Scan(Session& session, const Options& options)
+{
+    const Destination destination = CheckDestination(options);
+    const Device device = session.Open(options.device);
+    if (!options.device)
+        Say("scanning with " + device.name);
+    if (options.virtualPages)
+        SetVirtualPages(session, device, *options.virtualPages);
+
+    std::optional<Item> item;
+    if (session.IsScanner())
+        item = PrepareScanner(session, device, options, destination);
+    else
+        PrepareCamera(session, device, options, destination);
+
+    const Outcome outcome = Acquire(session, item, options, destination);
+    ListFiles(outcome, options);
+    Judge(outcome, options, device);
+}
+
+void Run(const Options& options)
+{
+    CatchInterrupts();
+    Session session{options.generation};
+    if (options.listDevices)
+        ListDevices(session);
+    else
+        Scan(session, options);
+    if (!std::cout.flush())
+        throw Failure{ExitCode::InputOutput, "standard output cannot be written"};
+}
+
+ExitCode RunTool(int argc, char** argv)
+{
+    try {
+        if (const std::optional<Options> options = ParseOptions(argc, argv))
+            Run(*options);
+        return ExitCode::Ok;
+    } catch (const Failure& failure) {
+        Say(failure.what());
+        return failure.Code();
+    } catch (const std::exception& error) {
+        Say(error.what());
+        return ExitCode::InputOutput;
+    }
+}
+
+}  // namespace
+}  // namespace vornscan
+
+int main(int argc, char** argv)
+{
+    return static_cast<int>(vornscan::RunTool(argc, argv));
+}
