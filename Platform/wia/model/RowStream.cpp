@@ -1,0 +1,118 @@
+#include "RowStream.h"
+
+#include <algorithm>
+#include <new>
+
+namespace vorn::wia {
+
+namespace {
+
+/** Writes runs of pixels in pieces of the chunk size, and knows how far the page is. */
+class PixelWriter {
+public:
+    PixelWriter(PageSink& sink, uint32_t chunkBytes, uint64_t totalBytes) noexcept
+        : sink_{sink}, chunkBytes_{chunkBytes}, totalBytes_{totalBytes}
+    {
+    }
+
+    HRESULT Write(uint64_t offset, const uint8_t* data, uint64_t size)
+    {
+        while (size > 0) {
+            const uint32_t piece = static_cast<uint32_t>(std::min<uint64_t>(size, chunkBytes_));
+            doneBytes_ += piece;
+            const HRESULT result = sink_.Write(offset, data, piece, Percent());
+            if (result != S_OK)
+                return result;
+            offset += piece;
+            data += piece;
+            size -= piece;
+        }
+        return S_OK;
+    }
+
+private:
+    uint32_t Percent() const noexcept { return static_cast<uint32_t>(doneBytes_ * 100 / totalBytes_); }
+
+    PageSink& sink_;
+    uint32_t chunkBytes_;
+    uint64_t totalBytes_;
+    uint64_t doneBytes_ = 0;
+};
+
+HRESULT WriteReadyImage(const uint8_t* image, const RowLayout& layout, uint32_t height, uint32_t rowsPerChunk,
+                        PixelWriter& writer)
+{
+    for (uint32_t row = 0; row < height; row += std::min(rowsPerChunk, height - row)) {
+        const uint64_t start = row * layout.rowBytes;
+        const uint64_t size = std::min(rowsPerChunk, height - row) * layout.rowBytes;
+        if (const HRESULT result = writer.Write(layout.offset + start, image + start, size); result != S_OK)
+            return result;
+    }
+    return S_OK;
+}
+
+HRESULT WriteScannedRows(Page& page, const RowLayout& layout, uint32_t rowsPerChunk, PixelWriter& writer)
+{
+    const PageGeometry& geometry = page.Geometry();
+    const uint64_t bufferBytes = rowsPerChunk * geometry.RowBytes();
+    const std::unique_ptr<uint8_t[]> buffer{
+        bufferBytes <= SIZE_MAX ? new (std::nothrow) uint8_t[static_cast<size_t>(bufferBytes)] : nullptr};
+    if (!buffer)
+        return E_OUTOFMEMORY;
+
+    for (uint32_t row = 0; row < geometry.height;) {
+        const uint32_t count = std::min(rowsPerChunk, geometry.height - row);
+        if (const HRESULT result = page.ReadRows(buffer.get(), count, layout.order); result != S_OK)
+            return result;
+        if (layout.pack)
+            layout.pack(geometry, buffer.get(), count);
+
+        const uint32_t firstRow = layout.order == RowOrder::TopDown ? row : geometry.height - row - count;
+        const HRESULT result =
+            writer.Write(layout.offset + firstRow * layout.rowBytes, buffer.get(), count * layout.rowBytes);
+        if (result != S_OK)
+            return result;
+        row += count;
+    }
+    return S_OK;
+}
+
+}  // namespace
+
+HRESULT StreamRows(Page& page, const RowLayout& layout, PageSink& sink, uint32_t chunkBytes)
+{
+    const PageGeometry& geometry = page.Geometry();
+    const uint32_t rowsPerChunk =
+        static_cast<uint32_t>(std::clamp<uint64_t>(chunkBytes / geometry.RowBytes(), 1, geometry.height));
+    PixelWriter writer{sink, chunkBytes, layout.rowBytes * geometry.height};
+
+    const uint8_t* const image = page.ReadyImage();
+    if (image && !layout.pack && layout.order == RowOrder::BottomUp)
+        return WriteReadyImage(image, layout, geometry.height, rowsPerChunk, writer);
+    return WriteScannedRows(page, layout, rowsPerChunk, writer);
+}
+
+bool IsPlausible(const PageGeometry& geometry) noexcept
+{
+    const uint32_t bits = geometry.bitsPerPixel;
+    const bool indexed = bits == 1 || bits == 4 || bits == 8;
+    constexpr uint32_t kLongest = 0x7FFFFFFF;
+    return geometry.width - 1 < kLongest && geometry.height - 1 < kLongest && (indexed || bits == 24) &&
+           geometry.palette.size() <= (indexed ? size_t{1} << bits : 0);
+}
+
+std::vector<PaletteEntry> PaletteOf(const PageGeometry& geometry)
+{
+    if (geometry.bitsPerPixel > 8 || !geometry.palette.empty())
+        return geometry.palette;
+
+    const uint32_t last = (1u << geometry.bitsPerPixel) - 1;
+    std::vector<PaletteEntry> ramp;
+    for (uint32_t i = 0; i <= last; ++i) {
+        const uint8_t level = static_cast<uint8_t>(i * 255 / last);
+        ramp.push_back({level, level, level, 0});
+    }
+    return ramp;
+}
+
+}  // namespace vorn::wia
