@@ -32,8 +32,8 @@ endif()
 
 # The public types and the platform's declarations.
 add_library(vorn_headers INTERFACE)
-target_include_directories(vorn_headers INTERFACE ${PROJECT_SOURCE_DIR}/include
-                           ${PROJECT_SOURCE_DIR}/Platform/include)
+target_include_directories(vorn_headers INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/Platform/include>)
 
 # A folder that is still to come is left out.
 function(vorn_add_folder folder)
