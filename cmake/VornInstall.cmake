@@ -1,1 +1,40 @@
-# What `cmake --install` lays down.
+# What `cmake --install` lays down: headers, libraries, the tool and its man page, a CMake package (vornwia) and a
+# pkg-config file (vornwia).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# Below 1.0 every minor version may break the binary interface.
+set(vorn_libraries vornkrnx vornfilx vornplatform vornwia)
+foreach(library IN LISTS vorn_libraries)
+  if(NOT TARGET ${library})
+    message(STATUS "${library} is not there yet: nothing to install")
+    return()
+  endif()
+endforeach()
+file(RELATIVE_PATH lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+foreach(library IN LISTS vorn_libraries)
+  set_target_properties(${library} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+    INSTALL_RPATH "$ORIGIN")
+endforeach()
+set_target_properties(vornscan PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vornwia)
+install(TARGETS ${vorn_libraries} EXPORT vornwia-targets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS vorn_headers EXPORT vornwia-targets)
+install(TARGETS vornscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES include/vornwia.h include/vornwia_types.h Platform/include/Vornkrnx.h Platform/include/Vornfilx.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES docs/vornscan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+install(EXPORT vornwia-targets NAMESPACE vornwia:: FILE vornwia-config.cmake DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/vornwia-config-version.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vornwia-config-version.cmake DESTINATION ${package_dir})
+
+configure_file(cmake/vornwia.pc.in ${PROJECT_BINARY_DIR}/vornwia.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vornwia.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
