@@ -1,0 +1,144 @@
+/** Output files: names, copying and appending of transferred pages, the list for the caller. */
+#include <iterator>
+
+#include "../BitmapUtil.h"
+#include "Internal.h"
+#include "Vornfilx.h"
+
+namespace vorn {
+namespace {
+
+/** "C:" "\scans\" "page" 2 ".bmp" gives "C:\scans\page (2).bmp". */
+int32_t ComposeNumberedName(const FileNameParts& parts, uint32_t number, WCHAR* name)
+{
+    const int length =
+        swprintf_s(name, VORNWIA_NAME_CHARS, VORN_TEXT("%s%s%s (%u)%s"), parts.drive, parts.directory,
+                   parts.base, static_cast<unsigned>(number), parts.extension);
+    return length < 0 ? ERR_INVALID_ARGUMENT : SUCCESS;
+}
+
+/** swprintf_s refuses names that do not fit by a handler on some platforms: ask first. */
+bool NumberedNameFits(const FileNameParts& parts)
+{
+    constexpr size_t widestNumber = 13;  // " (4294967295)"
+    return TextLength(parts.drive) + TextLength(parts.directory) + TextLength(parts.base) + widestNumber +
+               TextLength(parts.extension) <
+           VORNWIA_NAME_CHARS;
+}
+
+int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
+{
+    FilLoadOptions options{};
+    FilFileInfo info{};
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    int32_t status = FilInfo(source, &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, &options);
+    if (status != FIL_SUCCESS)
+        return status;
+
+    BitmapHandle bitmap{};
+    for (uint32_t page = 1; status == FIL_SUCCESS && page <= info.pageCount; ++page) {
+        options.page = page;
+        status =
+            FilLoad(source, &bitmap, KRN_BITMAP_SIZE, info.bitsPerPixel, info.colorOrder, &options, nullptr);
+        if (status == FIL_SUCCESS) {
+            status = FilSave(destination, &bitmap, info.format, info.bitsPerPixel, FIL_SAVE_ADD_PAGE,
+                             FIL_COMPRESSION_DEFAULT, nullptr, nullptr, nullptr);
+        }
+    }
+    if (HasImage(&bitmap))
+        KrnFreeBitmap(&bitmap);
+    return status;
+}
+
+int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, bool overwrite)
+{
+    ++g_processState.savedFileCounter;
+    if (!overwrite) {
+        if (const int32_t status = MakeUniqueFileName(destination); status != SUCCESS)
+            return status;
+    }
+    return CopyFileW(source, destination, FALSE) ? SUCCESS : ERR_FILE_COPY;
+}
+
+/** The list with room for `count` names, of which the last is empty; the old list when there is no memory. */
+bool GrowList(WCHAR*** list, uint32_t count)
+{
+    void* grown = *list ? KrnRealloc(*list, uint64_t{count} * sizeof(WCHAR*), VORN_HERE)
+                        : KrnAlloc(count, sizeof(WCHAR*), VORN_HERE);
+    if (!grown)
+        return false;
+    *list = static_cast<WCHAR**>(grown);
+    (*list)[count - 1] = nullptr;
+    return true;
+}
+
+WCHAR* CopyNameForCaller(const WCHAR* name)
+{
+    auto* copy = static_cast<WCHAR*>(KrnAlloc(VORNWIA_NAME_CHARS, sizeof(WCHAR), VORN_HERE));
+    if (!copy)
+        return nullptr;
+    KrnMemSet(copy, 0, VORNWIA_NAME_CHARS * sizeof(WCHAR));
+    KrnMemCopy(copy, name, TextLength(name) * sizeof(WCHAR));
+    KrnUntrackResource(KRN_RESOURCE_MEMORY, copy, VORN_HERE);
+    return copy;
+}
+
+void RecordFile(const WCHAR* name, int32_t* transferredCount, const FileListTarget& files)
+{
+    ++*transferredCount;
+    const auto count = static_cast<uint32_t>(*transferredCount);
+    if (files.count)
+        *files.count = count;
+    if (files.list && GrowList(files.list, count))
+        (*files.list)[count - 1] = CopyNameForCaller(name);
+}
+
+}  // namespace
+
+bool FileExists(const WCHAR* name) noexcept
+{
+    return _waccess(name, 0) != -1;
+}
+
+bool SplitFileName(const WCHAR* name, FileNameParts& parts) noexcept
+{
+    return _wsplitpath_s(name, parts.drive, std::size(parts.drive), parts.directory,
+                         std::size(parts.directory), parts.base, std::size(parts.base), parts.extension,
+                         std::size(parts.extension)) == 0;
+}
+
+int32_t MakeNumberedFileName(WCHAR* name) noexcept
+{
+    FileNameParts parts;
+    if (!SplitFileName(name, parts) || !NumberedNameFits(parts))
+        return ERR_INVALID_ARGUMENT;
+    return ComposeNumberedName(parts, g_processState.savedFileCounter, name);
+}
+
+int32_t MakeUniqueFileName(WCHAR* name) noexcept
+{
+    if (!FileExists(name))
+        return SUCCESS;
+    FileNameParts parts;
+    if (!SplitFileName(name, parts) || !NumberedNameFits(parts))
+        return ERR_INVALID_ARGUMENT;
+    for (uint32_t number = 1;; ++number) {
+        if (const int32_t status = ComposeNumberedName(parts, number, name); status != SUCCESS)
+            return status;
+        if (!FileExists(name))
+            return SUCCESS;
+    }
+}
+
+int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options,
+                            int32_t* transferredCount, const FileListTarget& files) noexcept
+{
+    const int32_t status = options.multiPageFile || options.appendToFile
+                               ? AppendPages(destination, source)
+                               : CopyToOwnFile(destination, source, options.overwriteFile != 0);
+    if (status == SUCCESS)
+        RecordFile(destination, transferredCount, files);
+    return status;
+}
+
+}  // namespace vorn
