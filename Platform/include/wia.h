@@ -270,6 +270,8 @@ typedef struct _WIA_DEV_CAP {
 
 /* ---- Interfaces ---- */
 
+#pragma GCC visibility push(default)
+
 struct IEnumWIA_DEV_CAPS;
 struct IEnumWIA_DEV_INFO;
 struct IEnumWIA_FORMAT_INFO;
@@ -428,5 +430,7 @@ struct IWiaItemExtras : public IUnknown {
                                              DWORD* pdwActualDataSize) = 0;
     virtual HRESULT STDMETHODCALLTYPE CancelPendingIO() = 0;
 };
+
+#pragma GCC visibility pop
 
 #endif

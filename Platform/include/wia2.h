@@ -229,6 +229,10 @@ typedef struct _WiaTransferParams {
     HRESULT hrErrorStatus;
 } WiaTransferParams;
 
+#ifndef _WIN32
+#pragma GCC visibility push(default)
+#endif
+
 struct IEnumWiaItem2;
 struct IWiaItem2;
 struct IWiaPreview;
@@ -327,5 +331,9 @@ struct IWiaPreview : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE DetectRegions(LONG lFlags) = 0;
     virtual HRESULT STDMETHODCALLTYPE Clear() = 0;
 };
+
+#ifndef _WIN32
+#pragma GCC visibility pop
+#endif
 
 #endif

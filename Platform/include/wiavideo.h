@@ -27,6 +27,8 @@ typedef enum WIAVIDEO_STATE {
     WIAVIDEO_DESTROYING_VIDEO = 6
 } WIAVIDEO_STATE;
 
+#pragma GCC visibility push(default)
+
 /** A video preview; stills are written as files into its images directory. */
 struct IWiaVideo : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE get_PreviewVisible(BOOL* pbPreviewVisible) = 0;
@@ -49,5 +51,7 @@ struct IWiaVideo : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE ResizeVideo(BOOL bStretchToFitParent) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetCurrentState(WIAVIDEO_STATE* pState) = 0;
 };
+
+#pragma GCC visibility pop
 
 #endif
