@@ -1,0 +1,59 @@
+/**
+ * @file Service.h
+ * The image-acquisition service of this process: which devices there are, who answers dialogs, which classes
+ * serve it.
+ *
+ * All state that is process-wide stands here. It is guarded: sessions on several threads may use the service.
+ */
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "Export.h"
+#include "dialogs/DialogProvider.h"
+#include "model/Device.h"
+
+namespace vorn::wia {
+
+class VORN_WIA_API Service {
+public:
+    /** The service of this process. */
+    static Service& Instance();
+
+    /** The devices in the order in which they are listed. At first those of DefaultDevices. */
+    std::vector<DevicePtr> Devices();
+    /** Replaces the list; the old one is returned. */
+    std::vector<DevicePtr> SetDevices(std::vector<DevicePtr> devices);
+
+    /** Who answers dialogs; never null. */
+    std::shared_ptr<DialogProvider> Dialogs();
+    /** Replaces the provider; null brings back the default one. The old one is returned. */
+    std::shared_ptr<DialogProvider> SetDialogs(std::shared_ptr<DialogProvider> provider);
+
+    /** Whether the device manager of a generation can be had. Nested calls count. */
+    void HideManager(Generation generation);
+    void ShowManager(Generation generation);
+    bool IsHidden(Generation generation);
+
+private:
+    Service();
+
+    std::mutex mutex_;
+    std::vector<DevicePtr> devices_;
+    std::shared_ptr<DialogProvider> dialogs_;
+    int hidden1_ = 0, hidden2_ = 0;
+};
+
+/** The devices that are there without anybody's doing: real ones first, then the virtual ones. */
+std::vector<DevicePtr> DefaultDevices();
+
+/**
+ * Announces the two device managers with CoRegisterClassObject, as a host does where they are not built in.
+ * The calling thread is in an apartment. RevokeClasses takes them back.
+ */
+VORN_WIA_API HRESULT RegisterClasses() noexcept;
+VORN_WIA_API void RevokeClasses() noexcept;
+
+}  // namespace vorn::wia

@@ -1,0 +1,63 @@
+/**
+ * @file PropertyTable.h
+ * The properties of one item, in their order, and the rules of reading and writing them.
+ */
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "Property.h"
+
+namespace vorn::wia {
+
+class VORN_WIA_API PropertyTable {
+public:
+    using PropertyPtr = std::shared_ptr<Property>;
+
+    void Add(Property property) { properties_.push_back(std::make_shared<Property>(std::move(property))); }
+    /** Adds a property that another table has as well: one value. */
+    void Share(PropertyPtr property) { properties_.push_back(std::move(property)); }
+
+    size_t Count() const noexcept { return properties_.size(); }
+    Property& At(size_t index) const noexcept { return *properties_[index]; }
+    /** Null when there is none. */
+    Property* Find(PROPID id) const noexcept;
+    /** Names are compared without regard to the case of ASCII letters. */
+    Property* Find(const PROPSPEC& spec) const noexcept;
+    PropertyPtr Pointer(PROPID id) const noexcept;
+
+    LONG Long(PROPID id, LONG fallback = 0) const noexcept;
+    GUID Guid(PROPID id) const noexcept;
+    /** Sets an integer without looking at access or valid values; nothing happens when there is no such
+     * property. */
+    void SetLong(PROPID id, LONG value) const noexcept;
+    void SetGuid(PROPID id, REFGUID value) const;
+    void SetText(PROPID id, WStringView value) const;
+    /** Sets a range and brings the value into it. */
+    void SetRange(PROPID id, LONG minimum, LONG maximum) const;
+
+    /** Told after each write of a property, so that others follow it. */
+    void OnChange(std::function<void(PropertyTable&, PROPID)> follow) { follow_ = std::move(follow); }
+
+    /**
+     * Writes all of the values, or none of them when one is refused.
+     * @return `S_OK`; `E_INVALIDARG` for an unknown property, for a value of another type or outside the
+     * valid values; `E_ACCESSDENIED` for a property that cannot be written; what the property's own check
+     * answers
+     */
+    HRESULT Write(ULONG count, const PROPSPEC* specs, const PROPVARIANT* values);
+
+private:
+    HRESULT WriteOne(const PROPSPEC& spec, const PROPVARIANT& value, std::vector<Property*>& written);
+
+    std::vector<PropertyPtr> properties_;
+    std::function<void(PropertyTable&, PROPID)> follow_;
+};
+
+/** Brings a value to the type of a property and checks it against the valid values; `E_INVALIDARG` when it
+ * fails. */
+HRESULT AcceptValue(const Property& property, const PROPVARIANT& value, Value& accepted);
+
+}  // namespace vorn::wia
