@@ -34,7 +34,7 @@ MemoryPages::MemoryPages(const Options& options, const Destination& destination)
 
 fs::path MemoryPages::NextFile() const
 {
-    const fs::path named{destination_.wideName};
+    fs::path named{destination_.wideName};
     const bool oneFile = options_.multiPage || options_.append;
     if (oneFile && !files_.empty())
         return file_;
@@ -42,7 +42,7 @@ fs::path MemoryPages::NextFile() const
         return named;
     if (!options_.overwrite)
         return FirstFree(named);
-    const fs::path file = files_.empty() ? named : Numbered(named, files_.size());
+    fs::path file = files_.empty() ? named : Numbered(named, files_.size());
     fs::remove(file);
     return file;
 }

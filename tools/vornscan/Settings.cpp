@@ -180,8 +180,8 @@ Item PrepareScanner(const Session& session, const Device& device, const Options&
                     const Destination& destination)
 {
     const std::optional<Source> source = WantedSource(options);
-    const Item item = session.Generation() == 1 ? ChooseSource1(session, device, source)
-                                                : ChooseSource2(session, device, source);
+    Item item = session.Generation() == 1 ? ChooseSource1(session, device, source)
+                                          : ChooseSource2(session, device, source);
     if (options.mode)
         SetMode(item, device, *options.mode);
     if (options.resolution)

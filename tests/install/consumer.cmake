@@ -1,0 +1,7 @@
+cmake_minimum_required(VERSION 3.25)
+project(consumer LANGUAGES C)
+set(CMAKE_C_STANDARD 11)
+find_package(vornwia 0.1 REQUIRED)
+add_executable(example example.c)
+target_compile_options(example PRIVATE -Wall -Wextra -pedantic -Werror)
+target_link_libraries(example PRIVATE vornwia::vornwia)

@@ -1,0 +1,46 @@
+cmake_minimum_required(VERSION 3.25)
+set(prefix ${work}/prefix)
+set(consumer ${work}/consumer)
+file(REMOVE_RECURSE ${prefix} ${consumer})
+file(MAKE_DIRECTORY ${consumer})
+
+function(run)
+  execute_process(COMMAND ${ARGV} WORKING_DIRECTORY ${consumer} COMMAND_ERROR_IS_FATAL ANY OUTPUT_QUIET)
+endfunction()
+
+function(expect_file file)
+  if(NOT EXISTS ${file})
+    message(FATAL_ERROR "${file} is missing")
+  endif()
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${build} --prefix ${prefix})
+
+# The example is the README's first C block.
+file(READ ${CMAKE_CURRENT_LIST_DIR}/../../README.md readme)
+string(FIND "${readme}" "```c\n" start)
+math(EXPR start "${start} + 5")
+string(SUBSTRING "${readme}" ${start} -1 example)
+string(FIND "${example}" "```" end)
+string(SUBSTRING "${example}" 0 ${end} example)
+file(WRITE ${consumer}/example.c "${example}")
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/consumer.cmake ${consumer}/CMakeLists.txt COPYONLY)
+set(flags "")
+if(sanitize)
+  set(flags -DCMAKE_C_FLAGS=-fsanitize=${sanitize})
+endif()
+run(${CMAKE_COMMAND} -S . -B . -G Ninja -DCMAKE_PREFIX_PATH=${prefix} ${flags})
+run(${CMAKE_COMMAND} --build .)
+run(./example)
+expect_file(${consumer}/page.bmp)
+
+# The installed tool finds its libraries, and the pkg-config file is valid.
+run(${prefix}/bin/vornscan -o tool.bmp)
+expect_file(${consumer}/tool.bmp)
+expect_file(${prefix}/share/man/man1/vornscan.1)
+find_program(pkg_config pkg-config)
+if(pkg_config)
+  file(GLOB_RECURSE pc ${prefix}/vornwia.pc)
+  run(${pkg_config} --validate ${pc})
+endif()
