@@ -6,8 +6,8 @@
  * Conventions
  *
  * Results. Every operation returns a status code: SUCCESS (1), RESULT_FALSE (0), DIALOG_CANCELLED (101), or a
- * negative ERR_ code. A platform result that none of the codes names comes back as ERR_WIA_UNEXPECTED. Nothing
- * is ever thrown.
+ * negative ERR_ code. A platform result that none of the codes names comes back as ERR_WIA_UNEXPECTED.
+ * Nothing is ever thrown.
  *
  * Order of checks. First the required pointers (ERR_INVALID_ARGUMENT), then the selected device
  * (ERR_NO_DEVICE_SELECTED), and only then the platform is called.
@@ -53,13 +53,13 @@ extern "C" {
 #define RESULT_FALSE 0       /**< nothing was done, or the answer is no */
 #define DIALOG_CANCELLED 101 /**< the user closed a dialog without a choice; not an error */
 
-#define ERR_OUT_OF_MEMORY (-1)     /**< no memory; in an acquisition also: the item cannot transfer */
-#define ERR_INVALID_ARGUMENT (-13) /**< a required argument is null, or the platform refused a value */
-#define ERR_ABORTED (-100)         /**< a callback asked to stop */
-#define ERR_TEMP_PATH (-261)       /**< there is no usable temporary directory */
+#define ERR_OUT_OF_MEMORY (-1)      /**< no memory; in an acquisition also: the item cannot transfer */
+#define ERR_INVALID_ARGUMENT (-13)  /**< a required argument is null, or the platform refused a value */
+#define ERR_ABORTED (-100)          /**< a callback asked to stop */
+#define ERR_TEMP_PATH (-261)        /**< there is no usable temporary directory */
 #define ERR_BUFFER_TOO_SMALL (-290) /**< the buffer is too small; the size needed was written */
-#define ERR_FILE_COPY (-295)       /**< a page was transferred but could not be copied to its output file */
-#define ERR_BAD_STRUCT_SIZE (-789) /**< a record's structSize is not what this library expects */
+#define ERR_FILE_COPY (-295)        /**< a page was transferred but could not be copied to its output file */
+#define ERR_BAD_STRUCT_SIZE (-789)  /**< a record's structSize is not what this library expects */
 
 /** What the device or its driver reported; one code for each of the platform's WIA_ERROR_ results. */
 #define ERR_WIA_GENERAL_ERROR (-1450)
@@ -98,7 +98,7 @@ typedef struct WiaSession WiaSession;
  * An item of the selected device: its root, a folder, or something to transfer. It is the platform's own
  * interface pointer: an `IWiaItem` in a session of generation 1, an `IWiaItem2` in one of generation 2.
  */
-typedef struct VornWiaItem *WiaItemHandle;
+typedef struct VornWiaItem* WiaItemHandle;
 
 /** The kernel library's bitmap record; see Vornkrnx.h. */
 typedef struct BitmapHandle BitmapHandle;
@@ -253,9 +253,9 @@ typedef int32_t (*EnumChildItemsCallback)(WiaSession* session, uint32_t count, W
  * @param item      the parent; stays the caller's
  * @param callback  called once a child; null only counts as a test whether there are any
  * @param userData  handed to the callback
- * @return SUCCESS; the callback's stopping value; ERR_NO_CHILD_ITEMS when the item is neither a folder nor has
- *         attachments, or is empty; ERR_INVALID_ARGUMENT; ERR_NO_DEVICE_SELECTED; RESULT_FALSE when the
- *         device does not tell its type; a mapped platform error
+ * @return SUCCESS; the callback's stopping value; ERR_NO_CHILD_ITEMS when the item is neither a folder nor
+ * has attachments, or is empty; ERR_INVALID_ARGUMENT; ERR_NO_DEVICE_SELECTED; RESULT_FALSE when the device
+ * does not tell its type; a mapped platform error
  */
 VORNWIA_API int32_t Vorn_WiaEnumChildItems(WiaSession* session, WiaItemHandle item,
                                            EnumChildItemsCallback callback, void* userData);
@@ -280,10 +280,10 @@ VORNWIA_API int32_t Vorn_WiaFreeItem(WiaSession* session, WiaItemHandle item);
  *   id       the property's numeric WIA ID; ignored when `name` is given
  *
  * All return SUCCESS; ERR_INVALID_ARGUMENT for a null session, item or required value pointer;
- * ERR_WIA_UNEXPECTED for an item without properties; a mapped platform error (ERR_INVALID_ARGUMENT for a value
- * that the device refuses, ERR_ACCESS_DENIED for a read-only property).
- * The readers also return RESULT_FALSE, with nothing written, when the item has no such property or it is of a
- * type that the operation does not take. The writers also return ERR_OUT_OF_MEMORY.
+ * ERR_WIA_UNEXPECTED for an item without properties; a mapped platform error (ERR_INVALID_ARGUMENT for a
+ * value that the device refuses, ERR_ACCESS_DENIED for a read-only property). The readers also return
+ * RESULT_FALSE, with nothing written, when the item has no such property or it is of a type that the
+ * operation does not take. The writers also return ERR_OUT_OF_MEMORY.
  */
 
 /** Reads an integer: any of 8 to 32 bits, or a float, to which a half is added before truncation. */
@@ -293,7 +293,8 @@ VORNWIA_API int32_t Vorn_WiaGetPropertyLong(WiaSession* session, WiaItemHandle i
 VORNWIA_API int32_t Vorn_WiaSetPropertyLong(WiaSession* session, WiaItemHandle item, const WCHAR* name,
                                             uint32_t id, int32_t value);
 
-/** Reads a GUID, also from a text that holds one in braces; ERR_WIA_UNEXPECTED when that text is malformed. */
+/** Reads a GUID, also from a text that holds one in braces; ERR_WIA_UNEXPECTED when that text is malformed.
+ */
 VORNWIA_API int32_t Vorn_WiaGetPropertyGUID(WiaSession* session, WiaItemHandle item, const WCHAR* name,
                                             uint32_t id, GUID* value);
 /** Writes a GUID. */
@@ -352,12 +353,12 @@ VORNWIA_API int32_t Vorn_WiaSetPropertyBuffer(WiaSession* session, WiaItemHandle
  * or not. `overwriteFile` with one of the other two: the named file is deleted first.
  */
 typedef struct AcquireOptions {
-    uint32_t structSize;               /**< 0: 544; not examined */
-    uint32_t bufferSize;               /**< 4: transfer buffer of 1.0 memory transfers, bytes; 0: the item's minimum */
-    uint32_t doubleBuffer;             /**< 8: nonzero asks for double buffering there */
-    uint32_t overwriteFile;            /**< 12 */
-    uint32_t multiPageFile;            /**< 16 */
-    uint32_t appendToFile;             /**< 20 */
+    uint32_t structSize;    /**< 0: 544; not examined */
+    uint32_t bufferSize;    /**< 4: transfer buffer of 1.0 memory transfers, bytes; 0: the item's minimum */
+    uint32_t doubleBuffer;  /**< 8: nonzero asks for double buffering there */
+    uint32_t overwriteFile; /**< 12 */
+    uint32_t multiPageFile; /**< 16 */
+    uint32_t appendToFile;  /**< 20 */
     WCHAR fileName[VORNWIA_NAME_CHARS]; /**< 24: the output file of file transfers */
 } AcquireOptions;
 #pragma pack(pop)
@@ -390,16 +391,17 @@ typedef int32_t (*AcquireToFileCallback)(WiaSession* session, const WCHAR* fileN
 #define WIA_ACQUIRE_SHOW_DIALOG 3u
 
 /**
- * Acquires from the selected device: pages as bitmaps through the callback, or as files when the item's medium
- * (its property WIA_IPA_TYMED) is a file.
+ * Acquires from the selected device: pages as bitmaps through the callback, or as files when the item's
+ * medium (its property WIA_IPA_TYMED) is a file.
  *
  * A scanner transfers `item` at once. Any other device shows the platform's acquisition dialog first, as does
  * a scanner when `flags` hold WIA_ACQUIRE_SHOW_DIALOG: in generation 1 the user picks the items to transfer;
  * in generation 2 the dialog acquires into files itself, for which `options` must name a file, and the
  * callback is not called.
  *
- * The device tells the number of pages (WIA_DPS_PAGES of the root item; 0: until the feeder is empty). Flatbeds
- * and cameras give one. Running out of paper after at least one page is success, except for a page count of 1.
+ * The device tells the number of pages (WIA_DPS_PAGES of the root item; 0: until the feeder is empty).
+ * Flatbeds and cameras give one. Running out of paper after at least one page is success, except for a page
+ * count of 1.
  *
  * @param session    a session with a selected device
  * @param parent     parent window of dialogs, or null
@@ -461,7 +463,8 @@ VORNWIA_API int32_t Vorn_WiaAcquireSimple(uint32_t version, HWND parent, int32_t
 /* The records are part of the calling interface: their layout is fixed. */
 #include <stddef.h>
 VORNWIA_ASSERT_LAYOUT(sizeof(void*) != 8 || sizeof(WiaDeviceInfo) == 28, "WiaDeviceInfo");
-VORNWIA_ASSERT_LAYOUT(sizeof(void*) != 8 || offsetof(WiaDeviceInfo, deviceDescription) == 20, "WiaDeviceInfo");
+VORNWIA_ASSERT_LAYOUT(sizeof(void*) != 8 || offsetof(WiaDeviceInfo, deviceDescription) == 20,
+                      "WiaDeviceInfo");
 VORNWIA_ASSERT_LAYOUT(sizeof(AcquireOptions) == 544, "AcquireOptions");
 VORNWIA_ASSERT_LAYOUT(offsetof(AcquireOptions, fileName) == 24, "AcquireOptions::fileName");
 

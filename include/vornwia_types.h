@@ -32,7 +32,7 @@ typedef uint_least16_t WCHAR;
 #define VORN_TEXT(literal) u##literal
 
 /** A window. Under X11 the value is the window's id. */
-typedef struct HWND__ *HWND;
+typedef struct HWND__* HWND;
 
 #ifndef GUID_DEFINED
 #define GUID_DEFINED

@@ -46,7 +46,8 @@ public:
      */
     virtual HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) = 0;
 
-    /** The whole picture as a DIB's pixel array (bottom up), when the device has it in memory already; else null. */
+    /** The whole picture as a DIB's pixel array (bottom up), when the device has it in memory already; else
+     * null. */
     virtual const uint8_t* ReadyImage() const noexcept { return nullptr; }
 };
 
@@ -56,8 +57,8 @@ struct PageRequest {
     uint32_t bitsPerPixel = 24;  ///< 1, 8 or 24
     uint32_t x = 0, y = 0;       ///< pixels at the wanted resolution, from the top left of the scan area
     uint32_t width = 0, height = 0;
-    uint32_t pageNumber = 1;     ///< counted from 1 over the pages that the device delivered from this source
-    bool backSide = false;       ///< the back of a sheet that is scanned on both sides
+    uint32_t pageNumber = 1;  ///< counted from 1 over the pages that the device delivered from this source
+    bool backSide = false;    ///< the back of a sheet that is scanned on both sides
     int32_t brightness = 0, contrast = 0, threshold = 128;  ///< -1000..1000, -1000..1000, 0..255
 };
 
