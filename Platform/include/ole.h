@@ -73,7 +73,6 @@ typedef enum tagSTREAM_SEEK { STREAM_SEEK_SET = 0, STREAM_SEEK_CUR = 1, STREAM_S
 typedef enum tagSTATFLAG { STATFLAG_DEFAULT = 0, STATFLAG_NONAME = 1, STATFLAG_NOOPEN = 2 } STATFLAG;
 typedef enum tagSTGTY { STGTY_STORAGE = 1, STGTY_STREAM = 2, STGTY_LOCKBYTES = 3, STGTY_PROPERTY = 4 } STGTY;
 typedef enum tagSTGC { STGC_DEFAULT = 0, STGC_OVERWRITE = 1, STGC_ONLYIFCURRENT = 2 } STGC;
-typedef enum tagLOCKTYPE { LOCK_WRITE = 1, LOCK_EXCLUSIVE = 2, LOCK_ONLYONCE = 4 } LOCKTYPE;
 
 inline constexpr DWORD STGM_READ = 0x0;
 inline constexpr DWORD STGM_WRITE = 0x1;
@@ -211,8 +210,8 @@ void CoUninitialize() noexcept;
 /**
  * Makes an object of a class: of those that CoRegisterClassObject announced, the latest first, then of
  * those built in. Any context is served, all within this process.
- * @return S_OK; REGDB_E_CLASSNOTREG; CO_E_NOTINITIALIZED when the thread is in no apartment and the process
- *         has no multithreaded one; what the class answers
+ * @return S_OK; REGDB_E_CLASSNOTREG; CO_E_NOTINITIALIZED when no thread of the process is in an apartment;
+ *         what the class answers
  */
 HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID iid, void** object) noexcept;
 HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID iid, void** object) noexcept;

@@ -72,9 +72,10 @@ BOOL CopyFileW(LPCWSTR existing, LPCWSTR copy, BOOL failIfExists) noexcept;
 BOOL DeleteFileW(LPCWSTR name) noexcept;
 
 /**
- * Opens a file as a stream. `mode` is STGM_READ, STGM_WRITE or STGM_READWRITE, and STGM_CREATE to make the
- * file or empty it; without it, the file must exist unless only STGM_READ is missing from a new one.
- * @return S_OK; HRESULT_FROM_WIN32 of an ERROR_ code
+ * Opens a file as a stream. `mode` is STGM_READ, STGM_WRITE or STGM_READWRITE, with STGM_CREATE to make the
+ * file or empty it; without it, the file must exist. Sharing modes are accepted and not enforced.
+ * Writes answer STG_E_MEDIUMFULL when the disk is full.
+ * @return S_OK; E_INVALIDARG; HRESULT_FROM_WIN32 of an ERROR_ code
  */
 HRESULT SHCreateStreamOnFileW(LPCWSTR name, DWORD mode, IStream** stream) noexcept;
 

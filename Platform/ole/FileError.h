@@ -1,0 +1,73 @@
+/**
+ * @file FileError.h
+ * From the kernel's names and errors to the platform's, and the file descriptor's owner.
+ */
+#pragma once
+
+#include <unistd.h>
+
+#include <new>
+#include <string>
+#include <utility>
+
+#include "winfiles.h"
+
+namespace vorn::ole {
+
+/** The ERROR_ code for an `errno` value. */
+DWORD ErrorFromErrno(int error) noexcept;
+
+/** As ErrorFromErrno, for a name that was not found: tells a missing file from a missing directory. */
+DWORD ErrorOfName(int error, const std::string& name);
+
+/** The kernel's form of a name. Empty, with the last error set, for a name that is null or empty. */
+std::string KernelName(LPCWSTR name);
+
+/** Sets the last error. @return FALSE, for `return Fail(...)` */
+inline BOOL Fail(DWORD error) noexcept
+{
+    SetLastError(error);
+    return FALSE;
+}
+
+/** Runs the body of a file call; what it throws becomes the last error and `failure`. */
+template <typename Result, typename Body>
+Result FileCall(Result failure, Body body) noexcept
+{
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    } catch (...) {
+        SetLastError(ERROR_GEN_FAILURE);
+    }
+    return failure;
+}
+
+/** Owns a file descriptor. */
+class Descriptor {
+public:
+    explicit Descriptor(int value = -1) noexcept : value_{value} {}
+    Descriptor(Descriptor&& other) noexcept : value_{std::exchange(other.value_, -1)} {}
+    Descriptor& operator=(Descriptor&& other) noexcept
+    {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+    ~Descriptor() { Close(); }
+
+    int Get() const noexcept { return value_; }
+    explicit operator bool() const noexcept { return value_ >= 0; }
+
+    /** False when the kernel reports, at the last moment, that something was not written. */
+    bool Close() noexcept
+    {
+        const int closing = std::exchange(value_, -1);
+        return closing < 0 || close(closing) == 0 || errno == EINTR;
+    }
+
+private:
+    int value_;
+};
+
+}  // namespace vorn::ole
