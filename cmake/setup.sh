@@ -35,7 +35,7 @@ install_packages()
         say "this is not a Debian system: make sure that it has what these packages bring: $*"
         return
     fi
-    missing=$(missing_packages "$@")
+    missing=$(missing_packages "$@" | sed "s, $,,")
     [ -n "$missing" ] || return 0
 
     as_root=

@@ -198,6 +198,8 @@ void PrepareCamera(const Session& session, const Device& device, const Options& 
         throw Failure{
             ExitCode::Usage,
             device.name + " is not a scanner: leave out --source, --mode, --resolution and --pages"};
+    if (session.Generation() == 2)
+        return;
     for (const Item& picture : session.Children())
         SetTransfer(session, picture, device, options, destination);
 }

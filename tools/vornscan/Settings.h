@@ -18,7 +18,10 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
 Item PrepareScanner(const Session& session, const Device& device, const Options& options,
                     const Destination& destination);
 
-/** Asks every picture of a camera for the destination's format; settings of scanners are refused. */
+/**
+ * Asks every picture of a camera for the destination's format; in generation 2 the platform's dialog chooses
+ * the format itself. Settings of scanners are refused.
+ */
 void PrepareCamera(const Session& session, const Device& device, const Options& options,
                    const Destination& destination);
 

@@ -1,6 +1,7 @@
 // vornscan: scans pages into image files.
 #include <algorithm>
 #include <iostream>
+#include <new>
 
 #include "Acquire.h"
 #include "Destination.h"
@@ -103,6 +104,9 @@ ExitCode RunTool(int argc, char** argv)
     } catch (const Failure& failure) {
         Say(failure.what());
         return failure.Code();
+    } catch (const std::bad_alloc&) {
+        Say("not enough memory; close other programs or try a lower resolution");
+        return ExitCode::InputOutput;
     } catch (const std::exception& error) {
         Say(error.what());
         return ExitCode::InputOutput;
