@@ -1,0 +1,245 @@
+#include "File.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+
+#include "Buffer.h"
+#endif
+
+namespace vorn::fil {
+namespace {
+
+/** One call of the system takes less than 2 GiB. */
+constexpr uint64_t kMostAtOnce = uint64_t{1} << 30;
+
+#ifdef _WIN32
+
+using Status = struct _stat64;
+
+int OpenFile(const WCHAR* name, File::Mode mode) noexcept
+{
+    const int flags = mode == File::Mode::Read     ? _O_RDONLY
+                      : mode == File::Mode::Update ? _O_RDWR
+                                                   : _O_RDWR | _O_CREAT | _O_EXCL;
+    return _wopen(name, flags | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+}
+
+int GetStatus(int file, Status& status) noexcept
+{
+    return _fstat64(file, &status);
+}
+
+/** A directory cannot be opened here at all: tells why `name` could not. */
+bool IsDirectory(const WCHAR* name) noexcept
+{
+    Status status{};
+    return _wstat64(name, &status) == 0 && (status.st_mode & S_IFMT) == S_IFDIR;
+}
+
+int64_t ReadSome(int file, uint64_t offset, void* buffer, uint64_t count) noexcept
+{
+    if (_lseeki64(file, static_cast<int64_t>(offset), SEEK_SET) < 0)
+        return -1;
+    return _read(file, buffer, static_cast<unsigned>(count));
+}
+
+int64_t WriteSome(int file, uint64_t offset, const void* data, uint64_t count) noexcept
+{
+    if (_lseeki64(file, static_cast<int64_t>(offset), SEEK_SET) < 0)
+        return -1;
+    return _write(file, data, static_cast<unsigned>(count));
+}
+
+int SetSize(int file, uint64_t size) noexcept
+{
+    return _chsize_s(file, static_cast<int64_t>(size));
+}
+
+int CloseFile(int file) noexcept
+{
+    return _close(file);
+}
+
+void RemoveFile(const WCHAR* name) noexcept
+{
+    _wunlink(name);
+}
+
+#else
+
+using Status = struct stat;
+
+int OpenFile(const WCHAR* name, File::Mode mode) noexcept
+{
+    const AnsiName path{name};
+    if (!path.Get()) {
+        errno = ENOMEM;
+        return -1;
+    }
+    const int flags = mode == File::Mode::Read     ? O_RDONLY
+                      : mode == File::Mode::Update ? O_RDWR
+                                                   : O_RDWR | O_CREAT | O_EXCL;
+    // Without O_NONBLOCK a named pipe would hold the caller until somebody writes to it.
+    return open(path.Get(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+}
+
+int GetStatus(int file, Status& status) noexcept
+{
+    return fstat(file, &status);
+}
+
+bool IsDirectory(const WCHAR*) noexcept
+{
+    return errno == EISDIR;
+}
+
+int64_t ReadSome(int file, uint64_t offset, void* buffer, uint64_t count) noexcept
+{
+    return pread(file, buffer, static_cast<size_t>(count), static_cast<off_t>(offset));
+}
+
+int64_t WriteSome(int file, uint64_t offset, const void* data, uint64_t count) noexcept
+{
+    return pwrite(file, data, static_cast<size_t>(count), static_cast<off_t>(offset));
+}
+
+int SetSize(int file, uint64_t size) noexcept
+{
+    return ftruncate(file, static_cast<off_t>(size)) == 0 ? 0 : errno;
+}
+
+int CloseFile(int file) noexcept
+{
+    return close(file);
+}
+
+void RemoveFile(const WCHAR* name) noexcept
+{
+    if (const AnsiName path{name}; path.Get())
+        unlink(path.Get());
+}
+
+#endif
+
+}  // namespace
+
+File::~File()
+{
+    Close();
+}
+
+int32_t File::Open(const WCHAR* name, Mode mode) noexcept
+{
+    const int32_t otherwise = mode == Mode::Read ? FIL_ERR_READ : FIL_ERR_WRITE;
+    descriptor_ = OpenFile(name, mode);
+    if (descriptor_ < 0) {
+        const int error = errno;
+        return IsDirectory(name) ? FIL_ERR_IS_DIRECTORY : FromErrno(error, otherwise);
+    }
+    Status status{};
+    if (GetStatus(descriptor_, status) != 0)
+        return FromErrno(errno, otherwise);
+    const auto kind = status.st_mode & S_IFMT;
+    if (kind != S_IFREG)
+        return kind == S_IFDIR ? FIL_ERR_IS_DIRECTORY : FIL_ERR_ACCESS;
+    size_ = static_cast<uint64_t>(status.st_size);
+    return FIL_SUCCESS;
+}
+
+int32_t File::ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept
+{
+    char* at = static_cast<char*>(buffer);
+    while (count > 0) {
+        const int64_t done = ReadSome(descriptor_, offset, at, std::min(count, kMostAtOnce));
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done < 0)
+            return FromErrno(errno, FIL_ERR_READ);
+        if (done == 0)
+            return FIL_ERR_CORRUPT;
+        at += done;
+        offset += static_cast<uint64_t>(done);
+        count -= static_cast<uint64_t>(done);
+    }
+    return FIL_SUCCESS;
+}
+
+int32_t File::WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept
+{
+    const char* at = static_cast<const char*>(data);
+    while (count > 0) {
+        const int64_t done = WriteSome(descriptor_, offset, at, std::min(count, kMostAtOnce));
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done <= 0)
+            return done < 0 ? FromErrno(errno, FIL_ERR_WRITE) : FIL_ERR_DISK_FULL;
+        at += done;
+        offset += static_cast<uint64_t>(done);
+        count -= static_cast<uint64_t>(done);
+        size_ = std::max(size_, offset);
+    }
+    return FIL_SUCCESS;
+}
+
+int32_t File::Truncate(uint64_t size) noexcept
+{
+    if (const int error = SetSize(descriptor_, size); error != 0)
+        return FromErrno(error, FIL_ERR_WRITE);
+    size_ = size;
+    return FIL_SUCCESS;
+}
+
+int32_t File::Close() noexcept
+{
+    if (descriptor_ < 0)
+        return FIL_SUCCESS;
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    return CloseFile(descriptor) == 0 ? FIL_SUCCESS : FromErrno(errno, FIL_ERR_WRITE);
+}
+
+void File::Remove(const WCHAR* name) noexcept
+{
+    RemoveFile(name);
+}
+
+FileUpdate::~FileUpdate()
+{
+    if (!committed_)
+        file_.Truncate(oldSize_);
+}
+
+int32_t FileUpdate::ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept
+{
+    return Holds(offset, count) ? file_.ReadAt(offset, buffer, count) : FIL_ERR_CORRUPT;
+}
+
+int32_t FileUpdate::WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept
+{
+    if (offset >= oldSize_)
+        return file_.WriteAt(offset, data, count);
+    if (patchCount_ > 0 || count > kPatchBytes || count > oldSize_ - offset)
+        return FIL_ERR_CORRUPT;
+    patchOffset_ = offset;
+    patchCount_ = count;
+    std::memcpy(patch_, data, static_cast<size_t>(count));
+    return FIL_SUCCESS;
+}
+
+int32_t FileUpdate::Commit() noexcept
+{
+    const int32_t status = file_.WriteAt(patchOffset_, patch_, patchCount_);
+    committed_ = status == FIL_SUCCESS;
+    return status;
+}
+
+}  // namespace vorn::fil

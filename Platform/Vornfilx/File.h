@@ -1,0 +1,87 @@
+/**
+ * @file File.h
+ * Files of any name and size, and the update of a file that happens as a whole or not at all.
+ */
+#pragma once
+
+#include "ByteSource.h"
+
+namespace vorn::fil {
+
+/** An open regular file. The only class of the library that knows the operating system. */
+class File {
+public:
+    enum class Mode {
+        Read,
+        Update,    ///< an existing file, for reading and writing
+        CreateNew  ///< a file that must not exist yet
+    };
+
+    File() noexcept = default;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File();
+
+    int32_t Open(const WCHAR* name, Mode mode) noexcept;
+
+    uint64_t Size() const noexcept { return size_; }
+    int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept;
+    int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;
+    int32_t Truncate(uint64_t size) noexcept;
+    /** Closes; a late write error comes out here. */
+    int32_t Close() noexcept;
+
+    static void Remove(const WCHAR* name) noexcept;
+
+private:
+    int descriptor_ = -1;
+    uint64_t size_ = 0;
+};
+
+class FileSource final : public ByteSource {
+public:
+    explicit FileSource(File& file) noexcept : file_{file} {}
+
+    uint64_t Size() const noexcept override { return file_.Size(); }
+    int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept override
+    {
+        return Holds(offset, count) ? file_.ReadAt(offset, buffer, count) : FIL_ERR_CORRUPT;
+    }
+
+private:
+    File& file_;
+};
+
+/**
+ * Adds to a file without touching what it holds until all is written: data goes to the end at once, the few bytes
+ * to be patched in the old part are kept back and written last, by Commit. Without a Commit the destructor
+ * cuts the file to its old size, so that not a byte of it has changed.
+ */
+class FileUpdate final : public ByteSource {
+public:
+    explicit FileUpdate(File& file) noexcept : file_{file}, oldSize_{file.Size()} {}
+    FileUpdate(const FileUpdate&) = delete;
+    FileUpdate& operator=(const FileUpdate&) = delete;
+    ~FileUpdate() override;
+
+    uint64_t OldSize() const noexcept { return oldSize_; }
+    uint64_t Size() const noexcept override { return file_.Size(); }
+    /** Reads what is in the file; patches do not show yet. */
+    int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept override;
+
+    /** Below the old size: at most kPatchBytes, once. */
+    int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;
+    int32_t Commit() noexcept;
+
+private:
+    static constexpr uint64_t kPatchBytes = 8;
+
+    File& file_;
+    uint64_t oldSize_;
+    uint64_t patchOffset_ = 0;
+    uint64_t patchCount_ = 0;
+    uint8_t patch_[kPatchBytes] = {};
+    bool committed_ = false;
+};
+
+}  // namespace vorn::fil

@@ -1,0 +1,24 @@
+/**
+ * @file TiffChain.h
+ * The chain of a TIFF file's directories, one a page, walked without reading what is in them.
+ */
+#pragma once
+
+#include "ByteSource.h"
+
+namespace vorn::fil::tiff {
+
+struct Chain {
+    bool big = false;        ///< 64-bit offsets
+    uint32_t pageCount = 0;  ///< directories walked
+    uint64_t offset = 0;     ///< of the last directory walked
+};
+
+/**
+ * Walks to directory `page`, counted from 1, or to the last one with `page` 0.
+ * @return FIL_ERR_NO_SUCH_PAGE when the chain ends before; FIL_ERR_CORRUPT when it leads out of the file, runs in a
+ *         circle or is empty.
+ */
+int32_t WalkChain(ByteSource& source, uint32_t page, Chain& chain) noexcept;
+
+}  // namespace vorn::fil::tiff

@@ -1,0 +1,112 @@
+#include "TiffStream.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace vorn::fil::tiff {
+namespace {
+
+int KeepSilent(TIFF*, void*, const char*, const char*, va_list) noexcept
+{
+    return 1;  // handled: the process-wide handlers, which print, are not asked
+}
+
+int CloseNothing(thandle_t)
+{
+    return 0;
+}
+
+void UnmapNothing(thandle_t, void*, toff_t) {}
+
+Stream& Self(thandle_t self) noexcept
+{
+    return *static_cast<Stream*>(self);
+}
+
+}  // namespace
+
+Stream::Stream(ByteSource& source) noexcept : source_{source}
+{
+    Open("rh");
+}
+
+Stream::Stream(FileUpdate& update) noexcept : source_{update}, update_{&update}
+{
+    Open(update.OldSize() > 0 ? "a" : "wl");
+}
+
+void Stream::Open(const char* mode) noexcept
+{
+    TIFFOpenOptions* const options = TIFFOpenOptionsAlloc();
+    if (!options) {
+        status_ = FIL_ERR_OUT_OF_MEMORY;
+        return;
+    }
+    TIFFOpenOptionsSetErrorHandlerExtR(options, KeepSilent, nullptr);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, KeepSilent, nullptr);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, KRN_MAX_IMAGE_BYTES);
+    handle_ =
+        TIFFClientOpenExt("", mode, this, Read, Write, Seek, CloseNothing, Size, Map, UnmapNothing, options);
+    TIFFOpenOptionsFree(options);
+}
+
+void Stream::Close() noexcept
+{
+    if (TIFF* const handle = std::exchange(handle_, nullptr))
+        TIFFClose(handle);
+}
+
+tmsize_t Stream::Read(thandle_t self, void* buffer, tmsize_t count)
+{
+    Stream& stream = Self(self);
+    const uint64_t size = stream.source_.Size();
+    const uint64_t left = stream.position_ < size ? size - stream.position_ : 0;
+    const uint64_t wanted = std::min(left, static_cast<uint64_t>(count));
+    if (const int32_t status = stream.source_.ReadAt(std::min(stream.position_, size), buffer, wanted);
+        status != FIL_SUCCESS) {
+        stream.status_ = status;
+        return -1;
+    }
+    stream.position_ += wanted;
+    return static_cast<tmsize_t>(wanted);
+}
+
+tmsize_t Stream::Write(thandle_t self, void* data, tmsize_t count)
+{
+    Stream& stream = Self(self);
+    if (!stream.update_)
+        return -1;
+    if (const int32_t status = stream.update_->WriteAt(stream.position_, data, static_cast<uint64_t>(count));
+        status != FIL_SUCCESS) {
+        stream.status_ = status;
+        return -1;
+    }
+    stream.position_ += static_cast<uint64_t>(count);
+    return count;
+}
+
+toff_t Stream::Seek(thandle_t self, toff_t offset, int whence)
+{
+    Stream& stream = Self(self);
+    // libtiff passes negative distances as wrapped numbers; the sum wraps back.
+    const uint64_t from = whence == SEEK_SET   ? 0
+                          : whence == SEEK_CUR ? stream.position_
+                                               : stream.source_.Size();
+    stream.position_ = from + offset;
+    return stream.position_;
+}
+
+toff_t Stream::Size(thandle_t self)
+{
+    return Self(self).source_.Size();
+}
+
+int Stream::Map(thandle_t self, void** base, toff_t* size)
+{
+    const uint8_t* const memory = Self(self).source_.Memory();
+    *base = const_cast<uint8_t*>(memory);
+    *size = Self(self).source_.Size();
+    return memory ? 1 : 0;
+}
+
+}  // namespace vorn::fil::tiff
