@@ -127,6 +127,22 @@ TiffDirectory DirectoryOf(const PageGeometry& geometry, const Strips& strips, ui
     return directory;
 }
 
+/** All of a page that precedes its strips, from byte `start` of the file on. */
+std::vector<uint8_t> HeaderOf(const TiffDirectory& directory, uint32_t start, uint32_t directoryOffset)
+{
+    ByteWriter header;
+    if (start == 0) {
+        header.Put8('I');
+        header.Put8('I');
+        header.Put16(42);
+        header.Put32(directoryOffset);
+    } else {
+        header.PutZeros(directoryOffset - start);
+    }
+    header.Put(directory.Bytes(directoryOffset));
+    return header.Bytes();
+}
+
 /** Red and blue change places, and the padding of a DIB's rows goes. */
 void PackRows(const PageGeometry& geometry, uint8_t* rows, uint32_t count)
 {
@@ -172,21 +188,12 @@ try {
     if (end > kLimit)
         return E_INVALIDARG;
 
-    ByteWriter header;
-    if (first) {
-        header.Put8('I');
-        header.Put8('I');
-        header.Put16(42);
-        header.Put32(kFileHeaderBytes);
-    } else {
-        header.PutZeros(static_cast<size_t>(directoryOffset - start));
-    }
-    header.Put(directory.Bytes(static_cast<uint32_t>(directoryOffset)));
-
-    const uint32_t headerBytes = static_cast<uint32_t>(header.Size());
+    const std::vector<uint8_t> header =
+        HeaderOf(directory, static_cast<uint32_t>(start), static_cast<uint32_t>(directoryOffset));
+    const uint32_t headerBytes = static_cast<uint32_t>(header.size());
     if (const HRESULT result = sink.Begin(end - start, headerBytes); result != S_OK)
         return result;
-    if (const HRESULT result = sink.Write(start, header.Bytes().data(), headerBytes, 0); result != S_OK)
+    if (const HRESULT result = sink.Write(start, header.data(), headerBytes, 0); result != S_OK)
         return result;
 
     const RowLayout rows{firstStrip, strips.rowBytes, RowOrder::TopDown, PackRows};

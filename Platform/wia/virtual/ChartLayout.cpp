@@ -163,13 +163,13 @@ void ChartArtist::DrawHeading()
         WString text;
         ChartColor color;
     } lines[] = {
-        {13, 0.85, sheet_.title, kBlack},
-        {21.5, 1.2, VORN_TEXT("PAGE ") + Number(request_.pageNumber) + VORN_TEXT(" ") + side, ink_},
-        {33, 0.7,
+        {14, 0.75, sheet_.title, kBlack},
+        {22.5, 1.1, VORN_TEXT("PAGE ") + Number(request_.pageNumber) + VORN_TEXT(" ") + side, ink_},
+        {34, 0.7,
          resolution + VORN_TEXT(" DPI  ") + mode + VORN_TEXT(", ") + Number(request_.bitsPerPixel) +
              VORN_TEXT(" BIT"),
          kBlack},
-        {41, 0.7, VORN_TEXT("AREA ") + area, kBlack},
+        {41.5, 0.7, VORN_TEXT("AREA ") + area, kBlack},
     };
     for (const auto& line : lines)
         FitText(left + Unit(2), Unit(line.y), Unit(line.cell), room - Unit(2), line.text, line.color);
@@ -253,11 +253,11 @@ void ChartArtist::DrawPageNumber()
 
 void ChartArtist::DrawCornerNames()
 {
-    const double cell = Unit(0.45), bottom = height_ - Margin() - ChartDrawing::TextHeight(cell);
+    const double cell = Unit(0.4), bottom = height_ - Margin() - ChartDrawing::TextHeight(cell);
     const WString topRight = VORN_TEXT("TOP RIGHT"), bottomLeft = VORN_TEXT("BOTTOM LEFT"),
                   bottomRight = VORN_TEXT("BOTTOM RIGHT");
     const double right = width_ - Margin();
-    drawing_.Text(right - ChartDrawing::TextWidth(cell, topRight), Unit(8), cell, topRight, kBlack);
+    drawing_.Text(right - ChartDrawing::TextWidth(cell, topRight), Unit(8.2), cell, topRight, kBlack);
     drawing_.Text(Margin(), bottom, cell, bottomLeft, kBlack);
     drawing_.Text(right - ChartDrawing::TextWidth(cell, bottomRight), bottom, cell, bottomRight, kBlack);
 }
