@@ -30,7 +30,8 @@ Stream::Stream(ByteSource& source) noexcept : source_{source}
     Open("rh");
 }
 
-Stream::Stream(FileUpdate& update) noexcept : source_{update}, update_{&update}
+Stream::Stream(FileUpdate& update, const Chain& chain) noexcept
+    : source_{update}, update_{&update}, chain_{chain}
 {
     Open(update.OldSize() > 0 ? "a" : "wl");
 }
@@ -56,6 +57,21 @@ void Stream::Close() noexcept
         TIFFClose(handle);
 }
 
+/**
+ * libtiff walks the chain from the first directory to link a new one behind the last, which the caller has
+ * found already: it is told that the last one is the first.
+ */
+void Stream::ShowLastAsFirst(uint8_t* start, uint64_t count) const noexcept
+{
+    constexpr uint32_t kOffsetAt = 4, kOffsetBytes = 4;
+    if (!update_ || chain_.pageCount == 0 || chain_.big || count < kOffsetAt + kOffsetBytes)
+        return;
+    const bool bigEndian = start[0] == 'M';
+    for (uint32_t i = 0; i < kOffsetBytes; ++i)
+        start[kOffsetAt + i] =
+            static_cast<uint8_t>(chain_.offset >> 8 * (bigEndian ? kOffsetBytes - 1 - i : i));
+}
+
 tmsize_t Stream::Read(thandle_t self, void* buffer, tmsize_t count)
 {
     Stream& stream = Self(self);
@@ -67,6 +83,8 @@ tmsize_t Stream::Read(thandle_t self, void* buffer, tmsize_t count)
         stream.status_ = status;
         return -1;
     }
+    if (stream.position_ == 0)
+        stream.ShowLastAsFirst(static_cast<uint8_t*>(buffer), wanted);
     stream.position_ += wanted;
     return static_cast<tmsize_t>(wanted);
 }

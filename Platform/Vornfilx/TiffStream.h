@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Codec.h"
+#include "TiffChain.h"
 
 namespace vorn::fil::tiff {
 
@@ -17,8 +18,8 @@ class Stream {
 public:
     /** For reading; the header only is read, no directory. */
     explicit Stream(ByteSource& source) noexcept;
-    /** For adding a page. */
-    explicit Stream(FileUpdate& update) noexcept;
+    /** For adding a page behind the last one of `chain`; an empty file has an empty chain. */
+    Stream(FileUpdate& update, const Chain& chain) noexcept;
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
     ~Stream() { Close(); }
@@ -31,6 +32,7 @@ public:
 
 private:
     void Open(const char* mode) noexcept;
+    void ShowLastAsFirst(uint8_t* start, uint64_t count) const noexcept;
 
     static tmsize_t Read(thandle_t self, void* buffer, tmsize_t count);
     static tmsize_t Write(thandle_t self, void* data, tmsize_t count);
@@ -40,6 +42,7 @@ private:
 
     ByteSource& source_;
     FileUpdate* update_ = nullptr;
+    Chain chain_;
     uint64_t position_ = 0;
     int32_t status_ = FIL_SUCCESS;
     TIFF* handle_ = nullptr;

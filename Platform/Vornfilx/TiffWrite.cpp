@@ -116,9 +116,8 @@ int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap) noexcept
 }
 
 /** Checks that the file has a sound chain to add to, and that the page's offsets will fit its kind. */
-int32_t CheckRoom(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+int32_t CheckRoom(FileUpdate& file, const BitmapHandle& bitmap, Chain& chain) noexcept
 {
-    Chain chain;
     if (file.OldSize() > 0)
         if (const int32_t status = WalkChain(file, 0, chain); status != FIL_SUCCESS)
             return status;
@@ -134,9 +133,10 @@ int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
 {
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32)
         return FIL_ERR_UNSUPPORTED;
-    if (const int32_t status = CheckRoom(file, bitmap); status != FIL_SUCCESS)
+    Chain chain;
+    if (const int32_t status = CheckRoom(file, bitmap, chain); status != FIL_SUCCESS)
         return status;
-    Stream stream{file};
+    Stream stream{file, chain};
     if (!stream.Get() || !SetFields(stream.Get(), bitmap))
         return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
     if (const int32_t status = WriteStrips(stream, bitmap); status != FIL_SUCCESS)
