@@ -197,10 +197,9 @@ TEST_F(Folder, DeliversThePixelsThemselvesAtTheirOwnResolution)
         for (uint32_t y = 0; y < 8; ++y)
             for (uint32_t x = 0; x < 25; ++x) {
                 const bool inside = x + 17 < 37 && y + 5 < 11;
-                const uint32_t expected = !inside
-                                              ? 0xFFFFFF
-                                              : ColorAt(image.data() + (10 - y - 5) * geometry.RowBytes(),
-                                                        x + 17, geometry.bitsPerPixel, &palette.data()->blue);
+                const uint32_t expected = !inside ? 0xFFFFFF
+                                                  : ColorAt(image.data() + (10 - y - 5) * geometry.RowBytes(),
+                                                            x + 17, geometry.bitsPerPixel, palette.data());
                 ASSERT_EQ(ColorAt(rows.data() + (7 - y) * 76, x, 24, nullptr), expected) << x << ", " << y;
             }
     }

@@ -167,12 +167,13 @@ public:
     BitmapHandle bitmap = {};
 };
 
-/** A pixel's colour as 0xRRGGBB, out of a DIB's rows. */
-inline uint32_t ColorAt(const uint8_t* row, uint32_t x, uint32_t bits, const uint8_t* palette)
+/** A pixel's colour as 0xRRGGBB. A palette has 4 bytes an entry: it is one of PaletteEntry, or a bitmap's. */
+inline uint32_t ColorAt(const uint8_t* row, uint32_t x, uint32_t bits, const void* palette)
 {
     const uint8_t* color = row + size_t{x} * 3;
     if (bits <= 8)
-        color = palette + 4 * (row[x * bits / 8] >> (8 - bits - x * bits % 8) & ((1u << bits) - 1));
+        color = static_cast<const uint8_t*>(palette) +
+                4 * (row[x * bits / 8] >> (8 - bits - x * bits % 8) & ((1u << bits) - 1));
     return color[0] | color[1] << 8 | color[2] << 16;
 }
 
@@ -180,11 +181,11 @@ inline uint32_t ColorAt(const uint8_t* row, uint32_t x, uint32_t bits, const uin
 inline void ExpectSamePicture(const BitmapHandle& bitmap, const PageGeometry& geometry,
                               const std::vector<uint8_t>& image)
 {
-    ASSERT_EQ(bitmap.width, geometry.width);
-    ASSERT_EQ(bitmap.height, geometry.height);
-    ASSERT_EQ(bitmap.bitsPerPixel, geometry.bitsPerPixel);
-    EXPECT_EQ(bitmap.xDpi, geometry.xDpi);
-    EXPECT_EQ(bitmap.yDpi, geometry.yDpi);
+    ASSERT_EQ(uint32_t{bitmap.width}, geometry.width);
+    ASSERT_EQ(uint32_t{bitmap.height}, geometry.height);
+    ASSERT_EQ(uint32_t{bitmap.bitsPerPixel}, geometry.bitsPerPixel);
+    EXPECT_EQ(double{bitmap.xDpi}, geometry.xDpi);
+    EXPECT_EQ(double{bitmap.yDpi}, geometry.yDpi);
 
     std::vector<PaletteEntry> palette = geometry.palette;
     for (uint32_t i = 0; palette.size() < 256 && geometry.palette.empty(); ++i) {
@@ -199,7 +200,7 @@ inline void ExpectSamePicture(const BitmapHandle& bitmap, const PageGeometry& ge
         const uint8_t* wanted = image.data() + y * geometry.RowBytes();
         for (uint32_t x = 0; x < geometry.width; ++x)
             ASSERT_EQ(ColorAt(got, x, bitmap.bitsPerPixel, bitmap.palette),
-                      ColorAt(wanted, x, geometry.bitsPerPixel, &palette.data()->blue))
+                      ColorAt(wanted, x, geometry.bitsPerPixel, palette.data()))
                 << "pixel " << x << ", row " << y << " from the bottom";
     }
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "../Export.h"
 #include "Page.h"
 
 namespace vorn::wia {
@@ -52,13 +53,13 @@ public:
  * The encoder of `WiaImgFmt_MEMORYBMP`, `WiaImgFmt_BMP` or `WiaImgFmt_TIFF`; null for another format. Each
  * page is a file of its own.
  */
-std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format);
+VORN_WIA_API std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format);
 
 /**
  * An encoder whose pages follow each other in one document, at offsets that count from the document's start.
  * A page that fails leaves the pages before it readable, and the next one takes its place. Null for a format
  * that holds a single page.
  */
-std::unique_ptr<PageEncoder> MakeDocumentEncoder(REFGUID format);
+VORN_WIA_API std::unique_ptr<PageEncoder> MakeDocumentEncoder(REFGUID format);
 
 }  // namespace vorn::wia

@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "../Export.h"
 #include "com.h"
 
 namespace vorn::wia {
@@ -14,7 +15,7 @@ namespace vorn::wia {
  * True when `left` comes before `right`: letters without regard to case, numbers by their value, so that
  * "page2" comes before "page10".
  */
-bool NaturallyBefore(WStringView left, WStringView right) noexcept;
+VORN_WIA_API bool NaturallyBefore(WStringView left, WStringView right) noexcept;
 
 /**
  * Full names of the files in `folder` whose extension the file library knows. Empty when there are none, or

@@ -4,12 +4,13 @@
  */
 #pragma once
 
+#include "../Export.h"
 #include "../model/Page.h"
 #include "com.h"
 
 namespace vorn::wia {
 
-class ImageFolder final : public PageSource {
+class VORN_WIA_API ImageFolder final : public PageSource {
 public:
     /**
      * Lists the folder's images, in natural order. None of them is opened before its turn.

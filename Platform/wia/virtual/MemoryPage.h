@@ -4,12 +4,13 @@
  */
 #pragma once
 
+#include "../Export.h"
 #include "../model/Page.h"
 
 namespace vorn::wia {
 
 /** Delivers one picture a number of times. */
-class MemoryPages final : public PageSource {
+class VORN_WIA_API MemoryPages final : public PageSource {
 public:
     /**
      * @param image   the rows of a DIB, bottom up: geometry.ImageBytes() of them, shared by all pages

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "../Export.h"
 #include "Picture.h"
 
 namespace vorn::wia {
@@ -21,7 +22,7 @@ struct PixelRange {
  * @param ratio  the picture's pixels to one wanted pixel: up to 1 the nearest one is taken, beyond it all
  * that the wanted pixel covers
  */
-PixelRange RangeBehind(uint64_t index, double ratio, uint32_t size) noexcept;
+VORN_WIA_API PixelRange RangeBehind(uint64_t index, double ratio, uint32_t size) noexcept;
 
 /** Cuts an area out of a picture and delivers it at another resolution; beyond the picture it is white. */
 class Resampler {

@@ -5,11 +5,12 @@
  */
 #pragma once
 
+#include "../Export.h"
 #include "ChartLayout.h"
 
 namespace vorn::wia {
 
-class TestChart final : public PageSource {
+class VORN_WIA_API TestChart final : public PageSource {
 public:
     /** As many pages as anybody asks for: the sheet on the glass. */
     static constexpr uint32_t kEndless = 0xFFFFFFFF;
