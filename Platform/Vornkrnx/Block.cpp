@@ -57,6 +57,12 @@ void Disarm(Header& header) noexcept
     *const_cast<volatile uint64_t*>(&header.guard) = 0;
 }
 
+/** Sorts out numbers that are no addresses: the lowest are never mapped, the highest are the system's. */
+bool CanBePointer(uint64_t address) noexcept
+{
+    return address >= 65536 && address >> 48 == 0;
+}
+
 /** True when the memory where the header of `block` would be can be read at all. */
 bool CanReadHeader(const Header* header, const void* block) noexcept
 {
@@ -77,7 +83,7 @@ bool CanReadHeader(const Header* header, const void* block) noexcept
 Header* HeaderOf(const void* block) noexcept
 {
     const uintptr_t address = reinterpret_cast<uintptr_t>(block);
-    if (address % alignof(Header) != 0 || address < 65536)
+    if (address % alignof(Header) != 0 || !CanBePointer(address))
         return nullptr;
     Header* const header = static_cast<Header*>(const_cast<void*>(block)) - 1;
     if (!CanReadHeader(header, block))
