@@ -18,7 +18,7 @@ HRESULT StreamBase::Read(void* data, ULONG size, ULONG* read)
     if (!data && size > 0)
         return STG_E_INVALIDPOINTER;
     ULONG done = 0;
-    const HRESULT result = ReadAt(position_, data, size, done);
+    const HRESULT result = size > 0 ? ReadAt(position_, data, size, done) : S_OK;
     position_ += done;
     if (read)
         *read = done;
