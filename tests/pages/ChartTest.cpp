@@ -74,10 +74,12 @@ constexpr Feature kFeatures[] = {
     {"magenta", 131, 70, 0xFF00FF, 0x696969, 0x000000},
     {"yellow", 158, 70, 0xFFFF00, 0xE2E2E2, kWhite},
     {"black", 190, 70, 0x000000, 0x000000, 0x000000},
+    {"flag of the large 1", 93.6, 187.1, 0x183E78, 0x393939, 0x000000},
+    {"paper right of the large 1", 116.4, 187.1, kWhite, kWhite, kWhite},
     {"half grey", 105, 128.5, 0x7F7F7F, 0x7F7F7F, 0x000000},
 };
 
-// Catches text that moves with the area. Only the line that tells the area differs: 42 to 50 mm from the top.
+// Catches a chart that is not fixed to the paper, is turned or mirrored, or whose colours depend on the depth.
 TEST(TestChart, FeaturesAreWhereTheyAreOnThePaperAtEveryResolutionAndDepth)
 {
     for (const auto& [xDpi, yDpi] : {std::pair{75u, 75u}, {150u, 300u}, {333u, 200u}}) {
@@ -177,6 +179,7 @@ TEST(TestChart, ObeysBrightnessContrastAndThreshold)
         {"full contrast", 0, 1000, 128, 8, 0x000000, 0x000000},
         {"out of range", 2000000000, -2000000000, 128, 24, 0xFFFFFF, 0xFFFFFF},
         {"low threshold", 0, 0, 77, 1, 0xFFFFFF, 0x000000},
+        {"threshold just met", 0, 0, 127, 1, 0xFFFFFF, 0x000000},
         {"threshold 0", 0, 0, 0, 1, 0xFFFFFF, 0xFFFFFF},
         {"threshold 255", 0, 0, 255, 1, 0x000000, 0x000000},
     };
