@@ -129,10 +129,11 @@ bool CopyBandToBitmap(const uint8_t* band, BitmapHandle* bitmap, int32_t length,
                       int32_t headerLength) noexcept
 {
     const int64_t begin = int64_t{offset} - headerLength;
-    if (!band || length < 0 || begin < 0 || !HasImage(bitmap) || !bitmap->image ||
+    if (length < 0 || begin < 0 || !HasImage(bitmap) || !bitmap->image ||
         static_cast<uint64_t>(begin) + static_cast<uint64_t>(length) > bitmap->imageBytes)
         return false;
-    KrnMemCopy(static_cast<uint8_t*>(bitmap->image) + begin, band, static_cast<uint64_t>(length));
+    if (length > 0)
+        KrnMemCopy(static_cast<uint8_t*>(bitmap->image) + begin, band, static_cast<uint64_t>(length));
     return true;
 }
 

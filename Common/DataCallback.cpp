@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <utility>
 
 #include "Vornfilx.h"
 #include "com.h"
@@ -179,7 +178,8 @@ void CDataCallback::ReadFileHeader(DibBytes band, Geometry& geometry)
     geometry.viewPerspective = bitmap->viewPerspective;
     geometry.xDpi = bitmap->xDpi;
     geometry.yDpi = bitmap->yDpi;
-    geometry.palette = std::exchange(bitmap->palette, nullptr);
+    geometry.palette = bitmap->palette;
+    bitmap->palette = nullptr;
     FreeBitmapRecord(bitmap);
     bitmap = NewBitmapRecord();
 }

@@ -151,12 +151,10 @@ bool CWiaTransferCallback::ReadDepth()
 {
     if (g_streamState.headerRead || !stream)
         return true;
-    HGLOBAL block = nullptr;
-    if (FAILED(GetHGlobalFromStream(stream, &block)))
-        return true;  // a file stream
-    const LockedBlock locked{block};
+    // Asked of the block, not of the stream, which the platform may have released already.
+    const LockedBlock locked{memoryBlock};
     if (!locked)
-        return true;  // nothing written yet
+        return true;  // a file, or nothing written yet
     g_streamState.headerRead = true;
     const DibBytes bytes = locked.Bytes();
     const DibBytes dib = bytes.subspan(std::min(bytes.size(), kFileHeaderBytes));

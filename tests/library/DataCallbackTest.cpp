@@ -105,7 +105,8 @@ TEST_F(DataCallback, AssemblesAPageFromBandsInAnyOrder)
     EXPECT_EQ(page.height, 4u);
     EXPECT_EQ(page.viewPerspective, KRN_VIEW_BOTTOM_LEFT);
     EXPECT_EQ(page.xDpi, 300);
-    EXPECT_EQ(page.palette, std::vector<uint8_t>(HeaderBand().begin() + 40, HeaderBand().end()));
+    const std::vector<uint8_t> header = HeaderBand();
+    EXPECT_EQ(page.palette, std::vector<uint8_t>(header.begin() + 40, header.end()));
     for (size_t i = 0; i < page.pixels.size(); ++i)
         EXPECT_EQ(page.pixels[i], 10 + i / kRowBytes);
 }
