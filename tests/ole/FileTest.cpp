@@ -303,7 +303,8 @@ TEST(TempPath, ChildHasItsOwnWhichGoesWithIt)
     EXPECT_FALSE(theirs.empty());
     EXPECT_NE(theirs, ours);
     EXPECT_FALSE(fs::exists(theirs)) << "not removed at exit";
-    EXPECT_TRUE(fs::exists(ours)) << "the child removed its parent's";
+    EXPECT_EQ(InChild([] { return std::string{"never asked for one"}; }), "never asked for one");
+    EXPECT_TRUE(fs::exists(ours)) << "a child removed its parent's";
 }
 
 TEST(TempPath, FollowsTmpdirAndFailsWithIt)
