@@ -16,7 +16,7 @@
 
 namespace vorn::wia {
 
-class PropertyTable;
+class Item;
 
 enum class Generation { One = 1, Two = 2 };
 
@@ -39,8 +39,10 @@ struct ItemDefinition {
      * both. */
     SourceFactory feeder;
 
-    /** Makes the values that depend on a property follow it, once it has changed. */
-    std::function<void(PropertyTable&, PROPID)> follow;
+    /** Makes the item's values that depend on a property follow it, as soon as it has changed. */
+    std::function<void(Item&, PROPID)> follow;
+    /** Told of each property once the whole write is in force; for what other items have to follow. */
+    std::function<void(Item&, PROPID)> written;
 
     /** In place of a transfer, when set. */
     std::function<HRESULT(IWiaDataCallback*, const WIA_DATA_TRANSFER_INFO&)> banded;

@@ -39,6 +39,11 @@ public:
     const WString& FullName() const noexcept { return fullName_; }
     LONG Type() const noexcept { return definition_.type; }
     bool Is(LONG typeFlag) const noexcept { return (definition_.type & typeFlag) != 0; }
+    /** It has data of its own: a folder that is transferred by transferring what it holds has none. */
+    bool IsTransferable() const noexcept
+    {
+        return Is(WiaItemTypeTransfer) && (!Is(WiaItemTypeFolder) || single_ || feeder_);
+    }
     REFGUID Category() const noexcept { return definition_.category; }
     const ItemDefinition& Definition() const noexcept { return definition_; }
 
@@ -74,6 +79,7 @@ public:
     static std::shared_ptr<ItemTree> Open(DevicePtr device, Generation generation);
 
     const wia::Device& Device() const noexcept { return *device_; }
+    const DevicePtr& DevicePointer() const noexcept { return device_; }
     Generation GenerationOf() const noexcept { return generation_; }
     Item& Root() noexcept { return *root_; }
 

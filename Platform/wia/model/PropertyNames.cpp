@@ -12,7 +12,10 @@ struct Name {
     const WCHAR* text;
 };
 
-#define NAMED(id) {id, id##_STR}
+#define NAMED(id)    \
+    {                \
+        id, id##_STR \
+    }
 
 // In rising order of the ids.
 constexpr Name kNames[] = {

@@ -38,8 +38,10 @@ public:
     /** Sets a range and brings the value into it. */
     void SetRange(PROPID id, LONG minimum, LONG maximum) const;
 
-    /** Told after each write of a property, so that others follow it. */
-    void OnChange(std::function<void(PropertyTable&, PROPID)> follow) { follow_ = std::move(follow); }
+    /** Told of each property as it changes, so that others follow it. A write that fails later undoes both. */
+    void OnChange(std::function<void(PROPID)> follow) { follow_ = std::move(follow); }
+    /** Told of each property once a write is in force. */
+    void OnWritten(std::function<void(PROPID)> written) { written_ = std::move(written); }
 
     /**
      * Writes all of the values, or none of them when one is refused.
@@ -53,7 +55,7 @@ private:
     HRESULT WriteOne(const PROPSPEC& spec, const PROPVARIANT& value, std::vector<Property*>& written);
 
     std::vector<PropertyPtr> properties_;
-    std::function<void(PropertyTable&, PROPID)> follow_;
+    std::function<void(PROPID)> follow_, written_;
 };
 
 /** Brings a value to the type of a property and checks it against the valid values; `E_INVALIDARG` when it

@@ -5,7 +5,8 @@
  *     ScopedDevices devices{
  *         VirtualScanner().FailAt(Step::Page, WIA_ERROR_PAPER_JAM, 2).Build(),     // jams at the second page
  *         DeviceBuilder{StiDeviceTypeDigitalCamera}.Id(VORN_TEXT("cam")).NoDescription()
- *             .Child(PictureItem(VORN_TEXT("Picture"), {PlainPage(640, 480, 24, 0x80)})).Build()};
+ *             .Child(Generation::One, PictureItem(Generation::One, VORN_TEXT("P"), PlainPage(640, 480, 24, 0x80)))
+ *             .Build()};
  *
  * Besides what is here: values and properties are written down with `model/Property.h` (ReadOnly, Writable,
  * InRange, OneOf, FlagsOf, or a `Property` filled by hand, hostile `read` and `attributes` answers included),
@@ -124,7 +125,7 @@ VORN_WIA_API DeviceBuilder VirtualVideo();
  */
 VORN_WIA_API ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool feeder = false);
 
-/** A transferable item with one picture: format, medium, depth and size properties. */
+/** A transferable item with one picture, of a camera: format, medium, depth and size properties. */
 VORN_WIA_API ItemDefinition PictureItem(Generation generation, WStringView name, CannedPage picture);
 
 /** A bare item: name, type and no more properties than every item has. */

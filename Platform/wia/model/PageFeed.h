@@ -1,0 +1,43 @@
+/**
+ * @file PageFeed.h
+ * The pages of one transfer of an item: which source they come from, what is asked of it, how many there are.
+ */
+#pragma once
+
+#include <memory>
+
+#include "Item.h"
+
+namespace vorn::wia {
+
+class PageFeed {
+public:
+    /** Reads the settings of the item and of its root as they are now. */
+    explicit PageFeed(Item& item);
+
+    /** At most this many pages; 0: until the source is empty. */
+    void Limit(uint32_t pages) noexcept { limit_ = pages; }
+
+    /**
+     * Begins the next page.
+     * @return `S_OK` with `page` set; `S_FALSE` when the transfer has all its pages;
+     *         `WIA_ERROR_PAPER_EMPTY` when there is not even a first one; another platform error
+     */
+    HRESULT Next(std::unique_ptr<Page>& page);
+
+    /** Pages begun so far. */
+    uint32_t Delivered() const noexcept { return delivered_; }
+    /** Whether another page may follow, as far as the number asked for tells. */
+    bool MayGoOn() const noexcept { return limit_ == 0 || delivered_ < limit_; }
+
+private:
+    Item& item_;
+    PageSlot& slot_;
+    PageRequest request_;
+    bool duplex_ = false;
+    bool backOnly_ = false;
+    uint32_t limit_ = 1;
+    uint32_t delivered_ = 0;
+};
+
+}  // namespace vorn::wia

@@ -1,0 +1,154 @@
+#include "PropertyTable.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vorn::wia {
+
+namespace {
+
+constexpr WCHAR Folded(WCHAR character) noexcept
+{
+    return character >= u'A' && character <= u'Z' ? static_cast<WCHAR>(character + (u'a' - u'A')) : character;
+}
+
+bool SameName(WStringView left, WStringView right) noexcept
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](WCHAR a, WCHAR b) { return Folded(a) == Folded(b); });
+}
+
+}  // namespace
+
+Property* PropertyTable::Find(PROPID id) const noexcept
+{
+    for (const PropertyPtr& property : properties_) {
+        if (property->id == id)
+            return property.get();
+    }
+    return nullptr;
+}
+
+Property* PropertyTable::Find(const PROPSPEC& spec) const noexcept
+{
+    if (spec.ulKind == PRSPEC_PROPID)
+        return Find(spec.propid);
+    if (spec.ulKind != PRSPEC_LPWSTR || !spec.lpwstr)
+        return nullptr;
+    const WStringView name{spec.lpwstr};
+    for (const PropertyPtr& property : properties_) {
+        if (!property->name.empty() && SameName(property->name, name))
+            return property.get();
+    }
+    return nullptr;
+}
+
+PropertyTable::PropertyPtr PropertyTable::Pointer(PROPID id) const noexcept
+{
+    for (const PropertyPtr& property : properties_) {
+        if (property->id == id)
+            return property;
+    }
+    return nullptr;
+}
+
+LONG PropertyTable::Long(PROPID id, LONG fallback) const noexcept
+{
+    const Property* property = Find(id);
+    return property ? property->value.Long(fallback) : fallback;
+}
+
+GUID PropertyTable::Guid(PROPID id) const noexcept
+{
+    const Property* property = Find(id);
+    return property ? property->value.ToGuid() : GUID{};
+}
+
+void PropertyTable::SetLong(PROPID id, LONG value) const noexcept
+{
+    if (Property* property = Find(id))
+        property->value = Value::Integer(property->Type(), value);
+}
+
+void PropertyTable::SetGuid(PROPID id, REFGUID value) const
+{
+    if (Property* property = Find(id))
+        property->value = Value::Guid(value);
+}
+
+void PropertyTable::SetText(PROPID id, WStringView value) const
+{
+    if (Property* property = Find(id))
+        property->value = Value::Text(value);
+}
+
+void PropertyTable::SetRange(PROPID id, LONG minimum, LONG maximum) const
+{
+    Property* property = Find(id);
+    if (!property)
+        return;
+    maximum = std::max(minimum, maximum);
+    const LONG value = std::clamp(property->value.Long(), minimum, maximum);
+    property->valid = RangeValues(minimum, maximum, maximum, 1);
+    property->value = Value::I4(value);
+}
+
+HRESULT PropertyTable::WriteOne(const PROPSPEC& spec, const PROPVARIANT& value,
+                                std::vector<Property*>& written)
+{
+    Property* property = Find(spec);
+    if (!property)
+        return E_INVALIDARG;
+    if (!(property->access & WIA_PROP_WRITE))
+        return E_ACCESSDENIED;
+    Value accepted;
+    if (const HRESULT result = AcceptValue(*property, value, accepted); result != S_OK)
+        return result;
+    if (property->check) {
+        if (const HRESULT result = property->check(accepted); result != S_OK)
+            return result;
+    }
+    property->value = std::move(accepted);
+    written.push_back(property);
+    if (follow_)
+        follow_(property->id);
+    return S_OK;
+}
+
+HRESULT PropertyTable::Write(ULONG count, const PROPSPEC* specs, const PROPVARIANT* values)
+{
+    // Values already written bear on the valid values of later ones, so each is put in force before the
+    // next is looked at, and all go back when one is refused.
+    std::vector<Property> before;
+    if (count > 1) {
+        before.reserve(properties_.size());
+        for (const PropertyPtr& property : properties_)
+            before.push_back(*property);
+    }
+    const auto restore = [&]() noexcept {
+        for (size_t i = 0; i < before.size(); ++i)
+            std::swap(*properties_[i], before[i]);
+    };
+
+    std::vector<Property*> written;
+    try {
+        for (ULONG i = 0; i < count; ++i) {
+            if (const HRESULT result = WriteOne(specs[i], values[i], written); result != S_OK) {
+                restore();
+                return result;
+            }
+        }
+    } catch (...) {
+        restore();
+        throw;
+    }
+    for (const Property* property : written) {
+        if (property->applied)
+            property->applied(property->value);
+        if (written_)
+            written_(property->id);
+    }
+    return S_OK;
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,105 @@
+#include "DeviceEnumerator.h"
+
+#include "../Service.h"
+#include "Faulty.h"
+#include "ListEnumerator.h"
+#include "PropertyStorage.h"
+
+namespace vorn::wia {
+
+namespace {
+
+class DeviceEnumerator final : public ListEnumerator<IEnumWIA_DEV_INFO, DevicePtr, IWiaPropertyStorage*> {
+public:
+    explicit DeviceEnumerator(List list) noexcept : ListEnumerator{std::move(list)} {}
+
+private:
+    HRESULT Give(const DevicePtr& device, IWiaPropertyStorage*& element) override
+    {
+        if (const auto result = Interrupted(*device, Step::NextDevice))
+            return *result;
+        return MakeDeviceProperties(device, &element);
+    }
+
+    void TakeBack(IWiaPropertyStorage*& element) noexcept override
+    {
+        if (element)
+            element->Release();
+    }
+
+    ListEnumerator* MakeCopy() const override { return new DeviceEnumerator{Entries()}; }
+};
+
+class Registration final : public ComObject<IUnknown> {};
+
+}  // namespace
+
+HRESULT EnumerateDevices(LONG flags, IEnumWIA_DEV_INFO** enumerator)
+{
+    if (!enumerator)
+        return E_POINTER;
+    *enumerator = nullptr;
+    return NoThrow([&] {
+        auto listed = std::make_shared<std::vector<DevicePtr>>();
+        for (const DevicePtr& device : Service::Instance().Devices()) {
+            if (const auto result = Interrupted(*device, Step::EnumDevices))
+                return *result;
+            if (device->IsLocal() || !(flags & WIA_DEVINFO_ENUM_LOCAL))
+                listed->push_back(device);
+        }
+        *enumerator = new DeviceEnumerator{std::move(listed)};
+        return S_OK;
+    });
+}
+
+HRESULT FindDevice(BSTR id, DevicePtr& device)
+{
+    if (!id)
+        return E_INVALIDARG;
+    const WStringView wanted{id, SysStringLen(id)};
+    for (const DevicePtr& candidate : Service::Instance().Devices()) {
+        if (!wanted.empty() && candidate->Id() == wanted) {
+            device = candidate;
+            return S_OK;
+        }
+    }
+    return WIA_S_NO_DEVICE_AVAILABLE;
+}
+
+HRESULT ChooseDevice(HWND parent, LONG deviceType, LONG flags, DevicePtr& device)
+{
+    DialogProvider::DeviceQuestion question{parent, deviceType, flags, {}};
+    for (const DevicePtr& candidate : Service::Instance().Devices()) {
+        if (deviceType == StiDeviceTypeDefault || candidate->Type() == deviceType)
+            question.devices.push_back(candidate);
+    }
+    if (question.devices.empty())
+        return WIA_S_NO_DEVICE_AVAILABLE;
+    const HRESULT result = Service::Instance().Dialogs()->SelectDevice(question, device);
+    return result == S_OK && !device ? E_UNEXPECTED : result;
+}
+
+HRESULT ChooseDeviceId(HWND parent, LONG deviceType, LONG flags, BSTR* id)
+{
+    if (!id)
+        return E_POINTER;
+    *id = nullptr;
+    return NoThrow([&] {
+        DevicePtr device;
+        if (const HRESULT result = ChooseDevice(parent, deviceType, flags, device); result != S_OK)
+            return result;
+        *id = Bstr{device->Id()}.Detach();
+        return *id ? S_OK : E_OUTOFMEMORY;
+    });
+}
+
+HRESULT RegisterForEvents(const GUID* event, IWiaEventCallback* callback, IUnknown** registration)
+{
+    if (registration)
+        *registration = nullptr;
+    if (!event || !callback || !registration)
+        return E_INVALIDARG;
+    return MakeComObject<Registration>(IID_IUnknown, reinterpret_cast<void**>(registration));
+}
+
+}  // namespace vorn::wia

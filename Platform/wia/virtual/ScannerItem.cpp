@@ -1,0 +1,156 @@
+// The items of a scanner, with every property that the published drivers have there.
+
+#include "DeviceBuilder.h"
+#include "ScannerRules.h"
+
+namespace vorn::wia {
+
+namespace {
+
+constexpr LONG kItemType = WiaItemTypeTransfer | WiaItemTypeImage | WiaItemTypeFile;
+constexpr LONG kDpi = 150;
+constexpr LONG kBufferBytes = 65536;
+
+// Thousandths of an inch.
+constexpr LONG kWidth = 8500;
+constexpr LONG kGlassHeight = 11700;
+constexpr LONG kFeederHeight = 14000;
+
+std::vector<WIA_FORMAT_INFO> FormatsOf(Generation generation)
+{
+    std::vector<WIA_FORMAT_INFO> formats;
+    if (generation == Generation::One)
+        formats.push_back({WiaImgFmt_MEMORYBMP, TYMED_CALLBACK});
+    for (const LONG tymed : {LONG{TYMED_CALLBACK}, LONG{TYMED_FILE}}) {
+        formats.push_back({WiaImgFmt_BMP, tymed});
+        formats.push_back({WiaImgFmt_TIFF, tymed});
+    }
+    formats.push_back({WiaImgFmt_TIFF, TYMED_MULTIPAGE_FILE});
+    return formats;
+}
+
+void AddImageProperties(ItemDefinition& item, Generation generation)
+{
+    const bool first = generation == Generation::One;
+    const LONG tymed = first ? LONG{TYMED_CALLBACK} : LONG{TYMED_FILE};
+    std::vector<GUID> formats;
+    for (const WIA_FORMAT_INFO& pair : item.formats) {
+        if (pair.lTymed == tymed)
+            formats.push_back(pair.guidFormatID);
+    }
+    item.Set(OneOf(WIA_IPA_DATATYPE, WIA_DATA_COLOR,
+                   std::vector<LONG>{WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR}))
+        .Set(OneOf(WIA_IPA_DEPTH, 24, std::vector<LONG>{1, 8, 24}))
+        .Set(ReadOnly(WIA_IPA_PREFERRED_FORMAT, Value::Guid(WiaImgFmt_BMP)))
+        .Set(OneOf(WIA_IPA_FORMAT, formats.front(), formats))
+        .Set(OneOf(WIA_IPA_COMPRESSION, WIA_COMPRESSION_NONE, std::vector<LONG>{WIA_COMPRESSION_NONE}))
+        .Set(OneOf(WIA_IPA_TYMED, tymed, std::vector<LONG>{TYMED_CALLBACK, TYMED_FILE, TYMED_MULTIPAGE_FILE}))
+        .Set(ReadOnly(WIA_IPA_CHANNELS_PER_PIXEL, Value::I4(3)))
+        .Set(ReadOnly(WIA_IPA_BITS_PER_CHANNEL, Value::I4(8)))
+        .Set(ReadOnly(WIA_IPA_PLANAR, Value::I4(WIA_PACKED_PIXEL)))
+        .Set(ReadOnly(WIA_IPA_PIXELS_PER_LINE, Value::I4(0)))
+        .Set(ReadOnly(WIA_IPA_BYTES_PER_LINE, Value::I4(0)))
+        .Set(ReadOnly(WIA_IPA_NUMBER_OF_LINES, Value::I4(0)))
+        .Set(ReadOnly(WIA_IPA_ITEM_SIZE, Value::I4(0)))
+        .Set(ReadOnly(WIA_IPA_BUFFER_SIZE, Value::I4(kBufferBytes)))
+        .Set(ReadOnly(WIA_IPA_FILENAME_EXTENSION, Value::Text(VORN_TEXT("BMP"))))
+        .Set(ReadOnly(WIA_IPA_SUPPRESS_PROPERTY_PAGE, Value::I4(0)));
+}
+
+void AddScanProperties(ItemDefinition& item, LONG height)
+{
+    const LONG across = kWidth * kDpi / 1000;
+    const LONG down = height * kDpi / 1000;
+    const LONG intents = WIA_INTENT_IMAGE_TYPE_MASK & ~0x8;
+    item.Set(FlagsOf(
+                 WIA_IPS_CUR_INTENT, WIA_INTENT_NONE,
+                 intents | WIA_INTENT_MINIMIZE_SIZE | WIA_INTENT_MAXIMIZE_QUALITY | WIA_INTENT_BEST_PREVIEW))
+        .Set(InRange(WIA_IPS_XRES, kDpi, 75, 1200))
+        .Set(InRange(WIA_IPS_YRES, kDpi, 75, 1200))
+        .Set(InRange(WIA_IPS_XPOS, 0, 0, across - 1))
+        .Set(InRange(WIA_IPS_YPOS, 0, 0, down - 1))
+        .Set(InRange(WIA_IPS_XEXTENT, across, 1, across))
+        .Set(InRange(WIA_IPS_YEXTENT, down, 1, down))
+        .Set(ReadOnly(WIA_IPS_PHOTOMETRIC_INTERP, Value::I4(WIA_PHOTO_WHITE_1)))
+        .Set(InRange(WIA_IPS_BRIGHTNESS, 0, -1000, 1000))
+        .Set(InRange(WIA_IPS_CONTRAST, 0, -1000, 1000))
+        .Set(OneOf(WIA_IPS_ORIENTATION, PORTRAIT, std::vector<LONG>{PORTRAIT}))
+        .Set(OneOf(WIA_IPS_ROTATION, PORTRAIT, std::vector<LONG>{PORTRAIT}))
+        .Set(ReadOnly(WIA_IPS_MIRROR, Value::I4(0)))
+        .Set(InRange(WIA_IPS_THRESHOLD, 128, 0, 255))
+        .Set(ReadOnly(WIA_IPS_INVERT, Value::I4(0)))
+        .Set(ReadOnly(WIA_IPS_WARM_UP_TIME, Value::I4(0)));
+}
+
+void AddSecondGenerationProperties(ItemDefinition& item, LONG height)
+{
+    item.Set(ReadOnly(WIA_IPS_MAX_HORIZONTAL_SIZE, Value::I4(kWidth)))
+        .Set(ReadOnly(WIA_IPS_MAX_VERTICAL_SIZE, Value::I4(height)))
+        .Set(ReadOnly(WIA_IPS_MIN_HORIZONTAL_SIZE, Value::I4(14)))
+        .Set(ReadOnly(WIA_IPS_MIN_VERTICAL_SIZE, Value::I4(14)))
+        .Set(ReadOnly(WIA_IPS_OPTICAL_XRES, Value::I4(1200)))
+        .Set(ReadOnly(WIA_IPS_OPTICAL_YRES, Value::I4(1200)))
+        .Set(OneOf(WIA_IPS_PREVIEW, WIA_FINAL_SCAN, std::vector<LONG>{WIA_FINAL_SCAN, WIA_PREVIEW_SCAN}))
+        .Set(ReadOnly(WIA_IPS_SHOW_PREVIEW_CONTROL, Value::I4(WIA_SHOW_PREVIEW_CONTROL)))
+        .Set(OneOf(WIA_IPS_XSCALING, 100, std::vector<LONG>{100}))
+        .Set(OneOf(WIA_IPS_YSCALING, 100, std::vector<LONG>{100}));
+}
+
+/** Duplex goes with the feeder's front first; the rest are one choice each. */
+HRESULT CheckFeederHandling(const Value& value)
+{
+    const LONG flags = value.Long();
+    const bool bothSides = (flags & DUPLEX) != 0;
+    const bool oneSide = (flags & (FRONT_ONLY | BACK_ONLY)) != 0;
+    const bool twoOneSides = (flags & FRONT_ONLY) && (flags & BACK_ONLY);
+    return twoOneSides || (bothSides && oneSide) ? E_INVALIDARG : S_OK;
+}
+
+void AddFeederProperties(ItemDefinition& item)
+{
+    Property handling = FlagsOf(WIA_IPS_DOCUMENT_HANDLING_SELECT, FRONT_ONLY,
+                                FEEDER | DUPLEX | FRONT_FIRST | FRONT_ONLY | BACK_ONLY);
+    handling.check = CheckFeederHandling;
+    Property pages = InRange(WIA_IPS_PAGES, 1, 0, 10000);
+    pages.ofRoot = true;
+    item.Set(std::move(handling))
+        .Set(std::move(pages))
+        .Set(ReadOnly(WIA_IPS_SHEET_FEEDER_REGISTRATION, Value::I4(LEFT_JUSTIFIED)));
+}
+
+}  // namespace
+
+ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool feeder)
+{
+    const bool first = generation == Generation::One;
+    const LONG height = feeder ? kFeederHeight : kGlassHeight;
+
+    ItemDefinition item;
+    item.type = kItemType;
+    item.formats = FormatsOf(generation);
+    item.follow = FollowScannerItem;
+    if (first) {
+        item.name = VORN_TEXT("Scan");
+    } else {
+        item.name = feeder ? VORN_TEXT("Feeder") : VORN_TEXT("Flatbed");
+        item.category = feeder ? WIA_CATEGORY_FEEDER : WIA_CATEGORY_FLATBED;
+    }
+    (feeder ? item.feeder : item.single) = std::move(source);
+
+    AddImageProperties(item, generation);
+    AddScanProperties(item, height);
+    if (!first)
+        AddSecondGenerationProperties(item, height);
+    if (!first && feeder)
+        AddFeederProperties(item);
+
+    // The sizes that follow from the ones above are those of a whole page.
+    item.Find(WIA_IPA_PIXELS_PER_LINE)->value = item.Find(WIA_IPS_XEXTENT)->value;
+    item.Find(WIA_IPA_NUMBER_OF_LINES)->value = item.Find(WIA_IPS_YEXTENT)->value;
+    const LONG lineBytes = (item.Find(WIA_IPS_XEXTENT)->value.Long() * 24 + 31) / 32 * 4;
+    item.Find(WIA_IPA_BYTES_PER_LINE)->value = Value::I4(lineBytes);
+    item.Find(WIA_IPA_ITEM_SIZE)->value = Value::I4(lineBytes * item.Find(WIA_IPS_YEXTENT)->value.Long());
+    return item;
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,205 @@
+#include "ScannerRules.h"
+
+#include <algorithm>
+
+namespace vorn::wia {
+
+namespace {
+
+/** The properties of one direction. */
+struct Axis {
+    PROPID resolution, position, extent;
+    PROPID itemSize, bedSize, feederSize;  ///< largest extent in thousandths of an inch
+    PROPID pixels;                         ///< extent of the image that will come
+};
+
+constexpr Axis kAcross{WIA_IPS_XRES,
+                       WIA_IPS_XPOS,
+                       WIA_IPS_XEXTENT,
+                       WIA_IPS_MAX_HORIZONTAL_SIZE,
+                       WIA_DPS_HORIZONTAL_BED_SIZE,
+                       WIA_DPS_HORIZONTAL_SHEET_FEED_SIZE,
+                       WIA_IPA_PIXELS_PER_LINE};
+constexpr Axis kDown{WIA_IPS_YRES,
+                     WIA_IPS_YPOS,
+                     WIA_IPS_YEXTENT,
+                     WIA_IPS_MAX_VERTICAL_SIZE,
+                     WIA_DPS_VERTICAL_BED_SIZE,
+                     WIA_DPS_VERTICAL_SHEET_FEED_SIZE,
+                     WIA_IPA_NUMBER_OF_LINES};
+
+/** How many thousandths of an inch the document source is wide or high. */
+LONG SourceSize(const Item& item, const Axis& axis) noexcept
+{
+    if (item.Properties().Find(axis.itemSize))
+        return item.Properties().Long(axis.itemSize);
+    const PropertyTable& root = item.Root().Properties();
+    const bool feeder = (root.Long(WIA_DPS_DOCUMENT_HANDLING_SELECT) & FEEDER) != 0;
+    return root.Long(feeder ? axis.feederSize : axis.bedSize);
+}
+
+LONG Scaled(LONG value, int64_t numerator, int64_t denominator) noexcept
+{
+    return static_cast<LONG>((value * numerator + denominator / 2) / denominator);
+}
+
+/** The area in pixels for the source and resolution in force; the part selected keeps its place on the paper. */
+void FitAxis(Item& item, const Axis& axis, bool resolutionChanged)
+{
+    PropertyTable& table = item.Properties();
+    const Property* position = table.Find(axis.position);
+    if (!position || !table.Find(axis.extent))
+        return;
+    const LONG size = std::max<LONG>(1, Scaled(SourceSize(item, axis), table.Long(axis.resolution), 1000));
+    const PROPVARIANT& range = position->valid.Get();
+    const LONG sizeBefore = range.vt == (VT_VECTOR | VT_I4) && range.cal.cElems == WIA_RANGE_NUM_ELEMS
+                                ? range.cal.pElems[WIA_RANGE_MAX] + 1
+                                : size;
+    LONG start = table.Long(axis.position);
+    LONG extent = table.Long(axis.extent);
+    if (resolutionChanged && sizeBefore > 0) {
+        start = Scaled(start, size, sizeBefore);
+        extent = Scaled(extent, size, sizeBefore);
+    }
+    table.SetLong(axis.position, start);
+    table.SetRange(axis.position, 0, size - 1);
+    table.SetLong(axis.extent, extent);
+    table.SetRange(axis.extent, 1, size - table.Long(axis.position));
+    table.SetLong(axis.pixels, table.Long(axis.extent));
+}
+
+/** Bytes of a line and of the whole image, as a DIB has them. */
+void FitSizes(PropertyTable& table)
+{
+    PageGeometry geometry;
+    geometry.width = static_cast<uint32_t>(table.Long(WIA_IPA_PIXELS_PER_LINE));
+    geometry.height = static_cast<uint32_t>(table.Long(WIA_IPA_NUMBER_OF_LINES));
+    geometry.bitsPerPixel = static_cast<uint32_t>(table.Long(WIA_IPA_DEPTH));
+    table.SetLong(WIA_IPA_BYTES_PER_LINE, static_cast<LONG>(geometry.RowBytes()));
+    table.SetLong(WIA_IPA_ITEM_SIZE, static_cast<LONG>(std::min<uint64_t>(geometry.ImageBytes(), INT32_MAX)));
+}
+
+struct DataType {
+    LONG type, depth, channels, bitsPerChannel, intent;
+};
+
+constexpr DataType kDataTypes[] = {
+    {WIA_DATA_THRESHOLD, 1, 1, 1, WIA_INTENT_IMAGE_TYPE_TEXT},
+    {WIA_DATA_GRAYSCALE, 8, 1, 8, WIA_INTENT_IMAGE_TYPE_GRAYSCALE},
+    {WIA_DATA_COLOR, 24, 3, 8, WIA_INTENT_IMAGE_TYPE_COLOR},
+};
+
+/** Puts the data type in force whose `field` has that value. */
+void UseDataType(PropertyTable& table, LONG DataType::*field, LONG value) noexcept
+{
+    for (const DataType& row : kDataTypes) {
+        if (row.*field != value)
+            continue;
+        table.SetLong(WIA_IPA_DATATYPE, row.type);
+        table.SetLong(WIA_IPA_DEPTH, row.depth);
+        table.SetLong(WIA_IPA_CHANNELS_PER_PIXEL, row.channels);
+        table.SetLong(WIA_IPA_BITS_PER_CHANNEL, row.bitsPerChannel);
+    }
+}
+
+/** The resolution that an intent asks for; 0 for none. */
+LONG IntendedResolution(LONG intent) noexcept
+{
+    if (intent & WIA_INTENT_BEST_PREVIEW)
+        return 75;
+    if (intent & WIA_INTENT_MINIMIZE_SIZE)
+        return 100;
+    return intent & WIA_INTENT_MAXIMIZE_QUALITY ? 300 : 0;
+}
+
+void UseResolution(Item& item, LONG resolution)
+{
+    item.Properties().SetLong(WIA_IPS_XRES, resolution);
+    item.Properties().SetLong(WIA_IPS_YRES, resolution);
+    FitAxis(item, kAcross, true);
+    FitAxis(item, kDown, true);
+}
+
+void FollowIntent(Item& item)
+{
+    PropertyTable& table = item.Properties();
+    const LONG intent = table.Long(WIA_IPS_CUR_INTENT);
+    UseDataType(table, &DataType::intent, intent & WIA_INTENT_IMAGE_TYPE_MASK);
+    if (const LONG resolution = IntendedResolution(intent))
+        UseResolution(item, resolution);
+}
+
+void FollowFormat(PropertyTable& table)
+{
+    const bool tiff = IsEqualGUID(table.Guid(WIA_IPA_FORMAT), WiaImgFmt_TIFF);
+    table.SetText(WIA_IPA_FILENAME_EXTENSION, tiff ? VORN_TEXT("TIF") : VORN_TEXT("BMP"));
+}
+
+/** The formats of the medium in force; one that it does not have gives way to its first. */
+void FollowMedium(Item& item)
+{
+    PropertyTable& table = item.Properties();
+    std::vector<GUID> formats;
+    for (const WIA_FORMAT_INFO& pair : item.Definition().formats) {
+        if (pair.lTymed == table.Long(WIA_IPA_TYMED))
+            formats.push_back(pair.guidFormatID);
+    }
+    Property* format = table.Find(WIA_IPA_FORMAT);
+    if (!format || formats.empty())
+        return;
+    const GUID wanted = format->value.ToGuid();
+    const bool offered = std::any_of(formats.begin(), formats.end(),
+                                     [&](const GUID& guid) { return IsEqualGUID(guid, wanted); });
+    if (!offered)
+        format->value = Value::Guid(formats.front());
+    format->valid = ListValues(formats.front(), formats);
+    FollowFormat(table);
+}
+
+}  // namespace
+
+void FollowScannerItem(Item& item, PROPID changed)
+{
+    PropertyTable& table = item.Properties();
+    switch (changed) {
+        case WIA_IPS_CUR_INTENT:
+            FollowIntent(item);
+            break;
+        case WIA_IPA_DATATYPE:
+            UseDataType(table, &DataType::type, table.Long(WIA_IPA_DATATYPE));
+            break;
+        case WIA_IPA_DEPTH:
+            UseDataType(table, &DataType::depth, table.Long(WIA_IPA_DEPTH));
+            break;
+        case WIA_IPS_XRES:
+            FitAxis(item, kAcross, true);
+            break;
+        case WIA_IPS_YRES:
+            FitAxis(item, kDown, true);
+            break;
+        case WIA_IPA_TYMED:
+            FollowMedium(item);
+            break;
+        case WIA_IPA_FORMAT:
+            FollowFormat(table);
+            break;
+        default:
+            FitAxis(item, kAcross, false);
+            FitAxis(item, kDown, false);
+            break;
+    }
+    FitSizes(table);
+}
+
+void FollowScannerRoot(Item& root, PROPID changed)
+{
+    if (changed != WIA_DPS_DOCUMENT_HANDLING_SELECT)
+        return;
+    for (const auto& item : root.Children()) {
+        FitAxis(*item, kAcross, false);
+        FitAxis(*item, kDown, false);
+        FitSizes(item->Properties());
+    }
+}
+
+}  // namespace vorn::wia
