@@ -90,6 +90,7 @@ HRESULT PropertyStorage::ReadOne(const PROPSPEC& spec, PROPVARIANT& value)
     return property->read ? property->read(value) : property->value.CopyTo(&value);
 }
 
+// A device that lacks one property still has the others: only a read that found nothing is no answer.
 HRESULT PropertyStorage::ReadMultiple(ULONG count, const PROPSPEC specs[], PROPVARIANT values[])
 {
     if (count == 0 || !specs || !values)
@@ -97,16 +98,16 @@ HRESULT PropertyStorage::ReadMultiple(ULONG count, const PROPSPEC specs[], PROPV
     for (ULONG i = 0; i < count; ++i)
         PropVariantInit(&values[i]);
     return NoThrow([&] {
-        bool allThere = true;
+        bool anyThere = false;
         for (ULONG i = 0; i < count; ++i) {
             const HRESULT result = ReadOne(specs[i], values[i]);
             if (FAILED(result)) {
                 FreePropVariantArray(i, values);
                 return result;
             }
-            allThere = allThere && result == S_OK;
+            anyThere = anyThere || result == S_OK;
         }
-        return allThere ? S_OK : S_FALSE;
+        return anyThere ? S_OK : S_FALSE;
     });
 }
 
