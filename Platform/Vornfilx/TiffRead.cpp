@@ -200,6 +200,8 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
     TIFF* const tiff = stream.Get();
     if (!tiff || !TIFFSetSubDirectory(tiff, chain.offset))
         return stream.Failure(FIL_ERR_CORRUPT);
+    if (const int32_t status = stream.Failure(FIL_SUCCESS); status != FIL_SUCCESS)
+        return status;
 
     const Fields fields = ReadFields(tiff);
     if (fields.width == 0 || fields.height == 0)

@@ -16,6 +16,11 @@ int CloseNothing(thandle_t)
     return 0;
 }
 
+int MapNothing(thandle_t, void**, toff_t*)
+{
+    return 0;
+}
+
 void UnmapNothing(thandle_t, void*, toff_t) {}
 
 Stream& Self(thandle_t self) noexcept
@@ -46,8 +51,8 @@ void Stream::Open(const char* mode) noexcept
     TIFFOpenOptionsSetErrorHandlerExtR(options, KeepSilent, nullptr);
     TIFFOpenOptionsSetWarningHandlerExtR(options, KeepSilent, nullptr);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options, KRN_MAX_IMAGE_BYTES);
-    handle_ =
-        TIFFClientOpenExt("", mode, this, Read, Write, Seek, CloseNothing, Size, Map, UnmapNothing, options);
+    handle_ = TIFFClientOpenExt("", mode, this, Read, Write, Seek, CloseNothing, Size, MapNothing,
+                                UnmapNothing, options);
     TIFFOpenOptionsFree(options);
 }
 
@@ -83,6 +88,8 @@ tmsize_t Stream::Read(thandle_t self, void* buffer, tmsize_t count)
         stream.status_ = status;
         return -1;
     }
+    if (wanted < static_cast<uint64_t>(count))
+        stream.status_ = FIL_ERR_CORRUPT;  // libtiff goes on without a tag that is cut off
     if (stream.position_ == 0)
         stream.ShowLastAsFirst(static_cast<uint8_t*>(buffer), wanted);
     stream.position_ += wanted;
@@ -117,14 +124,6 @@ toff_t Stream::Seek(thandle_t self, toff_t offset, int whence)
 toff_t Stream::Size(thandle_t self)
 {
     return Self(self).source_.Size();
-}
-
-int Stream::Map(thandle_t self, void** base, toff_t* size)
-{
-    const uint8_t* const memory = Self(self).source_.Memory();
-    *base = const_cast<uint8_t*>(memory);
-    *size = Self(self).source_.Size();
-    return memory ? 1 : 0;
 }
 
 }  // namespace vorn::fil::tiff

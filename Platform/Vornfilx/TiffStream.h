@@ -27,7 +27,7 @@ public:
     TIFF* Get() const noexcept { return handle_; }
     void Close() noexcept;
 
-    /** Why libtiff gave up: what the source or the update answered, else `otherwise`. */
+    /** Why libtiff gave up or had to do without: what the source or the update answered, else `otherwise`. */
     int32_t Failure(int32_t otherwise) const noexcept { return status_ != FIL_SUCCESS ? status_ : otherwise; }
 
 private:
@@ -38,7 +38,6 @@ private:
     static tmsize_t Write(thandle_t self, void* data, tmsize_t count);
     static toff_t Seek(thandle_t self, toff_t offset, int whence);
     static toff_t Size(thandle_t self);
-    static int Map(thandle_t self, void** base, toff_t* size);
 
     ByteSource& source_;
     FileUpdate* update_ = nullptr;

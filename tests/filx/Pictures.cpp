@@ -1,0 +1,128 @@
+#include "Pictures.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace vorn::test {
+namespace {
+
+WString Wide(const std::filesystem::path& path)
+{
+#ifdef _WIN32
+    return path.wstring();
+#else
+    return path.u16string();
+#endif
+}
+
+}  // namespace
+
+Picture::Picture(uint32_t width, uint32_t height, uint32_t bits, uint32_t view, uint32_t seed)
+{
+    KrnCreateBitmap(&record, KRN_BITMAP_SIZE, KRN_MEMORY_PROCESS, width, height, bits, KRN_COLOR_ORDER_BGR,
+                    nullptr, view, nullptr, 0);
+    const uint32_t rowBits = width * bits;
+    for (uint32_t y = 0; y < height; ++y)
+        for (uint32_t i = 0; i < (rowBits + 7) / 8; ++i) {
+            seed = seed * 1664525 + 1013904223;
+            const uint32_t keep = i < rowBits / 8 ? 0xFFu : 0xFFu << (8 - rowBits % 8);
+            static_cast<uint8_t*>(record.image)[size_t{y} * record.rowBytes + i] =
+                static_cast<uint8_t>(seed >> 24 & keep);
+        }
+}
+
+uint32_t Picture::ValueAt(uint32_t x, uint32_t y) const
+{
+    const uint32_t line = record.viewPerspective == KRN_VIEW_TOP_LEFT ? y : record.height - 1 - y;
+    const uint8_t* const row = static_cast<uint8_t*>(record.image) + size_t{line} * record.rowBytes;
+    const uint32_t bits = record.bitsPerPixel;
+    if (bits < 8)
+        return row[x * bits / 8] >> (8 - bits - x * bits % 8) & ((1u << bits) - 1);
+    uint32_t value = 0;
+    std::memcpy(&value, row + size_t{x} * bits / 8, bits / 8);
+    return value;
+}
+
+std::array<uint8_t, 3> Picture::ColorAt(uint32_t x, uint32_t y) const
+{
+    const uint32_t value = ValueAt(x, y);
+    if (record.bitsPerPixel <= 8)
+        return {record.palette[value * 4], record.palette[value * 4 + 1], record.palette[value * 4 + 2]};
+    return {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value >> 16)};
+}
+
+std::string Difference(const Picture& left, const Picture& right)
+{
+    if (left.record.width != right.record.width || left.record.height != right.record.height)
+        return "other size";
+    for (uint32_t y = 0; y < left.record.height; ++y)
+        for (uint32_t x = 0; x < left.record.width; ++x)
+            if (left.ColorAt(x, y) != right.ColorAt(x, y))
+                return "pixel " + std::to_string(x) + ", " + std::to_string(y);
+    return {};
+}
+
+FilesTest::FilesTest()
+{
+    // A name of two alphabets and an astral character: every test proves that such names work.
+    static int counter = 0;
+    const std::u16string name = u"vorn_filx_\u00e9\u65e5\U0001f5a8_";
+    folder = std::filesystem::temp_directory_path() /
+             (name + std::filesystem::path{std::to_string(++counter)}.u16string());
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directory(folder);
+}
+
+FilesTest::~FilesTest()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+WString FilesTest::Name(const std::filesystem::path& name) const
+{
+    return Wide(folder / name);
+}
+
+Bytes FilesTest::Read(const WString& name)
+{
+    std::ifstream stream{std::filesystem::path{name}, std::ios::binary};
+    return {std::istreambuf_iterator<char>{stream}, {}};
+}
+
+void FilesTest::Write(const WString& name, const Bytes& bytes)
+{
+    std::ofstream stream{std::filesystem::path{name}, std::ios::binary};
+    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+int32_t FilesTest::Save(const WString& name, const Picture& picture, int32_t format, int32_t mode)
+{
+    return FilSave(name.c_str(), &picture.record, format, 0, mode, FIL_COMPRESSION_DEFAULT, nullptr, nullptr,
+                   nullptr);
+}
+
+int32_t FilesTest::Load(const WString& name, Picture& picture, uint32_t page)
+{
+    FilLoadOptions options;
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    options.page = page;
+    return FilLoad(name.c_str(), &picture.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR, &options, nullptr);
+}
+
+size_t FilesTest::FileCount() const
+{
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator{folder}, {}));
+}
+
+int32_t LoadBytes(const Bytes& bytes, Picture& picture)
+{
+    const auto exact = std::make_unique<uint8_t[]>(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), exact.get());
+    return FilLoadMemory(exact.get(), &picture.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
+                         static_cast<int32_t>(bytes.size()), nullptr, nullptr);
+}
+
+}  // namespace vorn::test

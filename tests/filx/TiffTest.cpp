@@ -1,0 +1,224 @@
+#include <tiffio.h>
+
+#include <cstring>
+
+#include "Pictures.h"
+
+namespace vorn::test {
+namespace {
+
+class Tiff : public FilesTest {
+protected:
+    /** Writes a file by libtiff; the picture is `width` x `height` with value(x, y, sample). */
+    struct Variant {
+        const char* name;
+        uint16_t bits, samples, photometric, compression;
+        bool tiled, planes;
+        uint32_t loadedBits;  // 0: refused
+    };
+    void WriteVariant(const WString& name, const Variant& variant);
+
+    static uint8_t Sample(uint32_t x, uint32_t y, uint32_t sample)
+    {
+        return static_cast<uint8_t>(x * 3 + y * 7 + sample * 50);
+    }
+    static constexpr uint32_t kSize = 48, kTile = 32;  // the outer tiles reach past the picture
+};
+
+void Tiff::WriteVariant(const WString& name, const Variant& variant)
+{
+    TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), "w");
+    ASSERT_NE(tiff, nullptr);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kSize);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kSize);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, variant.bits);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, variant.samples);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, variant.photometric);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, variant.compression);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, variant.planes ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+    TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+    TIFFSetField(tiff, TIFFTAG_XRESOLUTION, 118.11);
+    TIFFSetField(tiff, TIFFTAG_YRESOLUTION, 59.055);
+    if (variant.tiled) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, kTile);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, kTile);
+    } else {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 10);
+    }
+    const uint32_t across = variant.tiled ? kTile : kSize;
+    const uint16_t samples = variant.planes ? 1 : variant.samples;
+    const uint32_t planes = variant.planes ? variant.samples : 1;
+    const size_t bytesPerSample = variant.bits == 16 ? 2 : 1;
+    for (uint32_t plane = 0; plane < planes; ++plane)
+        for (uint32_t top = 0; top < kSize; top += variant.tiled ? kTile : 1)
+            for (uint32_t left = 0; left < kSize; left += across) {
+                const uint32_t rows = variant.tiled ? kTile : 1;
+                Bytes block(size_t{across} * rows * samples * bytesPerSample);
+                for (uint32_t i = 0; i < across * rows * samples; ++i) {
+                    const uint32_t pixel = i / samples;
+                    const uint8_t value = Sample(left + pixel % across, top + pixel / across,
+                                                 variant.planes ? plane : i % samples);
+                    for (size_t k = 0; k < bytesPerSample; ++k)
+                        block[i * bytesPerSample + k] = value;
+                }
+                if (variant.bits == 1)
+                    block.assign(across / 8, static_cast<uint8_t>(top * 5));
+                if (variant.tiled)
+                    TIFFWriteTile(tiff, block.data(), left, top, 0, static_cast<uint16_t>(plane));
+                else
+                    TIFFWriteScanline(tiff, block.data(), top, static_cast<uint16_t>(plane));
+            }
+    TIFFClose(tiff);
+}
+
+TEST_F(Tiff, VariantsThatOthersWriteAreRead)
+{
+    constexpr uint16_t kGrey = PHOTOMETRIC_MINISBLACK, kRgb = PHOTOMETRIC_RGB;
+    const Variant variants[] = {
+        {"packed bits", 8, 1, kGrey, COMPRESSION_PACKBITS, false, false, 8},
+        {"LZW", 8, 3, kRgb, COMPRESSION_LZW, false, false, 24},
+        {"deflate", 8, 3, kRgb, COMPRESSION_ADOBE_DEFLATE, false, false, 24},
+        {"fax group 4", 1, 1, PHOTOMETRIC_MINISWHITE, COMPRESSION_CCITTFAX4, false, false, 1},
+        {"tiles", 8, 3, kRgb, COMPRESSION_NONE, true, false, 24},
+        {"colours in planes", 8, 3, kRgb, COMPRESSION_NONE, false, true, 24},
+        {"16 bits a sample", 16, 3, kRgb, COMPRESSION_NONE, false, false, 24},
+        {"16-bit grey in tiles", 16, 1, kGrey, COMPRESSION_LZW, true, false, 24},
+        {"CMYK", 8, 4, PHOTOMETRIC_SEPARATED, COMPRESSION_NONE, false, false, 24},
+        {"two samples of no known meaning", 8, 2, PHOTOMETRIC_LOGLUV, COMPRESSION_NONE, false, false, 0},
+    };
+    for (const Variant& variant : variants) {
+        SCOPED_TRACE(variant.name);
+        const WString name = Name("variant.tif");
+        WriteVariant(name, variant);
+        Picture picture;
+        if (variant.loadedBits == 0) {
+            EXPECT_EQ(Load(name, picture), FIL_ERR_UNSUPPORTED);
+            continue;
+        }
+        ASSERT_EQ(Load(name, picture), FIL_SUCCESS);
+        EXPECT_EQ(picture.record.bitsPerPixel, variant.loadedBits);
+        EXPECT_TRUE(picture.record.xDpi == 300 && picture.record.yDpi == 150) << "centimetres";
+        if (variant.photometric == PHOTOMETRIC_SEPARATED)
+            continue;
+        for (uint32_t y = 0; y < kSize; ++y)
+            for (uint32_t x = 0; x < kSize; ++x) {
+                const auto color = picture.ColorAt(x, y);
+                if (variant.bits == 1) {
+                    const bool black = static_cast<uint8_t>(y * 5) >> (7 - x % 8) & 1;
+                    ASSERT_EQ(color[0], black ? 0 : 255) << x << ", " << y;
+                } else {
+                    const uint32_t blue = variant.samples == 3 ? 2 : 0;
+                    ASSERT_EQ(color[0], Sample(x, y, blue)) << x << ", " << y;
+                    ASSERT_EQ(color[2], Sample(x, y, 0)) << x << ", " << y;
+                }
+            }
+    }
+}
+
+TEST_F(Tiff, PagesAreAppendedCountedAndFound)
+{
+    const WString name = Name("pages.tif");
+    const uint32_t depths[] = {1, 24, 8, 4};
+    for (uint32_t i = 0; i < 12; ++i) {
+        const Picture page{20 + i, 10, depths[i % 4], KRN_VIEW_BOTTOM_LEFT, i};
+        ASSERT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_SUCCESS);
+    }
+    for (uint32_t i = 0; i < 12; ++i) {
+        const Picture expected{20 + i, 10, depths[i % 4], KRN_VIEW_BOTTOM_LEFT, i};
+        Picture page;
+        ASSERT_EQ(Load(name, page, i + 1), FIL_SUCCESS);
+        EXPECT_EQ(Difference(expected, page), "");
+    }
+    FilLoadOptions options;
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    options.page = 12;
+    FilFileInfo info;
+    ASSERT_EQ(FilInfo(name.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, &options), FIL_SUCCESS);
+    EXPECT_EQ(info.pageCount, 12u);
+    EXPECT_EQ(info.width, 31u);
+    Picture none;
+    EXPECT_EQ(Load(name, none, 13), FIL_ERR_NO_SUCH_PAGE);
+    EXPECT_EQ(Load(name, none, UINT32_MAX), FIL_ERR_NO_SUCH_PAGE);
+    EXPECT_EQ(Load(name, none, 0), FIL_ERR_INVALID_ARGUMENT);
+}
+
+TEST_F(Tiff, PagesAreAppendedToFilesOfOthers)
+{
+    for (const char* mode : {"wb", "wl", "wb8", "wl8"}) {  // both byte orders, both offset sizes
+        const WString name = Name("other.tif");
+        TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), mode);
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 8);
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        char row[] = "abcdefgh";
+        TIFFWriteScanline(tiff, row, 0, 0);
+        TIFFClose(tiff);
+        const Picture second{30, 30, 24}, third{10, 10, 8};
+        ASSERT_EQ(Save(name, second, FIL_FORMAT_TIFF), FIL_SUCCESS) << mode;
+        ASSERT_EQ(Save(name, third, FIL_FORMAT_TIFF), FIL_SUCCESS) << mode;
+        Picture page;
+        ASSERT_EQ(Load(name, page, 1), FIL_SUCCESS) << mode;
+        EXPECT_EQ(page.ValueAt(7, 0), uint32_t{'h'});
+        ASSERT_EQ(Load(name, page, 2), FIL_SUCCESS) << mode;
+        EXPECT_EQ(Difference(second, page), "") << mode;
+        ASSERT_EQ(Load(name, page, 3), FIL_SUCCESS) << mode;
+        EXPECT_EQ(Difference(third, page), "") << mode;
+    }
+}
+
+TEST_F(Tiff, ADamagedChainIsAnErrorAndIsNotAppendedTo)
+{
+    const WString name = Name("chain.tif");
+    const Picture page{8, 8, 8};
+    ASSERT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_SUCCESS);
+    const size_t onePage = Read(name).size();
+    ASSERT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_SUCCESS);
+    const Bytes sound = Read(name);
+    const auto offsetAt = [&sound](size_t at) {
+        uint32_t value = 0;
+        std::memcpy(&value, sound.data() + at, 4);
+        return value;
+    };
+    const auto nextOf = [&sound](uint32_t directory) {
+        return directory + 2 + size_t{12} * sound[directory];
+    };
+    const uint32_t first = offsetAt(4);
+    const uint32_t second = offsetAt(nextOf(first));
+    ASSERT_GT(second, onePage);
+    for (const uint32_t leadsTo : {first, second, static_cast<uint32_t>(sound.size()), UINT32_MAX}) {
+        Bytes damaged = sound;
+        std::memcpy(damaged.data() + nextOf(second), &leadsTo, 4);
+        Write(name, damaged);
+        FilFileInfo info;
+        EXPECT_EQ(FilInfo(name.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr),
+                  FIL_ERR_CORRUPT);
+        EXPECT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_ERR_CORRUPT);
+        EXPECT_EQ(Read(name), damaged);
+        Picture readable;
+        EXPECT_EQ(Load(name, readable, 2), FIL_SUCCESS) << "a page before the damage";
+    }
+}
+
+TEST_F(Tiff, DamageAnywhereNeitherCrashesNorLeaks)
+{
+    const WString name = Name("damage.tif");
+    for (const uint32_t bits : {1u, 24u}) {
+        ASSERT_EQ(Save(name, Picture{9, 5, bits}, FIL_FORMAT_TIFF), FIL_SUCCESS);
+        const Bytes sound = Read(name);
+        for (size_t at = 0; at < sound.size(); ++at) {
+            Picture cut;
+            ASSERT_LT(LoadBytes({sound.begin(), sound.begin() + static_cast<ptrdiff_t>(at)}, cut), 0) << at;
+            for (const uint8_t value : {uint8_t{0x00}, uint8_t{0x7F}, uint8_t{0xFF}}) {
+                Bytes damaged = sound;
+                damaged[at] = value;
+                Picture picture;
+                LoadBytes(damaged, picture);
+            }
+        }
+        std::filesystem::remove(name);
+    }
+}
+
+}  // namespace
+}  // namespace vorn::test
