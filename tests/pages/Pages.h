@@ -13,7 +13,7 @@
 
 #include "Vornfilx.h"
 #include "wia/model/PageEncoder.h"
-#include "wia/virtual/MemoryPage.h"
+#include "wia/virtual/CannedPages.h"
 
 namespace vorn::wia {
 
@@ -81,7 +81,7 @@ private:
 inline std::unique_ptr<Page> ReadyPage(const PageGeometry& geometry, const std::vector<uint8_t>& image)
 {
     std::unique_ptr<Page> page;
-    MemoryPages{geometry, image}.NextPage({}, page);
+    MakeCannedPages({{geometry, image}})->NextPage({}, page);
     return page;
 }
 
