@@ -112,8 +112,10 @@ int32_t TakeGeometry(const RawHeader& raw, PageInfo& page) noexcept
 /** A channel's mask is one run of bits inside the pixel. */
 bool IsMask(uint32_t mask, uint32_t bits) noexcept
 {
+    if (mask == 0)
+        return false;
     const uint32_t run = mask >> std::countr_zero(mask);
-    return mask != 0 && (run & (run + 1)) == 0 && (bits == 32 || mask >> bits == 0);
+    return (run & (run + 1)) == 0 && (bits == 32 || mask >> bits == 0);
 }
 
 int32_t TakeMasks(ByteSource& source, RawHeader& raw, Header& header) noexcept

@@ -106,9 +106,14 @@ int32_t FillPalette(TIFF* tiff, const Fields& fields, PageInfo& info) noexcept
     return FIL_SUCCESS;
 }
 
-/** libtiff's own check, which wants a buffer for its message. */
-bool CanConvert(TIFF* tiff) noexcept
+bool CanConvert(TIFF* tiff, const Fields& fields) noexcept
 {
+    // libtiff takes wrong pixels from tiles of 16-bit grey that reach past the picture.
+    uint32_t tileWidth = 0;
+    if (TIFFIsTiled(tiff) && fields.bits == 16 && fields.samples == 1 &&
+        TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tileWidth) &&
+        (tileWidth == 0 || fields.width % tileWidth != 0))
+        return false;
     char message[1024];
     return TIFFRGBAImageOK(tiff, message) != 0;
 }
@@ -207,7 +212,7 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
     if (fields.width == 0 || fields.height == 0)
         return FIL_ERR_CORRUPT;
     page.route = HasBitmapRows(tiff, fields) ? Route::Rows : Route::Converted;
-    if (page.route == Route::Converted && !CanConvert(tiff))
+    if (page.route == Route::Converted && !CanConvert(tiff, fields))
         return FIL_ERR_UNSUPPORTED;
     page.info.width = fields.width;
     page.info.height = fields.height;

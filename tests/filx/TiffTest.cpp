@@ -82,7 +82,8 @@ TEST_F(Tiff, VariantsThatOthersWriteAreRead)
         {"tiles", 8, 3, kRgb, COMPRESSION_NONE, true, false, 24},
         {"colours in planes", 8, 3, kRgb, COMPRESSION_NONE, false, true, 24},
         {"16 bits a sample", 16, 3, kRgb, COMPRESSION_NONE, false, false, 24},
-        {"16-bit grey in tiles", 16, 1, kGrey, COMPRESSION_LZW, true, false, 24},
+        {"16-bit grey", 16, 1, kGrey, COMPRESSION_LZW, false, false, 24},
+        {"16-bit grey in tiles past the edge", 16, 1, kGrey, COMPRESSION_LZW, true, false, 0},
         {"CMYK", 8, 4, PHOTOMETRIC_SEPARATED, COMPRESSION_NONE, false, false, 24},
         {"two samples of no known meaning", 8, 2, PHOTOMETRIC_LOGLUV, COMPRESSION_NONE, false, false, 0},
     };
