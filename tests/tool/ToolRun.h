@@ -11,6 +11,12 @@ namespace vorn::test {
 
 using Arguments = std::vector<std::string>;
 
+inline Arguments operator+(Arguments arguments, const Arguments& more)
+{
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
 /** What a run of the tool left behind. */
 struct ToolResult {
     int exitCode;  ///< the signal's number, negative, when a signal ended it

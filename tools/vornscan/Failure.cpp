@@ -10,7 +10,7 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_OUT_OF_MEMORY, ExitCode::InputOutput,
      "not enough memory, or the device offers no transfer; try a lower resolution"},
     {ERR_ABORTED, ExitCode::Cancelled, "cancelled"},
-    {DIALOG_CANCELLED, ExitCode::Cancelled, "cancelled"},
+    {DIALOG_CANCELLED, ExitCode::Cancelled, "nothing was chosen to acquire"},
     {ERR_TEMP_PATH, ExitCode::InputOutput, "there is no usable temporary directory; set TMPDIR to one"},
     {ERR_FILE_COPY, ExitCode::InputOutput,
      "the page was scanned but its file could not be written; is there room on the disk?"},

@@ -169,7 +169,8 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
         throw Failure{ExitCode::Usage, setting + ": there is no such folder"};
     const Item root = session.Root();
     if (!root.HasText(kVirtualPagesFolder))
-        throw Failure{ExitCode::Usage, device.name + " is not a virtual device: it takes no " + setting};
+        throw Failure{ExitCode::Usage,
+                      device.name + " takes no --virtual-pages: only a virtual scanner does"};
     if (root.SetText(kVirtualPagesFolder, folder) != SUCCESS)
         throw Failure{ExitCode::Usage,
                       setting + ": " + device.name +
@@ -198,6 +199,9 @@ void PrepareCamera(const Session& session, const Device& device, const Options& 
         throw Failure{
             ExitCode::Usage,
             device.name + " is not a scanner: leave out --source, --mode, --resolution and --pages"};
+    if (session.Generation() == 2 && options.memory)
+        throw Failure{ExitCode::Usage,
+                      device.name + " writes its files itself in generation 2; use --wia 1 with --memory"};
     if (session.Generation() == 2)
         return;
     for (const Item& picture : session.Children())

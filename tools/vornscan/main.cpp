@@ -1,5 +1,6 @@
 // vornscan: scans pages into image files.
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <new>
 
@@ -25,12 +26,21 @@ void ListDevices(Session& session)
         std::cout << device.id << "\t" << device.name << "\t" << device.description << "\n";
 }
 
+/** Says so when the pages are not in the file that the person named. */
+void SayOtherName(const std::string& named, const std::string& used)
+{
+    const bool sameKind = std::filesystem::path{named}.extension() == std::filesystem::path{used}.extension();
+    if (used != named)
+        Say(sameKind ? named + " is there already: the scan is in " + used
+                     : "the device chose the format: the scan is in " + used);
+}
+
 /** Each finished file once, also those of an acquisition that failed later. */
 void ListFiles(const Outcome& outcome, const Options& options)
 {
     const std::vector<std::string>& files = outcome.files;
-    if (!files.empty() && files.front() != options.outputFile)
-        Say(options.outputFile + " is there already: the scan is in " + files.front());
+    if (!files.empty())
+        SayOtherName(options.outputFile, files.front());
     for (auto file = files.begin(); file != files.end(); ++file)
         if (std::find(files.begin(), file, *file) == file)
             std::cout << *file << "\n";
@@ -52,11 +62,11 @@ void Judge(const Outcome& outcome, const Options& options, const Device& device)
         return;
     if (Interrupted())
         throw Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
-    const bool feederEmpty = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
-    if (!feederEmpty)
+    const bool ended = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
+    if (!ended || (got == 0 && outcome.status != SUCCESS))
         throw StatusFailure(device.name, outcome.status);
     if (got == 0)
-        throw StatusFailure(device.name, ERR_WIA_PAPER_EMPTY);
+        throw Failure{ExitCode::NoDocuments, device.name + ": there was nothing to acquire"};
     if (got < wanted)
         throw Failure{ExitCode::NoDocuments, device.name + ": the feeder is empty after " +
                                                  std::to_string(got) + " of " + Pages(wanted) +
