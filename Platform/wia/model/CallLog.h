@@ -76,7 +76,7 @@ void LogCall(MakeLine&& line) noexcept
 }
 
 /** Names as a log prints them: characters outside ASCII become `?`. */
-std::string LogText(WStringView text);
-std::string LogGuid(REFGUID guid);
+VORN_WIA_API std::string LogText(WStringView text);
+VORN_WIA_API std::string LogGuid(REFGUID guid);
 
 }  // namespace vorn::wia

@@ -12,7 +12,7 @@
 
 namespace vorn::wia {
 
-class Device {
+class VORN_WIA_API Device {
 public:
     explicit Device(DeviceDefinition definition) noexcept : definition_{std::move(definition)} {}
 

@@ -18,6 +18,7 @@ template <> struct InterfaceInfo<IWiaItemExtras> : InterfaceIs<IID_IWiaItemExtra
 template <> struct InterfaceInfo<IEnumWiaItem> : InterfaceIs<IID_IEnumWiaItem> {};
 template <> struct InterfaceInfo<IEnumWIA_DEV_CAPS> : InterfaceIs<IID_IEnumWIA_DEV_CAPS> {};
 template <> struct InterfaceInfo<IEnumWIA_FORMAT_INFO> : InterfaceIs<IID_IEnumWIA_FORMAT_INFO> {};
+template <> struct InterfaceInfo<IWiaDataCallback> : InterfaceIs<IID_IWiaDataCallback> {};
 template <> struct InterfaceInfo<IWiaDevMgr2> : InterfaceIs<IID_IWiaDevMgr2> {};
 template <> struct InterfaceInfo<IWiaItem2> : InterfaceIs<IID_IWiaItem2> {};
 template <> struct InterfaceInfo<IEnumWiaItem2> : InterfaceIs<IID_IEnumWiaItem2> {};

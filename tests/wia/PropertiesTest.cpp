@@ -1,0 +1,198 @@
+// Reading and writing properties, and the values that follow others.
+#include "Client.h"
+
+namespace vorn::wia::test {
+
+namespace {
+
+class Properties : public ServiceTest {};
+
+Value Wide64(int64_t number)
+{
+    return Value::Integer(VT_I8, number);
+}
+
+struct WriteCase {
+    const char* fault;
+    PROPID id;
+    Value value;
+    HRESULT expected;
+};
+
+std::vector<WriteCase> WriteCases()
+{
+    return {
+        {"takes an unknown property", 9999, Value::I4(1), E_INVALIDARG},
+        {"writes a property that is read only", WIA_IPA_BYTES_PER_LINE, Value::I4(1), E_ACCESSDENIED},
+        {"refuses the minimum", WIA_IPS_BRIGHTNESS, Value::I4(-1000), S_OK},
+        {"takes a value below the range", WIA_IPS_BRIGHTNESS, Value::I4(-1001), E_INVALIDARG},
+        {"takes a value above the range", WIA_IPS_XRES, Value::I4(1201), E_INVALIDARG},
+        {"takes a value that the list lacks", WIA_IPA_DEPTH, Value::I4(16), E_INVALIDARG},
+        {"takes the list's count for a value", WIA_IPA_DATATYPE, Value::I4(1), E_INVALIDARG},
+        {"refuses a listed value", WIA_IPA_DEPTH, Value::I4(8), S_OK},
+        {"takes a flag that is not offered", WIA_IPS_CUR_INTENT, Value::I4(0x100), E_INVALIDARG},
+        {"refuses a combination of flags", WIA_IPS_CUR_INTENT, Value::I4(0x20001), S_OK},
+        {"refuses another width of integer", WIA_IPS_XRES, Value::Integer(VT_UI2, 200), S_OK},
+        {"cuts a wide value to 32 bits", WIA_IPS_XRES, Wide64((int64_t{1} << 32) + 200), E_INVALIDARG},
+        {"takes a text for a number", WIA_IPS_XRES, Value::Text(VORN_TEXT("200")), E_INVALIDARG},
+        {"takes no value for a number", WIA_IPS_XRES, Value{}, E_INVALIDARG},
+        {"takes a format that is not offered", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_JPEG), E_INVALIDARG},
+        {"takes the empty element before the list", WIA_IPA_FORMAT, Value::Guid(GUID{}), E_INVALIDARG},
+        {"takes a number for a GUID", WIA_IPA_FORMAT, Value::I4(1), E_INVALIDARG},
+        {"refuses a listed GUID", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_TIFF), S_OK},
+    };
+}
+
+TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
+{
+    for (const WriteCase& row : WriteCases()) {
+        const Node item = Open(Generation::Two, "virtual:scanner").Child("Flatbed");
+        const Value before = item.Read(row.id);
+        EXPECT_EQ(item.Write(row.id, row.value), row.expected) << row.fault;
+        const bool kept = row.expected != S_OK;
+        if (before.Type() == VT_I4) {
+            EXPECT_EQ(item.Long(row.id), kept ? before.Long() : row.value.Long()) << row.fault;
+        }
+    }
+}
+
+TEST_F(Properties, AWriteOfSeveralIsAllOrNothing)
+{
+    const Node item = Open(Generation::One, "virtual:scanner").Child("Scan");
+    const PROPSPEC specs[] = {Spec(WIA_IPS_XRES), Spec(WIA_IPS_XEXTENT), Spec(WIA_IPS_YRES)};
+    // 5000 pixels are within the area at 600 dpi only: the first value bears on the second.
+    const Value good[] = {Value::I4(600), Value::I4(5000), Value::I4(600)};
+    const Value bad[] = {Value::I4(600), Value::I4(5000), Value::I4(7)};
+    const auto write = [&](const Value* values) {
+        const PROPVARIANT variants[] = {values[0].Get(), values[1].Get(), values[2].Get()};
+        return item.Storage()->WriteMultiple(3, specs, variants, WIA_IPA_FIRST);
+    };
+    const LONG extent = item.Long(WIA_IPS_XEXTENT);
+    const LONG line = item.Long(WIA_IPA_BYTES_PER_LINE);
+
+    EXPECT_EQ(write(bad), E_INVALIDARG);
+    EXPECT_EQ(item.Long(WIA_IPS_XRES), 150);
+    EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), extent);
+    EXPECT_EQ(item.Long(WIA_IPA_BYTES_PER_LINE), line);
+    EXPECT_EQ(item.Write(WIA_IPS_XEXTENT, 5000), E_INVALIDARG) << "the range of the refused write stayed";
+
+    EXPECT_EQ(write(good), S_OK);
+    EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 5000);
+}
+
+TEST_F(Properties, MissingValuesAreEmptyAndTold)
+{
+    const Node root = Open(Generation::One, "virtual:scanner");
+    WCHAR name[] = VORN_TEXT("unique DEVICE id");
+    PROPSPEC specs[] = {Spec(WIA_DIP_DEV_ID), Spec(9999), Spec(0)};
+    specs[2].ulKind = PRSPEC_LPWSTR;
+    specs[2].lpwstr = name;
+    PROPVARIANT values[3];
+    EXPECT_EQ(root.Storage()->ReadMultiple(3, specs, values), S_FALSE);
+    EXPECT_EQ(values[0].vt, VT_BSTR);
+    EXPECT_EQ(values[1].vt, VT_EMPTY);
+    EXPECT_EQ(values[2].vt, VT_BSTR) << "names are compared without regard to case";
+    FreePropVariantArray(3, values);
+    EXPECT_EQ(root.Storage()->ReadMultiple(1, nullptr, values), E_INVALIDARG);
+}
+
+TEST_F(Properties, ResolutionMovesTheAreaInPixels)
+{
+    const Node item = Open(Generation::One, "virtual:scanner").Child("Scan");
+    EXPECT_EQ(item.Write(WIA_IPS_XPOS, 150), S_OK);
+    EXPECT_EQ(item.Write(WIA_IPS_XEXTENT, 300), S_OK);
+    EXPECT_EQ(item.Write(WIA_IPS_XRES, 300), S_OK);
+    EXPECT_EQ(item.Long(WIA_IPS_XPOS), 300);
+    EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 600);
+    EXPECT_EQ(item.Long(WIA_IPA_PIXELS_PER_LINE), 600);
+    EXPECT_EQ(item.Long(WIA_IPA_BYTES_PER_LINE), 1800);
+    const Value range = item.Valid(WIA_IPS_XEXTENT);
+    ASSERT_EQ(range.Get().cal.cElems, ULONG{WIA_RANGE_NUM_ELEMS});
+    EXPECT_EQ(range.Get().cal.pElems[WIA_RANGE_MAX], 2550 - 300);
+    EXPECT_EQ(item.Write(WIA_IPS_XPOS, 2500), S_OK);
+    EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 50) << "the extent stays within the area";
+}
+
+TEST_F(Properties, DataTypeDepthAndIntentFollowEachOther)
+{
+    struct Row {
+        PROPID written;
+        LONG value, dataType, depth, channels;
+    };
+    constexpr Row kRows[] = {
+        {WIA_IPA_DATATYPE, WIA_DATA_THRESHOLD, WIA_DATA_THRESHOLD, 1, 1},
+        {WIA_IPA_DATATYPE, WIA_DATA_GRAYSCALE, WIA_DATA_GRAYSCALE, 8, 1},
+        {WIA_IPA_DEPTH, 24, WIA_DATA_COLOR, 24, 3},
+        {WIA_IPA_DEPTH, 1, WIA_DATA_THRESHOLD, 1, 1},
+        {WIA_IPS_CUR_INTENT, WIA_INTENT_IMAGE_TYPE_GRAYSCALE, WIA_DATA_GRAYSCALE, 8, 1},
+        {WIA_IPS_CUR_INTENT, WIA_INTENT_NONE, WIA_DATA_GRAYSCALE, 8, 1},
+    };
+    const Node item = Open(Generation::Two, "virtual:scanner").Child("Flatbed");
+    for (const Row& row : kRows) {
+        EXPECT_EQ(item.Write(row.written, row.value), S_OK);
+        EXPECT_EQ(item.Long(WIA_IPA_DATATYPE), row.dataType);
+        EXPECT_EQ(item.Long(WIA_IPA_DEPTH), row.depth);
+        EXPECT_EQ(item.Long(WIA_IPA_CHANNELS_PER_PIXEL), row.channels);
+        EXPECT_EQ(item.Long(WIA_IPA_BYTES_PER_LINE), (1275 * row.depth + 31) / 32 * 4);
+    }
+}
+
+TEST_F(Properties, SourceSetsThePageSizeInTheFirstGeneration)
+{
+    const Node root = Open(Generation::One, "virtual:scanner");
+    const Node item = root.Child("Scan");
+    EXPECT_EQ(item.Write(WIA_IPS_YEXTENT, 2000), E_INVALIDARG) << "longer than the glass";
+    EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FEEDER | FLATBED), E_INVALIDARG);
+    EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FLATBED | DUPLEX), E_INVALIDARG);
+    EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FEEDER), S_OK);
+    EXPECT_EQ(item.Write(WIA_IPS_YEXTENT, 2000), S_OK);
+    EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FLATBED), S_OK);
+    EXPECT_EQ(item.Long(WIA_IPS_YEXTENT), 1755);
+}
+
+TEST_F(Properties, MediumSetsTheFormatsOnOffer)
+{
+    const Node item = Open(Generation::One, "virtual:scanner").Child("Scan");
+    EXPECT_EQ(item.Read(WIA_IPA_FORMAT).ToGuid(), WiaImgFmt_MEMORYBMP);
+    EXPECT_EQ(item.Write(WIA_IPA_TYMED, TYMED_FILE), S_OK);
+    EXPECT_EQ(item.Read(WIA_IPA_FORMAT).ToGuid(), WiaImgFmt_BMP) << "a file cannot be a bitmap in memory";
+    EXPECT_EQ(item.Write(WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_MEMORYBMP)), E_INVALIDARG);
+    EXPECT_EQ(item.Write(WIA_IPA_TYMED, TYMED_MULTIPAGE_FILE), S_OK);
+    EXPECT_EQ(item.Read(WIA_IPA_FORMAT).ToGuid(), WiaImgFmt_TIFF);
+    EXPECT_EQ(Narrow(item.Read(WIA_IPA_FILENAME_EXTENSION).ToText()), "TIF");
+}
+
+TEST_F(Properties, PageCountIsOneValueInTheSecondGeneration)
+{
+    const Node root = Open(Generation::Two, "virtual:scanner");
+    EXPECT_EQ(root.Child("Feeder").Write(WIA_IPS_PAGES, 7), S_OK);
+    EXPECT_EQ(root.Long(WIA_DPS_PAGES), 7);
+    EXPECT_EQ(Open(Generation::Two, "virtual:scanner").Long(WIA_DPS_PAGES), 1) << "each opening has its own";
+}
+
+TEST_F(Properties, HostileAnswersReachTheClientAsTheyAre)
+{
+    Property vector = Writable(5000, Value::I4(1));
+    vector.attributes = [](ULONG& flags, PROPVARIANT& valid) {
+        flags = WIA_PROP_READ | WIA_PROP_LIST;
+        valid.vt = VT_VECTOR | VT_I4;
+        valid.cal = {0x80000000, nullptr};
+        return S_OK;
+    };
+    Use(DeviceBuilder{}.RootProperty(vector).FailProperty(WIA_DIP_DEV_TYPE, Step::ReadProperty, E_FAIL, 2));
+    const Node root = Open(Generation::Two);
+    PROPSPEC spec = Spec(5000);
+    ULONG flags = 0;
+    PROPVARIANT valid{};
+    EXPECT_EQ(root.Storage()->GetPropertyAttributes(1, &spec, &flags, &valid), S_OK);
+    EXPECT_EQ(valid.cal.cElems, 0x80000000u);
+
+    spec = Spec(WIA_DIP_DEV_TYPE);
+    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), S_OK);
+    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), E_FAIL) << "the second read fails";
+    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), S_OK);
+}
+
+}  // namespace
+
+}  // namespace vorn::wia::test
