@@ -33,20 +33,21 @@ extern "C" {
 #endif
 
 #define FIL_SUCCESS 1
-#define FIL_ERR_NOT_FOUND (-2001)          /**< no such file or directory */
-#define FIL_ERR_ACCESS (-2002)             /**< the file or its directory may not be read or written */
-#define FIL_ERR_READ (-2003)               /**< reading failed */
-#define FIL_ERR_WRITE (-2004)              /**< writing failed */
-#define FIL_ERR_DISK_FULL (-2005)          /**< no room left; the file is as it was */
-#define FIL_ERR_UNKNOWN_FORMAT (-2006)     /**< the data is of no format that this library knows */
-#define FIL_ERR_UNSUPPORTED (-2007)        /**< the format is known, this variant of it is not */
-#define FIL_ERR_CORRUPT (-2008)            /**< the data contradicts itself or ends early */
-#define FIL_ERR_TOO_LARGE (-2009)          /**< the image exceeds what a bitmap can hold */
-#define FIL_ERR_NO_SUCH_PAGE (-2010)       /**< the page number is past the last page */
-#define FIL_ERR_SINGLE_PAGE_FORMAT (-2011) /**< the file has its page, and its format holds one; it is as it was */
-#define FIL_ERR_INVALID_ARGUMENT (-2012)   /**< a required pointer is null, or a value is out of its range */
-#define FIL_ERR_OUT_OF_MEMORY (-2013)      /**< no memory */
-#define FIL_ERR_IS_DIRECTORY (-2014)       /**< the name is that of a directory */
+#define FIL_ERR_NOT_FOUND (-2001)      /**< no such file or directory */
+#define FIL_ERR_ACCESS (-2002)         /**< the file or its directory may not be read or written */
+#define FIL_ERR_READ (-2003)           /**< reading failed */
+#define FIL_ERR_WRITE (-2004)          /**< writing failed */
+#define FIL_ERR_DISK_FULL (-2005)      /**< no room left; the file is as it was */
+#define FIL_ERR_UNKNOWN_FORMAT (-2006) /**< the data is of no format that this library knows */
+#define FIL_ERR_UNSUPPORTED (-2007)    /**< the format is known, this variant of it is not */
+#define FIL_ERR_CORRUPT (-2008)        /**< the data contradicts itself or ends early */
+#define FIL_ERR_TOO_LARGE (-2009)      /**< the image exceeds what a bitmap can hold */
+#define FIL_ERR_NO_SUCH_PAGE (-2010)   /**< the page number is past the last page */
+#define FIL_ERR_SINGLE_PAGE_FORMAT \
+    (-2011) /**< the file has its page, and its format holds one; it is as it was */
+#define FIL_ERR_INVALID_ARGUMENT (-2012) /**< a required pointer is null, or a value is out of its range */
+#define FIL_ERR_OUT_OF_MEMORY (-2013)    /**< no memory */
+#define FIL_ERR_IS_DIRECTORY (-2014)     /**< the name is that of a directory */
 
 /** File formats. */
 #define FIL_FORMAT_UNKNOWN 0
@@ -59,20 +60,20 @@ extern "C" {
 #pragma pack(push, 1)
 /** What FilInfo tells about a file. The picture's fields are those of the page that the load options name. */
 typedef struct FilFileInfo {
-    uint32_t structSize;   /**< 0: FIL_INFO_SIZE */
-    int32_t format;        /**< 4: FIL_FORMAT_ code */
-    WCHAR fileName[260];   /**< 8: the name asked about, cut when longer */
-    uint8_t reserved1[512]; /**< 528 */
-    uint32_t bitsPerPixel; /**< 1040: as a load delivers them */
-    uint32_t width;        /**< 1044: pixels */
-    uint32_t height;       /**< 1048: rows */
-    double xDpi;           /**< 1052: 0 when unknown */
-    double yDpi;           /**< 1060 */
-    uint64_t fileBytes;    /**< 1068: size of the file or buffer */
-    uint8_t reserved2[28]; /**< 1076 */
-    uint32_t colorOrder;   /**< 1104: KRN_COLOR_ORDER_BGR */
-    uint8_t reserved3[4];  /**< 1108 */
-    uint32_t pageCount;    /**< 1112 */
+    uint32_t structSize;     /**< 0: FIL_INFO_SIZE */
+    int32_t format;          /**< 4: FIL_FORMAT_ code */
+    WCHAR fileName[260];     /**< 8: the name asked about, cut when longer */
+    uint8_t reserved1[512];  /**< 528 */
+    uint32_t bitsPerPixel;   /**< 1040: as a load delivers them */
+    uint32_t width;          /**< 1044: pixels */
+    uint32_t height;         /**< 1048: rows */
+    double xDpi;             /**< 1052: 0 when unknown */
+    double yDpi;             /**< 1060 */
+    uint64_t fileBytes;      /**< 1068: size of the file or buffer */
+    uint8_t reserved2[28];   /**< 1076 */
+    uint32_t colorOrder;     /**< 1104: KRN_COLOR_ORDER_BGR */
+    uint8_t reserved3[4];    /**< 1108 */
+    uint32_t pageCount;      /**< 1112 */
     uint8_t reserved4[1096]; /**< 1116 */
 } FilFileInfo;
 
@@ -86,7 +87,7 @@ typedef struct FilLoadOptions {
 #pragma pack(pop)
 
 /** Fills load options with their defaults: the first page. `size` is FIL_LOAD_OPTIONS_SIZE. */
-VORNFILX_API int32_t FilDefaultLoadOptions(FilLoadOptions *options, uint32_t size);
+VORNFILX_API int32_t FilDefaultLoadOptions(FilLoadOptions* options, uint32_t size);
 
 /** FilInfo's flags: 1 reads the page count as well. */
 #define FIL_INFO_COUNT_PAGES 1u
@@ -99,22 +100,23 @@ VORNFILX_API int32_t FilDefaultLoadOptions(FilLoadOptions *options, uint32_t siz
  * @param flags     FIL_INFO_COUNT_PAGES, or 0: pageCount is then 1
  * @param options   names the page to tell about; null: the first
  */
-VORNFILX_API int32_t FilInfo(const WCHAR *fileName, FilFileInfo *info, uint32_t infoSize, uint32_t flags,
-                             const FilLoadOptions *options);
+VORNFILX_API int32_t FilInfo(const WCHAR* fileName, FilFileInfo* info, uint32_t infoSize, uint32_t flags,
+                             const FilLoadOptions* options);
 
 /**
  * Loads one page of a file.
  * @param fileName      the file
  * @param bitmap        receives the image
  * @param bitmapSize    KRN_BITMAP_SIZE
- * @param bitsPerPixel  depth wanted: that of the file, or 0 for it; another answers FIL_ERR_UNSUPPORTED
+ * @param bitsPerPixel  depth wanted: that of the file, or 0 for it; another answers FIL_ERR_UNSUPPORTED. A file
+ *                      whose depth a load changes (16 bits become 24) answers to both
  * @param colorOrder    KRN_COLOR_ORDER_BGR or KRN_COLOR_ORDER_ANY
  * @param options       names the page; null: the first
- * @param info          also filled when not null
+ * @param info          also filled when not null, page count included
  */
-VORNFILX_API int32_t FilLoad(const WCHAR *fileName, BitmapHandle *bitmap, uint32_t bitmapSize,
-                             uint32_t bitsPerPixel, uint32_t colorOrder, const FilLoadOptions *options,
-                             FilFileInfo *info);
+VORNFILX_API int32_t FilLoad(const WCHAR* fileName, BitmapHandle* bitmap, uint32_t bitmapSize,
+                             uint32_t bitsPerPixel, uint32_t colorOrder, const FilLoadOptions* options,
+                             FilFileInfo* info);
 
 /**
  * As FilLoad, from an encoded image of `size` bytes in memory. A BMP that is only its header and colour
@@ -122,9 +124,9 @@ VORNFILX_API int32_t FilLoad(const WCHAR *fileName, BitmapHandle *bitmap, uint32
  * width, height, depth, view perspective and resolution that the header tells, and its palette, a block of
  * KrnAlloc that the caller then frees with KrnFree.
  */
-VORNFILX_API int32_t FilLoadMemory(const void *buffer, BitmapHandle *bitmap, uint32_t bitmapSize,
+VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uint32_t bitmapSize,
                                    uint32_t bitsPerPixel, uint32_t colorOrder, int32_t size,
-                                   const FilLoadOptions *options, FilFileInfo *info);
+                                   const FilLoadOptions* options, FilFileInfo* info);
 
 /** FilSave's modes. */
 #define FIL_SAVE_NEW 1      /**< the file must not exist: FIL_ERR_ACCESS when it does */
@@ -146,12 +148,12 @@ VORNFILX_API int32_t FilLoadMemory(const void *buffer, BitmapHandle *bitmap, uin
  * @return FIL_SUCCESS, or a FIL_ERR_ code with the file as it was: a new file is not left behind half
  *         written, and an existing one keeps every page it had.
  */
-VORNFILX_API int32_t FilSave(const WCHAR *fileName, const BitmapHandle *bitmap, int32_t format,
-                             uint32_t bitsPerPixel, int32_t mode, int32_t compression,
-                             const void *options, void *reserved1, void *reserved2);
+VORNFILX_API int32_t FilSave(const WCHAR* fileName, const BitmapHandle* bitmap, int32_t format,
+                             uint32_t bitsPerPixel, int32_t mode, int32_t compression, const void* options,
+                             void* reserved1, void* reserved2);
 
 /** The format whose usual extension `fileName` ends in, without regard to case; FIL_FORMAT_UNKNOWN otherwise. */
-VORNFILX_API int32_t FilFormatFromName(const WCHAR *fileName);
+VORNFILX_API int32_t FilFormatFromName(const WCHAR* fileName);
 
 #ifdef __cplusplus
 }  // extern "C"
