@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "Sessions.h"
+#include "vornwia/Internal.h"
 
 namespace vorn::test {
 namespace {
@@ -259,7 +260,7 @@ struct Chooser : DialogProvider {
     size_t choice = 0;
     std::vector<DeviceQuestion> asked;
 
-    HRESULT SelectDevice(const DeviceQuestion& question, DevicePtr& chosen) override
+    HRESULT STDMETHODCALLTYPE SelectDevice(const DeviceQuestion& question, DevicePtr& chosen) override
     {
         asked.push_back(question);
         if (result == S_OK)
@@ -323,6 +324,53 @@ TEST_P(DevicesTest, HandsTheDialogItsArguments)
     ASSERT_EQ(chooser->asked.size(), 1u);
     EXPECT_EQ(chooser->asked[0].parent, parent);
     EXPECT_EQ(log.Lines(), (Texts{Manager() + ".SelectDeviceDlgID 2 1", Manager() + ".CreateDevice c"}));
+}
+
+/** A manager of the first generation whose dialog succeeds without a choice. */
+struct SilentManager final : IWiaDevMgr {
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE EnumDeviceInfo(LONG, IEnumWIA_DEV_INFO**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE CreateDevice(BSTR, IWiaItem**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SelectDeviceDlg(HWND, LONG, LONG, BSTR*, IWiaItem**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE SelectDeviceDlgID(HWND, LONG, LONG, BSTR*) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE GetImageDlg(HWND, LONG, LONG, LONG, IWiaItem*, BSTR, GUID*) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RegisterEventCallbackProgram(LONG, BSTR, const GUID*, BSTR, BSTR, BSTR,
+                                                           BSTR) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RegisterEventCallbackInterface(LONG, BSTR, const GUID*, IWiaEventCallback*,
+                                                             IUnknown**) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE RegisterEventCallbackCLSID(LONG, BSTR, const GUID*, const GUID*, BSTR, BSTR,
+                                                         BSTR) override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE AddDeviceDlg(HWND, LONG) override { return E_NOTIMPL; }
+};
+
+TEST_F(LibraryTest, KeepsItsDeviceWhenTheDialogNamesNone)
+{
+    const ScopedDevices devices{A()};
+    const OpenSession session{1, VORN_TEXT("a")};
+    WiaSession& inside = *static_cast<WiaSession*>(session);
+    SilentManager silent;
+    IWiaDevMgr* manager = std::exchange(inside.deviceManager, &silent);
+    EXPECT_EQ(Vorn_WiaSelectDeviceDlg(session, nullptr, 0, 0), SUCCESS);
+    inside.deviceManager = manager;
+    EXPECT_EQ(session.Type(), StiDeviceTypeScanner);
+    EXPECT_EQ(session.SelectedId(), "a");
 }
 
 TEST_P(DevicesTest, TellsTheTypeOfItsDevice)

@@ -39,8 +39,8 @@ Property Probe(PROPID id, Value value)
 
 Value TimeWords(size_t count)
 {
-    std::vector<uint16_t> words(count);
-    std::memcpy(words.data(), &kSomeTime, std::min(count * sizeof(uint16_t), sizeof(kSomeTime)));
+    std::vector<uint16_t> words{2026, 2, 6, 28, 23, 59, 58, 999};
+    words.resize(count);
     return Value::Words(words);
 }
 
