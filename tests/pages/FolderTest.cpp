@@ -146,9 +146,8 @@ TEST_F(Folder, FeedsEveryPageOfEveryFileInNaturalOrder)
     // The widths tell the pages apart: all of a page but its picture is white.
     const std::vector<uint32_t> widths = {5, 9, 14, 20};
     const auto page = [](uint32_t width) { return MakeGeometry(width, 4, 24); };
-    Write("page10.bmp", Bmp(page(20), std::vector<uint8_t>(page(20).ImageBytes())));
-    std::vector<uint8_t> black(page(5).ImageBytes());
-    Write("Page1.BMP", Bmp(page(5), black));
+    Write("page10.bmp", Bmp(page(20), RandomImage(page(20))));
+    Write("Page1.BMP", Bmp(page(5), RandomImage(page(5))));
     Write("page2.tif", Tiff({page(9), page(14)}));
 
     const auto source = Open();
