@@ -92,8 +92,7 @@ int32_t ShowAcquireDialog2(WiaSession* session, HWND parent, uint32_t flags, con
                            const FileListTarget& files)
 {
     FileNameParts parts;
-    if (!options || !options->fileName[0] || options->fileName[VORNWIA_NAME_CHARS - 1] ||
-        !SplitFileName(options->fileName, parts))
+    if (!options || !NamesFile(*options) || !SplitFileName(options->fileName, parts))
         return ERR_INVALID_ARGUMENT;
 
     // Drive and directory together are a part of the name, so they fit.

@@ -334,8 +334,7 @@ int32_t Acquisition::TransferToFiles(ItemTransfer& target)
 {
     if (IsScanner())
         SetPages(1);
-    const bool named = options_.fileName[0] && !options_.fileName[VORNWIA_NAME_CHARS - 1];
-    int32_t status = named ? ChooseOutputName() : ERR_INVALID_ARGUMENT;
+    int32_t status = NamesFile(options_) ? ChooseOutputName() : ERR_INVALID_ARGUMENT;
     if (status == SUCCESS)
         status = TransferPages(target);
     target.transfer.Reset();

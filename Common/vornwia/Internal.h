@@ -158,6 +158,9 @@ int32_t TransferPageToFile(const PageTransfer& page) noexcept;
 
 // ---- Output files --------------------------------------------------------------------------------------
 
+/** True when the options hold a file name, terminated. */
+bool NamesFile(const AcquireOptions& options) noexcept;
+
 /** True when a file of that name exists. */
 bool FileExists(const WCHAR* name) noexcept;
 

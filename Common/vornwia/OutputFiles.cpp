@@ -1,5 +1,7 @@
 /** Output files: names, copying and appending of transferred pages, the list for the caller. */
+#include <algorithm>
 #include <iterator>
+#include <string>
 
 #include "../BitmapUtil.h"
 #include "Internal.h"
@@ -8,22 +10,20 @@
 namespace vorn {
 namespace {
 
-/** "C:" "\scans\" "page" 2 ".bmp" gives "C:\scans\page (2).bmp". */
+/**
+ * "C:" "\scans\" "page" 2 ".bmp" gives "C:\scans\page (2).bmp". A name that does not fit is refused, and `name`
+ * stays as it was.
+ */
 int32_t ComposeNumberedName(const FileNameParts& parts, uint32_t number, WCHAR* name)
 {
-    const int length =
-        swprintf_s(name, VORNWIA_NAME_CHARS, VORN_TEXT("%s%s%s (%u)%s"), parts.drive, parts.directory,
-                   parts.base, static_cast<unsigned>(number), parts.extension);
-    return length < 0 ? ERR_INVALID_ARGUMENT : SUCCESS;
-}
-
-/** swprintf_s refuses names that do not fit by a handler on some platforms: ask first. */
-bool NumberedNameFits(const FileNameParts& parts)
-{
-    constexpr size_t widestNumber = 13;  // " (4294967295)"
-    return TextLength(parts.drive) + TextLength(parts.directory) + TextLength(parts.base) + widestNumber +
-               TextLength(parts.extension) <
-           VORNWIA_NAME_CHARS;
+    // Asked first: on some platforms swprintf_s ends the process when the text does not fit.
+    const size_t length = TextLength(parts.drive) + TextLength(parts.directory) + TextLength(parts.base) +
+                          std::to_string(number).size() + 3 + TextLength(parts.extension);
+    if (length >= VORNWIA_NAME_CHARS)
+        return ERR_INVALID_ARGUMENT;
+    swprintf_s(name, VORNWIA_NAME_CHARS, VORN_TEXT("%s%s%s (%u)%s"), parts.drive, parts.directory, parts.base,
+               static_cast<unsigned>(number), parts.extension);
+    return SUCCESS;
 }
 
 int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
@@ -60,16 +60,20 @@ int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, bool overwrite)
     return CopyFileW(source, destination, FALSE) ? SUCCESS : ERR_FILE_COPY;
 }
 
-/** The list with room for `count` names, of which the last is empty; the old list when there is no memory. */
+/** Makes room for `count` names. Without memory there is no list: a caller would read past a shorter one. */
 bool GrowList(WCHAR*** list, uint32_t count)
 {
-    void* grown = *list ? KrnRealloc(*list, uint64_t{count} * sizeof(WCHAR*), VORN_HERE)
-                        : KrnAlloc(count, sizeof(WCHAR*), VORN_HERE);
-    if (!grown)
-        return false;
-    *list = static_cast<WCHAR**>(grown);
-    (*list)[count - 1] = nullptr;
-    return true;
+    const uint32_t held = *list ? count - 1 : 0;
+    auto** grown = static_cast<WCHAR**>(KrnRealloc(*list, uint64_t{count} * sizeof(WCHAR*), VORN_HERE));
+    if (grown) {
+        std::fill(grown + held, grown + count, nullptr);
+    } else {
+        for (uint32_t i = 0; i < held; ++i)
+            KrnFree((*list)[i], VORN_HERE);
+        KrnFree(*list, VORN_HERE);
+    }
+    *list = grown;
+    return grown != nullptr;
 }
 
 WCHAR* CopyNameForCaller(const WCHAR* name)
@@ -95,6 +99,12 @@ void RecordFile(const WCHAR* name, int32_t* transferredCount, const FileListTarg
 
 }  // namespace
 
+bool NamesFile(const AcquireOptions& options) noexcept
+{
+    const auto* end = std::find(std::begin(options.fileName), std::end(options.fileName), 0);
+    return end != std::begin(options.fileName) && end != std::end(options.fileName);
+}
+
 bool FileExists(const WCHAR* name) noexcept
 {
     return _waccess(name, 0) != -1;
@@ -110,7 +120,7 @@ bool SplitFileName(const WCHAR* name, FileNameParts& parts) noexcept
 int32_t MakeNumberedFileName(WCHAR* name) noexcept
 {
     FileNameParts parts;
-    if (!SplitFileName(name, parts) || !NumberedNameFits(parts))
+    if (!SplitFileName(name, parts))
         return ERR_INVALID_ARGUMENT;
     return ComposeNumberedName(parts, g_processState.savedFileCounter, name);
 }
@@ -120,7 +130,7 @@ int32_t MakeUniqueFileName(WCHAR* name) noexcept
     if (!FileExists(name))
         return SUCCESS;
     FileNameParts parts;
-    if (!SplitFileName(name, parts) || !NumberedNameFits(parts))
+    if (!SplitFileName(name, parts))
         return ERR_INVALID_ARGUMENT;
     for (uint32_t number = 1;; ++number) {
         if (const int32_t status = ComposeNumberedName(parts, number, name); status != SUCCESS)
