@@ -1,0 +1,306 @@
+#include "Desk.h"
+
+#include <sstream>
+
+#include "Vornfilx.h"
+#include "wia/model/Item.h"
+
+namespace vorn::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string NumberOf(const SeenPage& page)
+{
+    return page.pixels.empty() ? "empty" : std::to_string(page.pixels[0]);
+}
+
+std::string Joined(const std::vector<std::string>& parts)
+{
+    std::string text;
+    for (const std::string& part : parts)
+        text += (text.empty() ? "" : " ") + part;
+    return text;
+}
+
+/** The last part of a path, on either platform's separators. */
+std::string LastPart(const std::string& path)
+{
+    return path.substr(path.find_last_of("/\\") + 1);
+}
+
+/** "2 0 /folder/a.bmp" without the folder. */
+std::string WithoutFolder(const std::string& call)
+{
+    const size_t name = call.find('/');
+    return name == std::string::npos ? call : call.substr(0, name) + LastPart(call);
+}
+
+}  // namespace
+
+std::vector<CannedPage> NumberedPages(uint32_t count)
+{
+    std::vector<CannedPage> pages;
+    for (uint32_t number = 1; number <= count; ++number)
+        pages.push_back(PlainPage(16, 8, 24, static_cast<uint8_t>(number)));
+    return pages;
+}
+
+DeviceBuilder ScannerWith(std::vector<CannedPage> pages, bool forever)
+{
+    const SourceFactory source = [pages, forever] { return MakeCannedPages(pages, forever); };
+    return VirtualScanner()
+        .EditItem(VORN_TEXT("Scan"), [source](ItemDefinition& item) { item.single = item.feeder = source; })
+        .EditItem(VORN_TEXT("Flatbed"), [source](ItemDefinition& item) { item.single = source; })
+        .EditItem(VORN_TEXT("Feeder"), [source](ItemDefinition& item) { item.feeder = source; });
+}
+
+DeviceBuilder WriterOf(std::string bytes)
+{
+    const auto edit = [bytes](ItemDefinition& item) {
+        item.file = [bytes](IWiaDataCallback*, STGMEDIUM& medium) {
+            if (!bytes.empty())
+                WriteBytes(WString{medium.lpszFileName}, bytes);
+            return S_OK;
+        };
+        item.download = [bytes](LONG, IWiaTransferCallback* receiver) {
+            ComPtr<IStream> stream;
+            if (!bytes.empty() && receiver->GetNextStream(0, nullptr, nullptr, stream.Out()) == S_OK)
+                stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
+            stream.Reset();
+            WiaTransferParams end{};
+            end.lMessage = WIA_TRANSFER_MSG_END_OF_TRANSFER;
+            return receiver->TransferCallback(0, &end);
+        };
+    };
+    return VirtualScanner()
+        .EditItem(VORN_TEXT("Scan"), edit)
+        .EditItem(VORN_TEXT("Flatbed"), edit)
+        .EditItem(VORN_TEXT("Feeder"), edit);
+}
+
+DeviceBuilder CameraWith(uint32_t pictures)
+{
+    DeviceBuilder camera{StiDeviceTypeDigitalCamera};
+    for (uint32_t number = 1; number <= pictures; ++number) {
+        const WString name = WString{VORN_TEXT("Picture ")} + static_cast<WCHAR>('0' + number);
+        for (const Generation generation : kGenerations) {
+            camera.Child(generation,
+                         PictureItem(generation, name, PlainPage(16, 8, 24, static_cast<uint8_t>(number))));
+        }
+    }
+    return camera;
+}
+
+std::string Outcome::Pages() const
+{
+    std::vector<std::string> numbers;
+    for (const SeenPage& page : pages)
+        numbers.push_back(NumberOf(page));
+    return Joined(numbers);
+}
+
+std::string PagesOf(const fs::path& file)
+{
+    if (!fs::exists(file))
+        return "missing";
+    FilFileInfo info{};
+    int32_t status = FilInfo(Wide(file).c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
+    std::vector<std::string> numbers;
+    FilLoadOptions options{};
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    Notes notes;
+    for (options.page = 1; status == FIL_SUCCESS && options.page <= info.pageCount; ++options.page) {
+        BitmapHandle bitmap{};
+        status = FilLoad(Wide(file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, &options, nullptr);
+        if (status == FIL_SUCCESS) {
+            notes.Note(&bitmap, nullptr, 0, 0);
+            numbers.push_back(NumberOf(notes.pages.back()));
+        }
+        KrnFreeBitmap(&bitmap);
+    }
+    return status == FIL_SUCCESS ? Joined(numbers) : "status " + std::to_string(status);
+}
+
+std::string Delivered(const Outcome& outcome, const fs::path& folder)
+{
+    std::vector<std::string> parts;
+    for (const SeenPage& page : outcome.pages) {
+        if (!page.pixels.empty())
+            parts.push_back(NumberOf(page));
+    }
+    for (const std::string& file : outcome.files)
+        parts.push_back(PagesOf(folder / file));
+    return Joined(parts);
+}
+
+void AddPage(const fs::path& file, uint8_t number)
+{
+    const std::vector<uint8_t> rows(16 * 3 * 8, number);
+    BitmapHandle bitmap{};
+    ASSERT_EQ(KrnCreateBitmap(&bitmap, KRN_BITMAP_SIZE, KRN_MEMORY_PROCESS, 16, 8, 24, KRN_COLOR_ORDER_BGR,
+                              nullptr, KRN_VIEW_BOTTOM_LEFT, rows.data(), rows.size()),
+              KRN_SUCCESS);
+    EXPECT_EQ(FilSave(Wide(file).c_str(), &bitmap, FilFormatFromName(Wide(file).c_str()), 0,
+                      FIL_SAVE_ADD_PAGE, FIL_COMPRESSION_DEFAULT, nullptr, nullptr, nullptr),
+              FIL_SUCCESS);
+    KrnFreeBitmap(&bitmap);
+}
+
+AcquireOptions Named(const fs::path& file, uint32_t overwrite, uint32_t multiPage, uint32_t append)
+{
+    AcquireOptions options{};
+    options.structSize = sizeof(options);
+    options.overwriteFile = overwrite;
+    options.multiPageFile = multiPage;
+    options.appendToFile = append;
+    Wide(file).copy(options.fileName, VORNWIA_NAME_CHARS);
+    return options;
+}
+
+Outcome Collect(int32_t status, uint32_t fileCount, WCHAR** list, Notes notes)
+{
+    Outcome outcome;
+    outcome.status = status;
+    outcome.fileCount = fileCount;
+    outcome.listed = list != nullptr;
+    for (uint32_t i = 0; list && i < fileCount; ++i) {
+        outcome.files.push_back(list[i] ? LastPart(Narrow(list[i])) : "(null)");
+        KrnFree(list[i], __LINE__, "Desk");
+    }
+    KrnFree(list, __LINE__, "Desk");
+    for (const std::string& call : notes.calls)
+        outcome.calls.push_back(WithoutFolder(call));
+    outcome.pages = std::move(notes.pages);
+    return outcome;
+}
+
+Desk::Desk(Generation generation, const DeviceBuilder& device)
+    : generation_{generation}, devices_{device.Build()}
+{
+    EXPECT_EQ(Vorn_WiaInitSession(static_cast<uint32_t>(generation), &session_), SUCCESS);
+    const auto select = [](WiaSession* session, const WiaDeviceInfo* info, void*) {
+        return Vorn_WiaSelectDevice(session, info->deviceId);
+    };
+    EXPECT_EQ(Vorn_WiaEnumDevices(session_, select, nullptr), SUCCESS);
+    EXPECT_NE(Vorn_WiaGetSelectedDevice(session_), nullptr);
+}
+
+Desk::Desk(const Road& road, const DeviceBuilder& device, LONG pages, bool feeder)
+    : Desk{road.generation, device}
+{
+    if (road.generation == Generation::One) {
+        Set(Root(), WIA_DPS_DOCUMENT_HANDLING_SELECT, feeder ? FEEDER : FLATBED);
+        item = Child(VORN_TEXT("Scan"));
+    } else {
+        item = Child(feeder ? VORN_TEXT("Feeder") : VORN_TEXT("Flatbed"));
+    }
+    SetMedium(road.file);
+    Set(Root(), WIA_DPS_PAGES, pages);
+}
+
+Desk::~Desk()
+{
+    for (const WiaItemHandle child : children_)
+        Vorn_WiaFreeItem(session_, child);
+    Vorn_WiaEndSession(session_);
+}
+
+WiaItemHandle Desk::Root() const
+{
+    WiaItemHandle root = nullptr;
+    EXPECT_EQ(Vorn_WiaGetRootItem(session_, nullptr, &root), SUCCESS);
+    return root;
+}
+
+WiaItemHandle Desk::Child(WStringView name)
+{
+    const size_t known = children_.size();
+    EXPECT_EQ(Vorn_WiaEnumChildItems(
+                  session_, Root(),
+                  [](WiaSession*, uint32_t, WiaItemHandle child, void* children) {
+                      static_cast<std::vector<WiaItemHandle>*>(children)->push_back(child);
+                      return 1;
+                  },
+                  &children_),
+              SUCCESS);
+    for (size_t i = known; i < children_.size(); ++i) {
+        WCHAR text[64] = {};
+        uint64_t size = 64;
+        Vorn_WiaGetPropertyString(session_, children_[i], nullptr, WIA_IPA_ITEM_NAME, text, &size);
+        if (text == name)
+            return children_[i];
+    }
+    ADD_FAILURE() << "no item " << Narrow(WString{name}.c_str());
+    return nullptr;
+}
+
+void Desk::Set(WiaItemHandle target, PROPID id, LONG value)
+{
+    EXPECT_EQ(Vorn_WiaSetPropertyLong(session_, target, nullptr, id, value), SUCCESS) << id << "=" << value;
+}
+
+LONG Desk::Get(WiaItemHandle target, PROPID id)
+{
+    int32_t value = -1;
+    EXPECT_EQ(Vorn_WiaGetPropertyLong(session_, target, nullptr, id, &value), SUCCESS) << id;
+    return value;
+}
+
+void Desk::SetFormat(REFGUID format)
+{
+    EXPECT_EQ(Vorn_WiaSetPropertyGUID(session_, item, nullptr, WIA_IPA_FORMAT, &format), SUCCESS);
+}
+
+void Desk::SetMedium(bool file)
+{
+    Set(item, WIA_IPA_TYMED, file ? TYMED_FILE : TYMED_CALLBACK);
+    SetFormat(file || generation_ == Generation::Two ? WiaImgFmt_BMP : WiaImgFmt_MEMORYBMP);
+}
+
+Outcome Desk::Acquire(const AcquireOptions* options, Notes notes)
+{
+    uint32_t count = 0;
+    WCHAR** list = nullptr;
+    uint32_t* const countOut = wantList ? &count : nullptr;
+    WCHAR*** const listOut = wantList ? &list : nullptr;
+    const int32_t status =
+        toFile ? Vorn_WiaAcquireToFile(session_, nullptr, flags, item, options, countOut, listOut,
+                                       callback ? Notes::FileCallback : nullptr, &notes)
+               : Vorn_WiaAcquire(session_, nullptr, flags, item, options, countOut, listOut,
+                                 callback ? Notes::Callback : nullptr, &notes);
+    return Collect(status, count, list, std::move(notes));
+}
+
+HRESULT Dialogs::SelectDevice(const DeviceQuestion& question, DevicePtr& chosen)
+{
+    asked.push_back("device " + std::to_string(question.deviceType) + " " + std::to_string(question.flags));
+    if (answer == S_OK)
+        chosen = question.devices.front();
+    return answer;
+}
+
+HRESULT Dialogs::SelectItems(const ItemsQuestion& question, std::vector<Item*>& chosen)
+{
+    asked.push_back("items " + std::to_string(question.flags));
+    if (answer != S_OK)
+        return answer;
+    chosen = choice.empty() ? question.items : std::vector<Item*>{};
+    for (const size_t position : choice)
+        chosen.push_back(question.items.at(position));
+    return S_OK;
+}
+
+HRESULT Dialogs::SelectImages(const ImageQuestion& question, std::vector<Item*>& chosen,
+                              std::vector<WString>& written)
+{
+    asked.push_back("images " + std::to_string(question.flags) + " " +
+                    Narrow(WString{question.folder}.c_str()) + "|" +
+                    Narrow(WString{question.fileName}.c_str()));
+    written = files;
+    if (answer == S_OK && files.empty())
+        chosen = question.items;
+    return answer;
+}
+
+}  // namespace vorn::test

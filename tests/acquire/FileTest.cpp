@@ -1,0 +1,207 @@
+/** Transfers into files: the temporary file, what the application hears, and pages that cannot be saved. */
+#include <algorithm>
+#include <cstdlib>
+
+#include "Desk.h"
+#include "Vornfilx.h"
+
+namespace vorn::test {
+namespace {
+
+constexpr const char* kTemporary = "WiaTempFile.tmp";
+constexpr Road kFileRoads[] = {kFile1, kFile2};
+
+class File : public LibraryTest {
+protected:
+    static std::filesystem::path TemporaryFile()
+    {
+        WCHAR folder[VORNWIA_NAME_CHARS] = {};
+        GetTempPathW(VORNWIA_NAME_CHARS, folder);
+        return std::filesystem::path{WString{folder}} / kTemporary;
+    }
+};
+
+TEST_F(File, TellsEachPageByItsName)
+{
+    for (const Road& road : kFileRoads) {
+        for (const bool toFile : {false, true}) {
+            SCOPED_TRACE(std::string{road.name} + (toFile ? " to file" : ""));
+            Desk desk{road, ScannerWith(NumberedPages(2)), 2};
+            desk.toFile = toFile;
+            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
+            EXPECT_EQ(outcome.status, SUCCESS);
+            const auto second =
+                std::find_if(outcome.calls.begin(), outcome.calls.end(),
+                             [](const auto& call) { return call.find("a (1).bmp") != std::string::npos; });
+            ASSERT_GT(second - outcome.calls.begin(), 1) << "no progress of the first page";
+            ASSERT_GT(outcome.calls.end() - second, 1) << "no progress of the second page";
+            EXPECT_EQ(second[-1], "2 0 a.bmp");
+            EXPECT_EQ(outcome.calls.back(), "2 0 a (1).bmp");
+            for (auto call = outcome.calls.begin(); call != outcome.calls.end(); ++call)
+                EXPECT_EQ(call->substr(call->rfind(" a") + 1), call < second ? "a.bmp" : "a (1).bmp");
+        }
+    }
+}
+
+TEST_F(File, IsAskedOfA10ItemOnly)
+{
+    Desk one{kMemory1, ScannerWith(NumberedPages(1)), 1};
+    one.toFile = true;
+    EXPECT_EQ(one.Acquire(Named(Folder() / "a.bmp")).files.size(), 1u);
+    EXPECT_EQ(one.Get(one.item, WIA_IPA_TYMED), TYMED_FILE) << "stays as the caller asked";
+
+    Desk two{kMemory2, ScannerWith(NumberedPages(1)), 1};
+    two.toFile = true;
+    const Outcome outcome = two.Acquire(Named(Folder() / "b.bmp"));
+    EXPECT_EQ(outcome.status, SUCCESS);
+    EXPECT_TRUE(outcome.files.empty());
+    EXPECT_EQ(outcome.calls.back(), "2 100") << "a memory transfer without a place for bitmaps";
+    EXPECT_EQ(two.Get(two.item, WIA_IPA_TYMED), TYMED_CALLBACK);
+}
+
+TEST_F(File, PassesThroughATemporaryFile)
+{
+    for (const Road& road : kFileRoads) {
+        SCOPED_TRACE(road.name);
+        Desk desk{road, ScannerWith(NumberedPages(2)), 2};
+        EXPECT_EQ(desk.Acquire(Named(Folder() / "a.bmp", 1)).status, SUCCESS);
+        EXPECT_EQ(TemporaryFiles().count(kTemporary), road.generation == Generation::One ? 1u : 0u);
+        std::filesystem::remove(TemporaryFile());
+    }
+}
+
+TEST_F(File, NeverSavesAnEarlierPagesTemporaryFile)
+{
+    for (const Road& road : kFileRoads) {
+        for (const bool append : {false, true}) {
+            SCOPED_TRACE(std::string{road.name} + (append ? " append" : ""));
+            AddPage(Folder() / "earlier.bmp", 9);
+            std::filesystem::copy_file(Folder() / "earlier.bmp", TemporaryFile(),
+                                       std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::remove(Folder() / "earlier.bmp");
+            Desk desk{road, WriterOf(""), 1};
+            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 0, 0, append));
+            EXPECT_EQ(outcome.status, append ? FIL_ERR_NOT_FOUND : ERR_FILE_COPY);
+            EXPECT_EQ(outcome.fileCount, 0u);
+            EXPECT_TRUE(NamesIn(Folder()).empty());
+        }
+    }
+}
+
+TEST_F(File, TellsAPageThatCannotBeSaved)
+{
+    const auto folder = Folder();
+    AddPage(folder / "full.bmp", 9);
+    WriteBytes(folder / "text.tif", "not an image");
+    AddPage(folder / "other.tif", 9);
+    std::filesystem::create_directory(folder / "directory.bmp");
+    AddPage(folder / "page.bmp", 1);
+    const std::string page = BytesOf(folder / "page.bmp");
+    struct Row {
+        const char* fault;
+        std::string bytes;
+        AcquireOptions options;
+        int32_t status;
+    };
+    const Row rows[] = {
+        {"no such directory", page, Named(folder / "none" / "a.bmp"), ERR_FILE_COPY},
+        {"a directory in the way", page, Named(folder / "directory.bmp", 1), ERR_FILE_COPY},
+        {"a directory to add to", page, Named(folder / "directory.bmp", 0, 0, 1), FIL_ERR_IS_DIRECTORY},
+        {"a format of one page", page, Named(folder / "full.bmp", 0, 0, 1), FIL_ERR_SINGLE_PAGE_FORMAT},
+        {"another format", page, Named(folder / "other.tif", 0, 0, 1), FIL_ERR_UNSUPPORTED},
+        {"no image to add to", page, Named(folder / "text.tif", 0, 0, 1), FIL_ERR_UNKNOWN_FORMAT},
+        {"no image", "noise", Named(folder / "new.bmp", 0, 1), FIL_ERR_UNKNOWN_FORMAT},
+        {"no image to add", "noise", Named(folder / "full.bmp", 0, 0, 1), FIL_ERR_UNKNOWN_FORMAT},
+        {"half an image", page.substr(0, 100), Named(folder / "new.bmp", 0, 1), FIL_ERR_CORRUPT},
+    };
+    const std::set<std::string> before = NamesIn(folder);
+    const std::string full = BytesOf(folder / "full.bmp");
+    for (const Road& road : kFileRoads) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(std::string{road.name} + ": " + row.fault);
+            Desk desk{road, WriterOf(row.bytes), 0};
+            const Outcome outcome = desk.Acquire(row.options);
+            EXPECT_EQ(outcome.status, row.status);
+            EXPECT_EQ(outcome.fileCount, 0u);
+            EXPECT_FALSE(outcome.listed);
+            ASSERT_FALSE(outcome.calls.empty());
+            EXPECT_EQ(outcome.calls.back().rfind("2 0 ", 0), 0u) << "the page's end is told all the same";
+            EXPECT_EQ(NamesIn(folder), before);
+            EXPECT_EQ(BytesOf(folder / "full.bmp"), full);
+            EXPECT_EQ(BytesOf(folder / "text.tif"), "not an image");
+            EXPECT_EQ(PagesOf(folder / "other.tif"), "9");
+        }
+    }
+}
+
+TEST_F(File, KeepsThePagesBeforeOneThatCannotBeSaved)
+{
+    for (const Road& road : kFileRoads) {
+        Desk desk{road, ScannerWith(NumberedPages(3)), 0};
+        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1, 1));
+        EXPECT_EQ(outcome.status, FIL_ERR_SINGLE_PAGE_FORMAT);
+        EXPECT_EQ(outcome.fileCount, 1u);
+        EXPECT_EQ(PagesOf(Folder() / "a.bmp"), "1");
+    }
+}
+
+TEST_F(File, SavesEveryPageOfASourceAndCountsItOnce)
+{
+    for (uint8_t number = 1; number <= 4; ++number)
+        AddPage(Folder() / "source.tif", number);
+    const std::string source = BytesOf(Folder() / "source.tif");
+    for (const Road& road : kFileRoads) {
+        SCOPED_TRACE(road.name);
+        const auto name = Folder() / (road.generation == Generation::One ? "one.tif" : "two.tif");
+        AddPage(name, 9);
+        Desk desk{road, WriterOf(source), 1};
+        const Outcome outcome = desk.Acquire(Named(name, 0, 0, 1));
+        EXPECT_EQ(outcome.status, SUCCESS);
+        EXPECT_EQ(outcome.fileCount, 1u);
+        EXPECT_EQ(PagesOf(name), "9 1 2 3 4");
+    }
+}
+
+TEST_F(File, DoesNotTakeAnEmptyFeederForTheEndOfOnePage)
+{
+    // Counted over the whole call: a page of an earlier item makes a later item's empty feeder a good end.
+    const auto device = [](LONG pages) {
+        DeviceBuilder builder{4};
+        builder.RootProperty(Writable(WIA_DPS_PAGES, Value::I4(pages)));
+        for (const uint32_t sheets : {1u, 0u}) {
+            ItemDefinition item = ScannerItem(
+                Generation::One, [sheets] { return MakeCannedPages(NumberedPages(sheets)); }, true);
+            item.name = sheets ? VORN_TEXT("Full") : VORN_TEXT("Empty");
+            item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_FILE)));
+            builder.Child(Generation::One, std::move(item));
+        }
+        return builder;
+    };
+    for (const LONG pages : {0, 1, 2}) {
+        Desk desk{Generation::One, device(pages)};
+        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
+        EXPECT_EQ(outcome.status, pages == 1 ? ERR_WIA_PAPER_EMPTY : SUCCESS) << pages;
+        EXPECT_EQ(outcome.fileCount, 1u);
+    }
+}
+
+#ifndef _WIN32
+TEST_F(File, NeedsATemporaryDirectory)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto acquire = [this] {
+        setenv("TMPDIR", "/no such directory", 1);
+        int trouble = 0;
+        for (const Road& road : kFileRoads) {
+            Desk desk{road, ScannerWith(NumberedPages(1)), 1};
+            const Outcome outcome = desk.Acquire(Named("/tmp/never written.bmp"));
+            trouble += outcome.status != ERR_TEMP_PATH || !outcome.calls.empty();
+        }
+        std::_Exit(trouble);
+    };
+    EXPECT_EXIT(acquire(), testing::ExitedWithCode(0), "");
+}
+#endif
+
+}  // namespace
+}  // namespace vorn::test
