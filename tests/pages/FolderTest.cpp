@@ -234,7 +234,7 @@ TEST_F(Folder, GoesOnAfterAFileThatCannotBeRead)
     const PageGeometry geometry = MakeGeometry(4, 4, 24);
     const std::vector<uint8_t> image = RandomImage(geometry);
     std::vector<uint8_t> cutShort = Bmp(geometry, image);
-    cutShort.resize(cutShort.size() - 7);
+    cutShort.erase(cutShort.end() - 7, cutShort.end());
     Write("1.bmp", Bmp(geometry, image));
     Write("2.bmp", cutShort);
     Write("3.tif", {'n', 'o', ' ', 'i', 'm', 'a', 'g', 'e'});
