@@ -75,8 +75,9 @@ TEST_F(DibHeader, IsReadInEachOfItsSizes)
         EXPECT_EQ(height, row.expectedHeight);
         EXPECT_EQ(bits, row.bits);
         ASSERT_EQ(palette != nullptr, row.expectedPaletteBytes != 0);
-        if (palette)
+        if (palette) {
             EXPECT_EQ(std::memcmp(palette, dib.data() + row.size, row.expectedPaletteBytes), 0);
+        }
         KrnFree(palette, 0, "test");
         EXPECT_EQ(GetDibInfo(dib, nullptr, nullptr, nullptr, nullptr), 1);
     }

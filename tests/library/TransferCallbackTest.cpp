@@ -141,8 +141,9 @@ TEST_F(TransferCallback, CarriesTheRequestToStopFromEveryState)
         EXPECT_EQ(notes_.calls.size(), stopAt);
         // A page that had ended has been told; before that the end of the transfer is a stop as well.
         const HRESULT end = Tell(*receiver, WIA_TRANSFER_MSG_END_OF_TRANSFER);
-        if (stopAt > 1)
+        if (stopAt > 1) {
             EXPECT_EQ(end, stopAt == 3 ? S_OK : S_FALSE);
+        }
         EXPECT_EQ(notes_.calls.size(), stopAt);
     }
 }
