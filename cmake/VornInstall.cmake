@@ -36,5 +36,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/vornwia-config-version.cm
                                  COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/vornwia-config-version.cmake DESTINATION ${package_dir})
 
+# The prefix is told relative to the file, so that an installed tree may be moved.
+file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/vornwia.pc.in ${PROJECT_BINARY_DIR}/vornwia.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vornwia.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
