@@ -8,7 +8,7 @@
 
 namespace vorn::wia {
 
-/** Makes the class object of a generation's device manager, which refuses with `REGDB_E_CLASSNOTREG` while it is hidden. */
+/** Makes the class object of a device manager, which refuses with `REGDB_E_CLASSNOTREG` while it is hidden. */
 HRESULT MakeManagerClass(REFIID iid, void** object) noexcept;
 HRESULT MakeManagerClass2(REFIID iid, void** object) noexcept;
 

@@ -80,7 +80,7 @@ TEST_F(Properties, AWriteOfSeveralIsAllOrNothing)
     EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 5000);
 }
 
-TEST_F(Properties, MissingValuesAreEmptyAndTold)
+TEST_F(Properties, MissingValuesAreEmptyAndNoValueAtAllIsTold)
 {
     const Node root = Open(Generation::One, "virtual:scanner");
     WCHAR name[] = VORN_TEXT("unique DEVICE id");
@@ -88,11 +88,12 @@ TEST_F(Properties, MissingValuesAreEmptyAndTold)
     specs[2].ulKind = PRSPEC_LPWSTR;
     specs[2].lpwstr = name;
     PROPVARIANT values[3];
-    EXPECT_EQ(root.Storage()->ReadMultiple(3, specs, values), S_FALSE);
+    EXPECT_EQ(root.Storage()->ReadMultiple(3, specs, values), S_OK);
     EXPECT_EQ(values[0].vt, VT_BSTR);
     EXPECT_EQ(values[1].vt, VT_EMPTY);
     EXPECT_EQ(values[2].vt, VT_BSTR) << "names are compared without regard to case";
     FreePropVariantArray(3, values);
+    EXPECT_EQ(root.Storage()->ReadMultiple(1, specs + 1, values), S_FALSE);
     EXPECT_EQ(root.Storage()->ReadMultiple(1, nullptr, values), E_INVALIDARG);
 }
 

@@ -11,7 +11,7 @@ namespace vorn::wia {
 /** The usual extension of a format's files, with its dot. */
 WStringView ExtensionOf(REFGUID format) noexcept;
 
-/** `folder` and `name` joined by a separator, where the folder does not end in one; just the name without a folder. */
+/** `folder` and `name`, joined by a separator where the folder does not end in one. */
 WString JoinPath(WStringView folder, WStringView name);
 
 /** A name that no file has: `folder`/`name``extension`, else with " 1", " 2", ... after the name. */

@@ -21,6 +21,7 @@ WString Join(const Item* parent, WStringView name)
 Item::Item(ItemTree& tree, Item* parent, ItemDefinition definition)
     : tree_{tree},
       parent_{parent},
+      root_{parent ? parent->root_ : *this},
       definition_{std::move(definition)},
       fullName_{Join(parent, definition_.name)}
 {
@@ -53,21 +54,12 @@ void Item::AddProperties()
     for (const Property& property : definition_.properties) {
         PropertyTable::PropertyPtr shared;
         if (property.ofRoot && parent_)
-            shared = Root().properties_.Pointer(property.id);
+            shared = root_.properties_.Pointer(property.id);
         if (shared)
             properties_.Share(std::move(shared));
         else
             properties_.Add(property);
     }
-}
-
-Item& Item::Root() const noexcept
-{
-    // While the tree grows its root is not in place yet, so the way up is the parents.
-    Item* item = const_cast<Item*>(this);
-    while (item->parent_)
-        item = item->parent_;
-    return *item;
 }
 
 Item* Item::FindByFullName(WStringView fullName) noexcept

@@ -31,7 +31,7 @@ public:
 
     ItemTree& Tree() const noexcept { return tree_; }
     Item* Parent() const noexcept { return parent_; }
-    Item& Root() const noexcept;
+    Item& Root() const noexcept { return root_; }
     const std::vector<std::unique_ptr<Item>>& Children() const noexcept { return children_; }
 
     WStringView Name() const noexcept { return definition_.name; }
@@ -65,6 +65,7 @@ private:
 
     ItemTree& tree_;
     Item* parent_;
+    Item& root_;
     ItemDefinition definition_;
     WString fullName_;
     PropertyTable properties_;

@@ -5,7 +5,7 @@
  *     ScopedDevices devices{
  *         VirtualScanner().FailAt(Step::Page, WIA_ERROR_PAPER_JAM, 2).Build(),     // jams at the second page
  *         DeviceBuilder{StiDeviceTypeDigitalCamera}.Id(VORN_TEXT("cam")).NoDescription()
- *             .Child(Generation::One, PictureItem(Generation::One, VORN_TEXT("P"), PlainPage(640, 480, 24, 0x80)))
+ *             .Child(Generation::One, PictureItem(Generation::One, VORN_TEXT("P"), PlainPage(64, 48, 24, 0)))
  *             .Build()};
  *
  * Besides what is here: values and properties are written down with `model/Property.h` (ReadOnly, Writable,
@@ -16,13 +16,10 @@
  *
  * The virtual scanner's own properties, on its root item. They are vendor properties: no other scanner has
  * them.
- *
- * | id    | name                 | type    | meaning |
- * |-------|----------------------|---------|--------------------------------------------------------------------|
- * | 38914 | Virtual Sheets       | VT_I4   | sheets in the feeder, 0 to 10000; each opening of the device
- * refills it | | 38915 | Virtual Pages Folder | VT_BSTR | pages are the image files of this folder in name
- * order; empty: a test chart. A folder that does not exist or holds no image is refused with E_INVALIDARG |
- * | 38916 | Virtual Page Delay   | VT_I4   | milliseconds that a page takes, 0 to 600000 |
+ * - 38914 "Virtual Sheets" (VT_I4): sheets in the feeder, 0 to 10000. Each opening of the device refills it.
+ * - 38915 "Virtual Pages Folder" (VT_BSTR): pages are the image files of this folder in name order; empty: a
+ *   test chart. A folder that does not exist or holds no image is refused with E_INVALIDARG.
+ * - 38916 "Virtual Page Delay" (VT_I4): milliseconds that a page takes, 0 to 600000.
  */
 #pragma once
 

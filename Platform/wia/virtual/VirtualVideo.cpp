@@ -30,9 +30,4 @@ DeviceBuilder VirtualVideo()
     return DeviceBuilder{std::move(definition)};
 }
 
-std::vector<DevicePtr> DefaultDevices()
-{
-    return {VirtualScanner().Build(), VirtualCamera().Build(), VirtualVideo().Build()};
-}
-
 }  // namespace vorn::wia
