@@ -151,6 +151,24 @@ TEST_F(Properties, SourceSetsThePageSizeInTheFirstGeneration)
     EXPECT_EQ(item.Long(WIA_IPS_YEXTENT), 1755);
 }
 
+TEST_F(Properties, PageSizeAndAreaFollowEachOther)
+{
+    for (const Generation generation : kGenerations) {
+        const Node root = Open(generation, "virtual:scanner");
+        const Node item = root.Child(generation == Generation::One ? "Scan" : "Flatbed");
+        const Node& sized = generation == Generation::One ? root : item;
+        EXPECT_EQ(item.Write(WIA_IPS_XPOS, 9), S_OK);
+        EXPECT_EQ(sized.Write(WIA_DPS_PAGE_SIZE, WIA_PAGE_LETTER), S_OK);
+        EXPECT_EQ(item.Long(WIA_IPS_XPOS), 0);
+        EXPECT_EQ(item.Long(WIA_IPS_YEXTENT), 1650);
+        EXPECT_EQ(sized.Long(WIA_DPS_PAGE_HEIGHT), 11000);
+        EXPECT_EQ(item.Write(WIA_IPS_XRES, 300), S_OK);
+        EXPECT_EQ(sized.Long(WIA_DPS_PAGE_SIZE), WIA_PAGE_LETTER) << "the resolution is not part of it";
+        EXPECT_EQ(item.Write(WIA_IPS_YEXTENT, 100), S_OK);
+        EXPECT_EQ(sized.Long(WIA_DPS_PAGE_SIZE), WIA_PAGE_CUSTOM);
+    }
+}
+
 TEST_F(Properties, MediumSetsTheFormatsOnOffer)
 {
     const Node item = Open(Generation::One, "virtual:scanner").Child("Scan");

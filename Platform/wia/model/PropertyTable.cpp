@@ -66,31 +66,34 @@ GUID PropertyTable::Guid(PROPID id) const noexcept
 
 void PropertyTable::SetLong(PROPID id, LONG value) const noexcept
 {
-    if (Property* property = Find(id))
+    Property* property = Find(id);
+    int64_t before = 0;
+    if (property && property->value.ToInteger(before))
         property->value = Value::Integer(property->Type(), value);
 }
 
 void PropertyTable::SetGuid(PROPID id, REFGUID value) const
 {
-    if (Property* property = Find(id))
+    Property* property = Find(id);
+    if (property && property->Type() == VT_CLSID)
         property->value = Value::Guid(value);
 }
 
 void PropertyTable::SetText(PROPID id, WStringView value) const
 {
-    if (Property* property = Find(id))
+    Property* property = Find(id);
+    if (property && property->Type() == VT_BSTR)
         property->value = Value::Text(value);
 }
 
 void PropertyTable::SetRange(PROPID id, LONG minimum, LONG maximum) const
 {
     Property* property = Find(id);
-    if (!property)
+    if (!property || property->Type() != VT_I4)
         return;
     maximum = std::max(minimum, maximum);
-    const LONG value = std::clamp(property->value.Long(), minimum, maximum);
+    property->value = Value::I4(std::clamp(property->value.Long(), minimum, maximum));
     property->valid = RangeValues(minimum, maximum, maximum, 1);
-    property->value = Value::I4(value);
 }
 
 HRESULT PropertyTable::WriteOne(const PROPSPEC& spec, const PROPVARIANT& value,

@@ -92,6 +92,10 @@ void AddSecondGenerationProperties(ItemDefinition& item, LONG height)
         .Set(ReadOnly(WIA_IPS_OPTICAL_YRES, Value::I4(1200)))
         .Set(OneOf(WIA_IPS_PREVIEW, WIA_FINAL_SCAN, std::vector<LONG>{WIA_FINAL_SCAN, WIA_PREVIEW_SCAN}))
         .Set(ReadOnly(WIA_IPS_SHOW_PREVIEW_CONTROL, Value::I4(WIA_SHOW_PREVIEW_CONTROL)))
+        .Set(OneOf(WIA_IPS_PAGE_SIZE, WIA_PAGE_CUSTOM,
+                   std::vector<LONG>{WIA_PAGE_A4, WIA_PAGE_LETTER, WIA_PAGE_CUSTOM}))
+        .Set(ReadOnly(WIA_IPS_PAGE_WIDTH, Value::I4(kWidth)))
+        .Set(ReadOnly(WIA_IPS_PAGE_HEIGHT, Value::I4(height)))
         .Set(OneOf(WIA_IPS_XSCALING, 100, std::vector<LONG>{100}))
         .Set(OneOf(WIA_IPS_YSCALING, 100, std::vector<LONG>{100}));
 }
@@ -129,6 +133,7 @@ ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool fee
     item.type = kItemType;
     item.formats = FormatsOf(generation);
     item.follow = FollowScannerItem;
+    item.written = TellPageSize;
     if (first) {
         item.name = VORN_TEXT("Scan");
     } else {

@@ -1,6 +1,7 @@
 #include "ScannerRules.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vorn::wia {
 
@@ -40,7 +41,7 @@ LONG SourceSize(const Item& item, const Axis& axis) noexcept
 
 LONG Scaled(LONG value, int64_t numerator, int64_t denominator) noexcept
 {
-    return static_cast<LONG>((value * numerator + denominator / 2) / denominator);
+    return denominator > 0 ? static_cast<LONG>((value * numerator + denominator / 2) / denominator) : 0;
 }
 
 /** The area in pixels for the source and resolution in force; the part selected keeps its place on the paper. */
@@ -135,6 +136,44 @@ void FollowFormat(PropertyTable& table)
     table.SetText(WIA_IPA_FILENAME_EXTENSION, tiff ? VORN_TEXT("TIF") : VORN_TEXT("BMP"));
 }
 
+struct PageSize {
+    LONG size, width, height;  ///< in thousandths of an inch
+};
+
+constexpr PageSize kPageSizes[] = {{WIA_PAGE_A4, 8267, 11692}, {WIA_PAGE_LETTER, 8500, 11000}};
+
+LONG Pixels(const PropertyTable& table, const Axis& axis, LONG size) noexcept
+{
+    return Scaled(size, table.Long(axis.resolution), 1000);
+}
+
+/** Selects a page of that size in the top left corner; a custom one is what is selected already. */
+void UsePageSize(Item& item, LONG size)
+{
+    PropertyTable& table = item.Properties();
+    for (const PageSize& page : kPageSizes) {
+        if (page.size != size)
+            continue;
+        for (const auto& [axis, length] : {std::pair{&kAcross, page.width}, std::pair{&kDown, page.height}}) {
+            table.SetLong(axis->position, 0);
+            table.SetLong(axis->extent, Pixels(table, *axis, length));
+            FitAxis(item, *axis, false);
+        }
+    }
+}
+
+/** The page size that the selected area is. */
+LONG SelectedPageSize(const PropertyTable& table) noexcept
+{
+    for (const PageSize& page : kPageSizes) {
+        if (table.Long(WIA_IPS_XPOS) == 0 && table.Long(WIA_IPS_YPOS) == 0 &&
+            table.Long(WIA_IPS_XEXTENT) == Pixels(table, kAcross, page.width) &&
+            table.Long(WIA_IPS_YEXTENT) == Pixels(table, kDown, page.height))
+            return page.size;
+    }
+    return WIA_PAGE_CUSTOM;
+}
+
 /** The formats of the medium in force; one that it does not have gives way to its first. */
 void FollowMedium(Item& item)
 {
@@ -177,6 +216,9 @@ void FollowScannerItem(Item& item, PROPID changed)
         case WIA_IPS_YRES:
             FitAxis(item, kDown, true);
             break;
+        case WIA_IPS_PAGE_SIZE:
+            UsePageSize(item, table.Long(WIA_IPS_PAGE_SIZE));
+            break;
         case WIA_IPA_TYMED:
             FollowMedium(item);
             break;
@@ -191,14 +233,27 @@ void FollowScannerItem(Item& item, PROPID changed)
     FitSizes(table);
 }
 
+void TellPageSize(Item& item, PROPID)
+{
+    const PropertyTable& table = item.Properties();
+    const PropertyTable& told = table.Find(WIA_IPS_PAGE_SIZE) ? table : item.Root().Properties();
+    told.SetLong(WIA_IPS_PAGE_SIZE, SelectedPageSize(table));
+    told.SetLong(WIA_IPS_PAGE_WIDTH, Scaled(table.Long(WIA_IPS_XEXTENT), 1000, table.Long(WIA_IPS_XRES, 1)));
+    told.SetLong(WIA_IPS_PAGE_HEIGHT, Scaled(table.Long(WIA_IPS_YEXTENT), 1000, table.Long(WIA_IPS_YRES, 1)));
+}
+
 void FollowScannerRoot(Item& root, PROPID changed)
 {
-    if (changed != WIA_DPS_DOCUMENT_HANDLING_SELECT)
+    if (changed != WIA_DPS_DOCUMENT_HANDLING_SELECT && changed != WIA_DPS_PAGE_SIZE)
         return;
+    const LONG size = root.Properties().Long(WIA_DPS_PAGE_SIZE);
     for (const auto& item : root.Children()) {
         FitAxis(*item, kAcross, false);
         FitAxis(*item, kDown, false);
+        if (changed == WIA_DPS_PAGE_SIZE)
+            UsePageSize(*item, size);
         FitSizes(item->Properties());
+        TellPageSize(*item, changed);
     }
 }
 

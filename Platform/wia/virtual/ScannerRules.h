@@ -11,7 +11,10 @@ namespace vorn::wia {
 /** What an item does once one of its properties has changed. */
 void FollowScannerItem(Item& item, PROPID changed);
 
-/** What a first-generation root does: another document source has another size, which its items follow. */
+/** What an item does once a write is in force: its page size is what its area amounts to. */
+void TellPageSize(Item& item, PROPID changed);
+
+/** What a first-generation root does: its items follow another document source or page size. */
 void FollowScannerRoot(Item& root, PROPID changed);
 
 }  // namespace vorn::wia

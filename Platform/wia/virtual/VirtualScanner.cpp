@@ -86,7 +86,11 @@ ItemDefinition Tree1(LONG sheets)
     Property handling = FlagsOf(WIA_DPS_DOCUMENT_HANDLING_SELECT, FLATBED,
                                 FEEDER | FLATBED | DUPLEX | FRONT_FIRST | FRONT_ONLY | BACK_ONLY);
     handling.check = CheckHandling;
-    root.Set(std::move(handling));
+    root.Set(std::move(handling))
+        .Set(OneOf(WIA_DPS_PAGE_SIZE, WIA_PAGE_CUSTOM,
+                   std::vector<LONG>{WIA_PAGE_A4, WIA_PAGE_LETTER, WIA_PAGE_CUSTOM}))
+        .Set(ReadOnly(WIA_DPS_PAGE_WIDTH, Value::I4(8500)))
+        .Set(ReadOnly(WIA_DPS_PAGE_HEIGHT, Value::I4(11700)));
     root.written = FollowScannerRoot;
 
     ItemDefinition item = ScannerItem(Generation::One, [paper] { return paper->Glass(); });
