@@ -14,7 +14,7 @@ using vorn::test::MisuseLog;
 
 constexpr const char* kHere = "MemoryTest";
 
-class Memory : public testing::Test {
+class KernelMemory : public testing::Test {
 protected:
     std::vector<std::string> NewlyTracked() const
     {
@@ -48,7 +48,7 @@ constexpr SizeCase kSizes[] = {
     {"the header's bytes wrap the size, just", UINT64_MAX - 63, 1, false},
 };
 
-TEST_F(Memory, SizesAreChecked)
+TEST_F(KernelMemory, SizesAreChecked)
 {
     for (const SizeCase& row : kSizes) {
         void* const block = KrnAlloc(row.count, row.size, 1, kHere);
@@ -61,7 +61,7 @@ TEST_F(Memory, SizesAreChecked)
     EXPECT_TRUE(misuse_.lines.empty());
 }
 
-TEST_F(Memory, ResizeKeepsContentOrderAndTheOldBlockOnFailure)
+TEST_F(KernelMemory, ResizeKeepsContentOrderAndTheOldBlockOnFailure)
 {
     char* block = static_cast<char*>(KrnRealloc(nullptr, 4, 10, "first"));
     void* const other = KrnAlloc(1, 1, 20, "second");
@@ -86,7 +86,7 @@ TEST_F(Memory, ResizeKeepsContentOrderAndTheOldBlockOnFailure)
     KrnFree(other, 1, kHere);
 }
 
-TEST_F(Memory, UntrackedBlocksAreStillResizedAndFreed)
+TEST_F(KernelMemory, UntrackedBlocksAreStillResizedAndFreed)
 {
     void* block = KrnAlloc(3, 4, 1, kHere);
     KrnUntrackResource(KRN_RESOURCE_MEMORY, block, 1, kHere);
@@ -103,7 +103,7 @@ TEST_F(Memory, UntrackedBlocksAreStillResizedAndFreed)
     EXPECT_TRUE(misuse_.lines.empty());
 }
 
-TEST_F(Memory, ResourcesAreTrackedByKind)
+TEST_F(KernelMemory, ResourcesAreTrackedByKind)
 {
     int callback = 0;
     KrnTrackResource(KRN_RESOURCE_CALLBACK, &callback, 7, "callback");
@@ -121,7 +121,7 @@ TEST_F(Memory, ResourcesAreTrackedByKind)
     EXPECT_EQ(NewCount(), 0u);
 }
 
-TEST_F(Memory, MisuseIsReportedWithItsPlaceAndIgnored)
+TEST_F(KernelMemory, MisuseIsReportedWithItsPlaceAndIgnored)
 {
     alignas(16) char onStack[256] = {};
     const std::unique_ptr<char[]> foreign{new char[256]{}};
@@ -162,7 +162,7 @@ TEST_F(Memory, MisuseIsReportedWithItsPlaceAndIgnored)
     EXPECT_EQ(misuse_.lines.size(), 1u);
 }
 
-TEST_F(Memory, AFreedLargeImageIsReportedThoughItsPagesAreGone)
+TEST_F(KernelMemory, AFreedLargeImageIsReportedThoughItsPagesAreGone)
 {
     BitmapHandle bitmap{};
     ASSERT_EQ(KrnCreateBitmap(&bitmap, KRN_BITMAP_SIZE, KRN_MEMORY_PROCESS, 2000, 2000, 24,
@@ -174,7 +174,7 @@ TEST_F(Memory, AFreedLargeImageIsReportedThoughItsPagesAreGone)
     EXPECT_EQ(misuse_.lines.size(), 1u);
 }
 
-TEST_F(Memory, ABlockWithAnOverwrittenHeaderIsNotGivenBack)
+TEST_F(KernelMemory, ABlockWithAnOverwrittenHeaderIsNotGivenBack)
 {
     uint8_t* const block = static_cast<uint8_t*>(KrnAlloc(1, 8, 1, kHere));
     uint8_t& before = *(block - 1);
@@ -186,14 +186,14 @@ TEST_F(Memory, ABlockWithAnOverwrittenHeaderIsNotGivenBack)
     EXPECT_EQ(misuse_.lines.size(), 1u);
 }
 
-TEST_F(Memory, ASinkMayAllocateAndFree)
+TEST_F(KernelMemory, ASinkMayAllocateAndFree)
 {
     void* const block = KrnAlloc(1, 1, 1, kHere);
     KrnReportTracked([](const char*, void*) { KrnFree(KrnAlloc(1, 1, 1, kHere), 1, kHere); }, nullptr);
     KrnFree(block, 1, kHere);
 }
 
-TEST_F(Memory, PlannedFailuresHitJustTheAllocationsAskedFor)
+TEST_F(KernelMemory, PlannedFailuresHitJustTheAllocationsAskedFor)
 {
     const auto outcome = [](uint64_t nth, uint64_t count) {
         std::string pattern;
@@ -212,7 +212,7 @@ TEST_F(Memory, PlannedFailuresHitJustTheAllocationsAskedFor)
     EXPECT_EQ(outcome(0, 5), "++++++");
 }
 
-TEST_F(Memory, ThreadsShareTheList)
+TEST_F(KernelMemory, ThreadsShareTheList)
 {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
@@ -236,7 +236,7 @@ TEST_F(Memory, ThreadsShareTheList)
     EXPECT_TRUE(misuse_.lines.empty());
 }
 
-TEST_F(Memory, FillAndCopyTakeTheLowByteAndNothingForNull)
+TEST_F(KernelMemory, FillAndCopyTakeTheLowByteAndNothingForNull)
 {
     char text[] = "abcdef";
     KrnMemSet(text, 0x1000 + 'x', 2);

@@ -35,7 +35,7 @@ std::string Get(const fs::path& file)
 }
 
 /** Works in a directory of its own, and counts what lies in it. */
-class Files : public OleTest {
+class SystemFiles : public OleTest {
 protected:
     void SetUp() override
     {
@@ -63,7 +63,7 @@ protected:
     fs::path directory_;
 };
 
-TEST_F(Files, CopyHasContentAndPermissions)
+TEST_F(SystemFiles, CopyHasContentAndPermissions)
 {
     std::string content(3000000, 'x');
     content += '\0';
@@ -82,7 +82,7 @@ TEST_F(Files, CopyHasContentAndPermissions)
     EXPECT_EQ(FileCount(), 2);
 }
 
-TEST_F(Files, CopyGoesThroughALinkAndThroughASpecialSource)
+TEST_F(SystemFiles, CopyGoesThroughALinkAndThroughASpecialSource)
 {
     Put(In("from"), "new");
     Put(In("real"), "old");
@@ -96,7 +96,7 @@ TEST_F(Files, CopyGoesThroughALinkAndThroughASpecialSource)
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
-TEST_F(Files, FailedCopySaysWhyAndChangesNothing)
+TEST_F(SystemFiles, FailedCopySaysWhyAndChangesNothing)
 {
     Put(In("from"), "new");
     Put(In("to"), "old");
@@ -131,7 +131,7 @@ TEST_F(Files, FailedCopySaysWhyAndChangesNothing)
     EXPECT_TRUE(CopyFileTo(In("from"), In("fresh"), true));
 }
 
-TEST_F(Files, FullDiskKeepsTheDestination)
+TEST_F(SystemFiles, FullDiskKeepsTheDestination)
 {
     Put(In("from"), std::string(300000, 'n'));
     const fs::path disk = In("disk");
@@ -147,7 +147,7 @@ TEST_F(Files, FullDiskKeepsTheDestination)
     EXPECT_EQ(umount(disk.c_str()), 0);
 }
 
-TEST_F(Files, FileTooLargeForTheLimitKeepsTheDestination)
+TEST_F(SystemFiles, FileTooLargeForTheLimitKeepsTheDestination)
 {
     Put(In("from"), std::string(300000, 'n'));
     Put(In("to"), "old");
@@ -182,7 +182,7 @@ int AsOrdinaryUser(Body body)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(Files, ReadOnlyDirectoryLosesNothing)
+TEST_F(SystemFiles, ReadOnlyDirectoryLosesNothing)
 {
     // The user who copies must reach the files through the private directory's name.
     char name[] = "/tmp/vornwia-test-XXXXXX";
@@ -213,7 +213,7 @@ TEST_F(Files, ReadOnlyDirectoryLosesNothing)
     fs::remove_all(open);
 }
 
-TEST_F(Files, DeleteAndAccess)
+TEST_F(SystemFiles, DeleteAndAccess)
 {
     Put(In("file"), "x");
     const WString name = In("file").u16string();
@@ -230,7 +230,7 @@ TEST_F(Files, DeleteAndAccess)
     EXPECT_EQ(errno, EINVAL);
 }
 
-TEST_F(Files, MediumDeletesItsFile)
+TEST_F(SystemFiles, MediumDeletesItsFile)
 {
     Put(In("file"), "x");
     const WString name = In("file").u16string();
