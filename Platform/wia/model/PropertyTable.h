@@ -30,9 +30,9 @@ public:
 
     LONG Long(PROPID id, LONG fallback = 0) const noexcept;
     GUID Guid(PROPID id) const noexcept;
+
     // These set a value without looking at access or valid values. Nothing happens when there is no such
     // property, or one of another type.
-
     void SetLong(PROPID id, LONG value) const noexcept;
     void SetGuid(PROPID id, REFGUID value) const;
     void SetText(PROPID id, WStringView value) const;
