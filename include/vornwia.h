@@ -408,7 +408,7 @@ typedef int32_t (*AcquireToFileCallback)(WiaSession* session, const WCHAR* fileN
  * @param flags      WIA_ACQUIRE_SHOW_DIALOG or 0; other bits go to the platform's dialog
  * @param item       the item to transfer; null: the first child of the root item
  * @param options    see AcquireOptions; file transfers need `fileName`
- * @param fileCount  receives the number of files written; may be null. Untouched when none was.
+ * @param fileCount  receives the number of files written, 0 when the transfer wrote none; may be null
  * @param fileList   receives the files' names: an array of strings of 260 characters, one for each file in
  *                   the order of writing; in the multi-page and append modes the name repeats for every page
  *                   transferred. Set to null when no file was written. Strings and array are freed with

@@ -1,6 +1,7 @@
 #include "Desk.h"
 
-#include <sstream>
+#include <algorithm>
+#include <iterator>
 
 #include "Vornfilx.h"
 #include "wia/model/Item.h"
@@ -10,16 +11,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string NumberOf(const SeenPage& page)
-{
-    return page.pixels.empty() ? "empty" : std::to_string(page.pixels[0]);
-}
-
-std::string Joined(const std::vector<std::string>& parts)
+std::string Numbers(const std::vector<SeenPage>& pages)
 {
     std::string text;
-    for (const std::string& part : parts)
-        text += (text.empty() ? "" : " ") + part;
+    for (const SeenPage& page : pages) {
+        if (!text.empty())
+            text += ' ';
+        text += page.pixels.empty() ? "empty" : std::to_string(page.pixels[0]);
+    }
     return text;
 }
 
@@ -94,44 +93,47 @@ DeviceBuilder CameraWith(uint32_t pictures)
 
 std::string Outcome::Pages() const
 {
-    std::vector<std::string> numbers;
-    for (const SeenPage& page : pages)
-        numbers.push_back(NumberOf(page));
-    return Joined(numbers);
+    return Numbers(pages);
+}
+
+int32_t LoadPages(const fs::path& file, std::vector<SeenPage>& pages)
+{
+    FilFileInfo info{};
+    int32_t status = FilInfo(Wide(file).c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
+    FilLoadOptions options{};
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    Notes notes;
+    BitmapHandle bitmap{};
+    for (options.page = 1; status == FIL_SUCCESS && options.page <= info.pageCount; ++options.page) {
+        status = FilLoad(Wide(file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, &options, nullptr);
+        if (status == FIL_SUCCESS)
+            notes.Note(&bitmap, nullptr, 0, 0);
+    }
+    KrnFreeBitmap(&bitmap);
+    std::move(notes.pages.begin(), notes.pages.end(), std::back_inserter(pages));
+    return status;
 }
 
 std::string PagesOf(const fs::path& file)
 {
-    if (!fs::exists(file))
-        return "missing";
-    FilFileInfo info{};
-    int32_t status = FilInfo(Wide(file).c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
-    std::vector<std::string> numbers;
-    FilLoadOptions options{};
-    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
-    Notes notes;
-    for (options.page = 1; status == FIL_SUCCESS && options.page <= info.pageCount; ++options.page) {
-        BitmapHandle bitmap{};
-        status = FilLoad(Wide(file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, &options, nullptr);
-        if (status == FIL_SUCCESS) {
-            notes.Note(&bitmap, nullptr, 0, 0);
-            numbers.push_back(NumberOf(notes.pages.back()));
-        }
-        KrnFreeBitmap(&bitmap);
-    }
-    return status == FIL_SUCCESS ? Joined(numbers) : "status " + std::to_string(status);
+    std::vector<SeenPage> pages;
+    const int32_t status = LoadPages(file, pages);
+    return status == FIL_SUCCESS ? Numbers(pages) : std::string{"status "} + std::to_string(status);
+}
+
+std::vector<SeenPage> DeliveredPages(const Outcome& outcome, const fs::path& folder)
+{
+    std::vector<SeenPage> pages;
+    std::copy_if(outcome.pages.begin(), outcome.pages.end(), std::back_inserter(pages),
+                 [](const SeenPage& page) { return !page.pixels.empty(); });
+    for (const std::string& file : outcome.files)
+        EXPECT_EQ(LoadPages(folder / file, pages), FIL_SUCCESS) << file;
+    return pages;
 }
 
 std::string Delivered(const Outcome& outcome, const fs::path& folder)
 {
-    std::vector<std::string> parts;
-    for (const SeenPage& page : outcome.pages) {
-        if (!page.pixels.empty())
-            parts.push_back(NumberOf(page));
-    }
-    for (const std::string& file : outcome.files)
-        parts.push_back(PagesOf(folder / file));
-    return Joined(parts);
+    return Numbers(DeliveredPages(outcome, folder));
 }
 
 void AddPage(const fs::path& file, uint8_t number)
@@ -262,14 +264,14 @@ Outcome Desk::Acquire(const AcquireOptions* options, Notes notes)
 {
     uint32_t count = 0;
     WCHAR** list = nullptr;
-    uint32_t* const countOut = wantList ? &count : nullptr;
+    uint32_t* const countOut = wantCount ? &count : nullptr;
     WCHAR*** const listOut = wantList ? &list : nullptr;
     const int32_t status =
         toFile ? Vorn_WiaAcquireToFile(session_, nullptr, flags, item, options, countOut, listOut,
                                        callback ? Notes::FileCallback : nullptr, &notes)
                : Vorn_WiaAcquire(session_, nullptr, flags, item, options, countOut, listOut,
                                  callback ? Notes::Callback : nullptr, &notes);
-    return Collect(status, count, list, std::move(notes));
+    return Collect(status, wantCount ? count : listLength, list, std::move(notes));
 }
 
 HRESULT Dialogs::SelectDevice(const DeviceQuestion& question, DevicePtr& chosen)

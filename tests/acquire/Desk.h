@@ -54,10 +54,12 @@ struct Outcome {
     std::string Pages() const;
 };
 
-/** The number of each page of a file: "1 2 3"; "missing"; "status" and a code when it cannot be read. */
+/** The number of each page of a file: "1 2 3"; "status" and a code when it cannot be read. */
 std::string PagesOf(const std::filesystem::path& file);
 
 /** The pages of an outcome on either kind of road, those of files in the order of the list; no empty bitmaps. */
+std::vector<SeenPage> DeliveredPages(const Outcome& outcome, const std::filesystem::path& folder);
+/** Their numbers. */
 std::string Delivered(const Outcome& outcome, const std::filesystem::path& folder);
 
 /** Adds a page of that number to a TIFF or BMP file. */
@@ -97,9 +99,10 @@ public:
 
     WiaItemHandle item = nullptr;  ///< what Acquire transfers; lent
     uint32_t flags = 0;
-    bool toFile = false;   ///< through Vorn_WiaAcquireToFile
-    bool wantList = true;  ///< passes places for count and list
-    bool callback = true;  ///< passes a callback
+    bool toFile = false;  ///< through Vorn_WiaAcquireToFile
+    // What is passed, else null.
+    bool wantCount = true, wantList = true, callback = true;
+    uint32_t listLength = 0;  ///< of the list to come, when its count is not wanted
 
 private:
     Generation generation_;

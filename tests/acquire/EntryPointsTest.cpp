@@ -210,7 +210,7 @@ TEST_F(EntryPoints, ListTheFilesOfTheImageDialog)
             EXPECT_EQ(files, 4u);
         }
     }
-    desk.wantList = false;
+    desk.wantCount = desk.wantList = false;
     EXPECT_EQ(desk.Acquire(Named("/x/a")).status, SUCCESS);
 }
 

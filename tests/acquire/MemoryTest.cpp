@@ -120,7 +120,7 @@ TEST_F(Memory, WorksWithoutACallback)
     for (const Road& road : {kMemory1, kMemory2}) {
         Desk desk{road, ScannerWith(NumberedPages(2)), 0};
         desk.callback = false;
-        desk.wantList = false;
+        desk.wantCount = desk.wantList = false;
         EXPECT_EQ(desk.Acquire().status, SUCCESS);
         EXPECT_EQ(desk.Acquire().status, ERR_WIA_PAPER_EMPTY) << "the pages were not taken";
     }

@@ -169,30 +169,27 @@ TEST_F(OutputNames, FitTheirBufferOrAreRefused)
     std::fill(std::begin(options.fileName), std::end(options.fileName), VORN_TEXT('x'));
     EXPECT_EQ(Scan(kFile2, 1, options).status, ERR_INVALID_ARGUMENT) << "no terminator";
     EXPECT_EQ(Scan(kFile2, 1, AcquireOptions{}).status, ERR_INVALID_ARGUMENT) << "no name";
+    Desk desk{kFile1, ScannerWith(NumberedPages(1)), 1};
+    EXPECT_EQ(desk.Acquire(nullptr).status, ERR_INVALID_ARGUMENT) << "no options";
 }
 
-TEST_F(OutputNames, AreWrittenWithoutAPlaceForTheList)
+TEST_F(OutputNames, AreWrittenWhateverTheCallerWantsToKnow)
 {
-    Desk desk{kFile1, ScannerWith(NumberedPages(2)), 0};
-    desk.wantList = false;
-    desk.callback = false;
-    EXPECT_EQ(desk.Acquire(Named(Folder() / "a.bmp")).status, SUCCESS);
-    EXPECT_EQ(In(Folder()), (Contents{{"a.bmp", "1"}, {"a (1).bmp", "2"}}));
-
-    WCHAR** list = nullptr;
-    uint32_t count = 0;
-    const AcquireOptions options = Named(Folder() / "b.bmp");
-    desk.Set(desk.Root(), WIA_DPS_PAGES, 1);
-    Desk again{kFile1, ScannerWith(NumberedPages(2)), 2};
-    EXPECT_EQ(
-        Vorn_WiaAcquire(again.Session(), nullptr, 0, again.item, &options, nullptr, &list, nullptr, nullptr),
-        SUCCESS);
-    EXPECT_EQ(Collect(SUCCESS, 2, list, {}).files, (std::vector<std::string>{"b.bmp", "b (1).bmp"}));
-    Desk third{kFile1, ScannerWith(NumberedPages(2)), 2};
-    EXPECT_EQ(
-        Vorn_WiaAcquire(third.Session(), nullptr, 0, third.item, &options, &count, nullptr, nullptr, nullptr),
-        SUCCESS);
-    EXPECT_EQ(count, 2u);
+    for (const Road& road : {kFile1, kFile2}) {
+        for (const unsigned wanted : {0u, 1u, 2u}) {
+            EmptyFolder();
+            Desk desk{road, ScannerWith(NumberedPages(2)), 0};
+            desk.callback = false;
+            desk.wantCount = wanted & 1;
+            desk.wantList = wanted & 2;
+            desk.listLength = wanted & 2;
+            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
+            EXPECT_EQ(outcome.status, SUCCESS);
+            EXPECT_EQ(outcome.fileCount, wanted ? 2u : 0u);
+            EXPECT_EQ(Delivered(outcome, Folder()), wanted & 2 ? "1 2" : "");
+            EXPECT_EQ(In(Folder()), (Contents{{"a.bmp", "1"}, {"a (1).bmp", "2"}}));
+        }
+    }
 }
 
 /** Whatever allocation fails: a status, an intact list, the files that were counted, and a next acquisition. */

@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "Desk.h"
-#include "Vornfilx.h"
 
 namespace vorn::test {
 namespace {
@@ -76,16 +75,7 @@ TEST_F(Roads, KeepDepthPaletteResolutionAndEveryPixel)
             Desk desk{road, ScannerWith({page}), 1};
             const Outcome outcome = Scan(desk);
             ASSERT_EQ(outcome.status, SUCCESS);
-            Notes loaded;
-            if (road.file) {
-                BitmapHandle bitmap{};
-                ASSERT_EQ(FilLoad(Wide(Folder() / "a.bmp").c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, nullptr,
-                                  nullptr),
-                          FIL_SUCCESS);
-                loaded.Note(&bitmap, nullptr, 0, 0);
-                KrnFreeBitmap(&bitmap);
-            }
-            const std::vector<SeenPage>& pages = road.file ? loaded.pages : outcome.pages;
+            const std::vector<SeenPage> pages = DeliveredPages(outcome, Folder());
             ASSERT_EQ(pages.size(), 1u);
             EXPECT_EQ(pages[0].width, 13u);
             EXPECT_EQ(pages[0].height, 5u);
@@ -119,19 +109,10 @@ TEST_F(Roads, BringTheSameChartFromTheVirtualScanner)
         const Outcome outcome = Scan(desk);
         ASSERT_EQ(outcome.status, SUCCESS);
 
-        Notes pages;
-        pages.pages = outcome.pages;
-        for (const std::string& file : outcome.files) {
-            BitmapHandle bitmap{};
-            ASSERT_EQ(
-                FilLoad(Wide(Folder() / file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, nullptr, nullptr),
-                FIL_SUCCESS);
-            pages.Note(&bitmap, nullptr, 0, 0);
-            KrnFreeBitmap(&bitmap);
-        }
-        ASSERT_EQ(pages.pages.size(), 4u) << "two sheets, both sides";
+        const std::vector<SeenPage> pages = DeliveredPages(outcome, Folder());
+        ASSERT_EQ(pages.size(), 4u) << "two sheets, both sides";
         for (size_t i = 0; i < 4; ++i) {
-            const SeenPage& page = pages.pages[i];
+            const SeenPage& page = pages[i];
             EXPECT_EQ(page.width, 300u);
             EXPECT_EQ(page.height, 120u);
             EXPECT_EQ(page.bitsPerPixel, 8u);
@@ -147,8 +128,14 @@ TEST_F(Roads, BringTheSameChartFromTheVirtualScanner)
 
 TEST_F(Roads, StopWhereverTheApplicationAsks)
 {
-    for (const Road& road : kRoads) {
+    struct Row {
+        Road road;
+        bool toFile;
+    };
+    for (const auto& [road, toFile] : {Row{kMemory1, false}, Row{kMemory2, false}, Row{kFile1, false},
+                                       Row{kFile1, true}, Row{kFile2, false}, Row{kFile2, true}}) {
         Desk whole{road, ScannerWith(NumberedPages(2)), 0};
+        whole.toFile = toFile;
         const Outcome all = Scan(whole);
         ASSERT_EQ(all.status, SUCCESS);
         ASSERT_GE(all.calls.size(), 4u);
@@ -158,6 +145,7 @@ TEST_F(Roads, StopWhereverTheApplicationAsks)
             EmptyFolder();
             ScopedCallLog log;
             Desk desk{road, ScannerWith(NumberedPages(3), true), 2};
+            desk.toFile = toFile;
             const Outcome outcome = Scan(desk, StopAt(stop));
 
             const bool two = road.generation == Generation::Two;
