@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <random>
 
 namespace vorn::test {
 namespace {
@@ -67,12 +68,12 @@ std::string Difference(const Picture& left, const Picture& right)
 FilesTest::FilesTest()
 {
     // A name of two alphabets and an astral character: every test proves that such names work.
-    static int counter = 0;
+    // The number keeps tests that run at the same time apart.
     const std::u16string name = u"vorn_filx_\u00e9\u65e5\U0001f5a8_";
-    folder = std::filesystem::temp_directory_path() /
-             (name + std::filesystem::path{std::to_string(++counter)}.u16string());
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directory(folder);
+    do {
+        const std::string number = std::to_string(std::random_device{}());
+        folder = std::filesystem::temp_directory_path() / (name + std::filesystem::path{number}.u16string());
+    } while (!std::filesystem::create_directory(folder));
 }
 
 FilesTest::~FilesTest()

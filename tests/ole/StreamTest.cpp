@@ -271,6 +271,7 @@ TEST_F(Streams, FileModesAreKept)
     STATSTG stat;
     ASSERT_EQ(InFile(STGM_READ)->Stat(&stat, STATFLAG_DEFAULT), S_OK);
     EXPECT_EQ(WStringView{stat.pwcsName}, Named(u"\u00E9tude.bin"));
+    EXPECT_TRUE(DeleteFileW(stat.pwcsName));
     CoTaskMemFree(stat.pwcsName);
 }
 
