@@ -22,6 +22,25 @@ std::string Numbers(const std::vector<SeenPage>& pages)
     return text;
 }
 
+/** Adds the pages of a file; the file library's status. */
+int32_t LoadPages(const fs::path& file, std::vector<SeenPage>& pages)
+{
+    FilFileInfo info{};
+    int32_t status = FilInfo(Wide(file).c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
+    FilLoadOptions options{};
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    Notes notes;
+    BitmapHandle bitmap{};
+    for (options.page = 1; status == FIL_SUCCESS && options.page <= info.pageCount; ++options.page) {
+        status = FilLoad(Wide(file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, &options, nullptr);
+        if (status == FIL_SUCCESS)
+            notes.Note(&bitmap, nullptr, 0, 0);
+    }
+    KrnFreeBitmap(&bitmap);
+    std::move(notes.pages.begin(), notes.pages.end(), std::back_inserter(pages));
+    return status;
+}
+
 /** The last part of a path, on either platform's separators. */
 std::string LastPart(const std::string& path)
 {
@@ -94,24 +113,6 @@ DeviceBuilder CameraWith(uint32_t pictures)
 std::string Outcome::Pages() const
 {
     return Numbers(pages);
-}
-
-int32_t LoadPages(const fs::path& file, std::vector<SeenPage>& pages)
-{
-    FilFileInfo info{};
-    int32_t status = FilInfo(Wide(file).c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
-    FilLoadOptions options{};
-    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
-    Notes notes;
-    BitmapHandle bitmap{};
-    for (options.page = 1; status == FIL_SUCCESS && options.page <= info.pageCount; ++options.page) {
-        status = FilLoad(Wide(file).c_str(), &bitmap, KRN_BITMAP_SIZE, 0, 0, &options, nullptr);
-        if (status == FIL_SUCCESS)
-            notes.Note(&bitmap, nullptr, 0, 0);
-    }
-    KrnFreeBitmap(&bitmap);
-    std::move(notes.pages.begin(), notes.pages.end(), std::back_inserter(pages));
-    return status;
 }
 
 std::string PagesOf(const fs::path& file)

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kTemporary = "WiaTempFile.tmp";
 constexpr Road kFileRoads[] = {kFile1, kFile2};
 
-class File : public LibraryTest {
+class FileTransfer : public LibraryTest {
 protected:
     static std::filesystem::path TemporaryFile()
     {
@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(File, TellsEachPageByItsName)
+TEST_F(FileTransfer, TellsEachPageByItsName)
 {
     for (const Road& road : kFileRoads) {
         for (const bool toFile : {false, true}) {
@@ -43,7 +43,7 @@ TEST_F(File, TellsEachPageByItsName)
     }
 }
 
-TEST_F(File, IsAskedOfA10ItemOnly)
+TEST_F(FileTransfer, IsAskedOfA10ItemOnly)
 {
     Desk one{kMemory1, ScannerWith(NumberedPages(1)), 1};
     one.toFile = true;
@@ -59,7 +59,7 @@ TEST_F(File, IsAskedOfA10ItemOnly)
     EXPECT_EQ(two.Get(two.item, WIA_IPA_TYMED), TYMED_CALLBACK);
 }
 
-TEST_F(File, PassesThroughATemporaryFile)
+TEST_F(FileTransfer, PassesThroughATemporaryFile)
 {
     for (const Road& road : kFileRoads) {
         SCOPED_TRACE(road.name);
@@ -70,7 +70,7 @@ TEST_F(File, PassesThroughATemporaryFile)
     }
 }
 
-TEST_F(File, NeverSavesAnEarlierPagesTemporaryFile)
+TEST_F(FileTransfer, NeverSavesAnEarlierPagesTemporaryFile)
 {
     for (const Road& road : kFileRoads) {
         for (const bool append : {false, true}) {
@@ -88,7 +88,7 @@ TEST_F(File, NeverSavesAnEarlierPagesTemporaryFile)
     }
 }
 
-TEST_F(File, TellsAPageThatCannotBeSaved)
+TEST_F(FileTransfer, TellsAPageThatCannotBeSaved)
 {
     const auto folder = Folder();
     AddPage(folder / "full.bmp", 9);
@@ -134,7 +134,7 @@ TEST_F(File, TellsAPageThatCannotBeSaved)
     }
 }
 
-TEST_F(File, KeepsThePagesBeforeOneThatCannotBeSaved)
+TEST_F(FileTransfer, KeepsThePagesBeforeOneThatCannotBeSaved)
 {
     for (const Road& road : kFileRoads) {
         Desk desk{road, ScannerWith(NumberedPages(3)), 0};
@@ -145,7 +145,7 @@ TEST_F(File, KeepsThePagesBeforeOneThatCannotBeSaved)
     }
 }
 
-TEST_F(File, SavesEveryPageOfASourceAndCountsItOnce)
+TEST_F(FileTransfer, SavesEveryPageOfASourceAndCountsItOnce)
 {
     for (uint8_t number = 1; number <= 4; ++number)
         AddPage(Folder() / "source.tif", number);
@@ -162,7 +162,7 @@ TEST_F(File, SavesEveryPageOfASourceAndCountsItOnce)
     }
 }
 
-TEST_F(File, DoesNotTakeAnEmptyFeederForTheEndOfOnePage)
+TEST_F(FileTransfer, DoesNotTakeAnEmptyFeederForTheEndOfOnePage)
 {
     // Counted over the whole call: a page of an earlier item makes a later item's empty feeder a good end.
     const auto device = [](LONG pages) {
@@ -186,7 +186,7 @@ TEST_F(File, DoesNotTakeAnEmptyFeederForTheEndOfOnePage)
 }
 
 #ifndef _WIN32
-TEST_F(File, NeedsATemporaryDirectory)
+TEST_F(FileTransfer, NeedsATemporaryDirectory)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto acquire = [this] {

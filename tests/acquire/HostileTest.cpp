@@ -9,7 +9,7 @@
 namespace vorn::test {
 namespace {
 
-class Hostile : public LibraryTest {
+class HostileDevice : public LibraryTest {
 protected:
     /** Transfers the item with that edit, then a good one on the same desk. */
     Outcome Transfer(const Road& road, const TreeEdit& edit, Notes notes = {}, LONG pages = 1)
@@ -71,7 +71,7 @@ private:
     HRESULT result_ = S_OK;
 };
 
-TEST_F(Hostile, BandsOf10)
+TEST_F(HostileDevice, BandsOf10)
 {
     struct Row {
         const char* fault;
@@ -181,7 +181,7 @@ private:
     ComPtr<IStream> stream_;
 };
 
-TEST_F(Hostile, StreamsOf20)
+TEST_F(HostileDevice, StreamsOf20)
 {
     AddPage(Folder() / "page.bmp", 5);
     const std::string page = BytesOf(Folder() / "page.bmp");
@@ -230,7 +230,7 @@ TEST_F(Hostile, StreamsOf20)
     }
 }
 
-TEST_F(Hostile, DownloadsThatNeverBringAnything)
+TEST_F(HostileDevice, DownloadsThatNeverBringAnything)
 {
     for (const HRESULT answer : {S_OK, S_FALSE}) {
         const Outcome outcome = Transfer(
@@ -245,7 +245,7 @@ TEST_F(Hostile, DownloadsThatNeverBringAnything)
 }
 
 /** A stack of paper that does not end takes no more memory than a sheet. */
-TEST_F(Hostile, TenThousandPages)
+TEST_F(HostileDevice, TenThousandPages)
 {
     for (const Road& road : {kMemory1, kMemory2}) {
         SCOPED_TRACE(road.name);

@@ -4,7 +4,7 @@
 namespace vorn::test {
 namespace {
 
-class Memory : public LibraryTest {};
+class MemoryTransfer : public LibraryTest {};
 
 /** The transfer records that the platform received, as "size/double". */
 struct Buffers {
@@ -28,7 +28,7 @@ struct Buffers {
     }
 };
 
-TEST_F(Memory, AsksForTheBufferOfTheOptionsElseOfTheItem)
+TEST_F(MemoryTransfer, AsksForTheBufferOfTheOptionsElseOfTheItem)
 {
     struct Row {
         const char* fault;
@@ -62,7 +62,7 @@ TEST_F(Memory, AsksForTheBufferOfTheOptionsElseOfTheItem)
     }
 }
 
-TEST_F(Memory, KeepsABufferSizeFoundForTheLaterItems)
+TEST_F(MemoryTransfer, KeepsABufferSizeFoundForTheLaterItems)
 {
     for (const LONG first : {1000, -1}) {
         Buffers buffers;
@@ -77,7 +77,7 @@ TEST_F(Memory, KeepsABufferSizeFoundForTheLaterItems)
     }
 }
 
-TEST_F(Memory, HandsOverEachPageBetweenItsBeginAndTheNext)
+TEST_F(MemoryTransfer, HandsOverEachPageBetweenItsBeginAndTheNext)
 {
     for (const Road& road : {kMemory1, kMemory2}) {
         SCOPED_TRACE(road.name);
@@ -100,7 +100,7 @@ TEST_F(Memory, HandsOverEachPageBetweenItsBeginAndTheNext)
     }
 }
 
-TEST_F(Memory, ArrivesInBandsOfAnySize)
+TEST_F(MemoryTransfer, ArrivesInBandsOfAnySize)
 {
     const CannedPage page = PlainPage(100, 50, 8, 7);
     for (const uint32_t bufferSize : {1u, 99u, 100u, 101u, 4096u, 1u << 24}) {
@@ -115,7 +115,7 @@ TEST_F(Memory, ArrivesInBandsOfAnySize)
     }
 }
 
-TEST_F(Memory, WorksWithoutACallback)
+TEST_F(MemoryTransfer, WorksWithoutACallback)
 {
     for (const Road& road : {kMemory1, kMemory2}) {
         Desk desk{road, ScannerWith(NumberedPages(2)), 0};
@@ -127,7 +127,7 @@ TEST_F(Memory, WorksWithoutACallback)
 }
 
 /** What is written to the device, in order, and with it what is put back. */
-TEST_F(Memory, WritesTheDeviceOnlyWhereItPutsBack)
+TEST_F(MemoryTransfer, WritesTheDeviceOnlyWhereItPutsBack)
 {
     struct Row {
         Road road;
@@ -178,7 +178,7 @@ TEST_F(Memory, WritesTheDeviceOnlyWhereItPutsBack)
     }
 }
 
-TEST_F(Memory, TellsASettingThatA20DeviceRefuses)
+TEST_F(MemoryTransfer, TellsASettingThatA20DeviceRefuses)
 {
     struct Row {
         const char* fault;
@@ -205,7 +205,7 @@ TEST_F(Memory, TellsASettingThatA20DeviceRefuses)
     }
 }
 
-TEST_F(Memory, DownloadsA20ItemByWhatItIs)
+TEST_F(MemoryTransfer, DownloadsA20ItemByWhatItIs)
 {
     struct Row {
         const char* fault;
@@ -238,7 +238,7 @@ TEST_F(Memory, DownloadsA20ItemByWhatItIs)
     }
 }
 
-TEST_F(Memory, TakesA20ItemWithoutACategoryForAFlatbed)
+TEST_F(MemoryTransfer, TakesA20ItemWithoutACategoryForAFlatbed)
 {
     Desk desk{kMemory2, ScannerWith(NumberedPages(3)), 0};
     desk.Faults().Add(Step::GetItemCategory, {E_FAIL});
