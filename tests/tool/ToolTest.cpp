@@ -116,9 +116,17 @@ protected:
     }
 };
 
+std::string RoadName(const testing::TestParamInfo<ToolRoads::ParamType>& info)
+{
+    const auto [generation, medium, extension] = info.param;
+    return std::string{"Wia"} + generation + (medium == kMemory ? "Memory" : "Files") +
+           (extension == std::string{".bmp"} ? "Bmp" : "Tiff");
+}
+
 INSTANTIATE_TEST_SUITE_P(All, ToolRoads,
                          testing::Combine(testing::Values("1", "2"), testing::Values(kFiles, kMemory),
-                                          testing::Values(".bmp", ".tif")));
+                                          testing::Values(".bmp", ".tif")),
+                         RoadName);
 
 TEST_P(ToolRoads, FlatbedPageHasTheSettingsAskedFor)
 {
