@@ -7,7 +7,7 @@ namespace vorn::wia {
 
 namespace {
 
-/** Writes runs of pixels in pieces of the chunk size, and knows how far the page is. */
+/** Writes runs of pixels in pieces of at most the chunk size, and knows how far the page is. */
 class PixelWriter {
 public:
     PixelWriter(PageSink& sink, uint32_t chunkBytes, uint64_t totalBytes) noexcept
@@ -30,6 +30,17 @@ public:
         return S_OK;
     }
 
+    /**
+     * In pieces that end where the chunk size divides the offset: a file is then written in whole pages of the
+     * system's cache, and each piece finds room in a large one.
+     */
+    HRESULT WriteAligned(uint64_t offset, const uint8_t* data, uint64_t size)
+    {
+        const uint64_t first = std::min(size, chunkBytes_ - offset % chunkBytes_);
+        const HRESULT result = Write(offset, data, first);
+        return result == S_OK ? Write(offset + first, data + first, size - first) : result;
+    }
+
 private:
     uint32_t Percent() const noexcept { return static_cast<uint32_t>(doneBytes_ * 100 / totalBytes_); }
 
@@ -38,18 +49,6 @@ private:
     uint64_t totalBytes_;
     uint64_t doneBytes_ = 0;
 };
-
-HRESULT WriteReadyImage(const uint8_t* image, const RowLayout& layout, uint32_t height, uint32_t rowsPerChunk,
-                        PixelWriter& writer)
-{
-    for (uint32_t row = 0; row < height; row += std::min(rowsPerChunk, height - row)) {
-        const uint64_t start = row * layout.rowBytes;
-        const uint64_t size = std::min(rowsPerChunk, height - row) * layout.rowBytes;
-        if (const HRESULT result = writer.Write(layout.offset + start, image + start, size); result != S_OK)
-            return result;
-    }
-    return S_OK;
-}
 
 HRESULT WriteScannedRows(Page& page, const RowLayout& layout, uint32_t rowsPerChunk, PixelWriter& writer)
 {
@@ -88,7 +87,7 @@ HRESULT StreamRows(Page& page, const RowLayout& layout, PageSink& sink, uint32_t
 
     const uint8_t* const image = page.ReadyImage();
     if (image && !layout.pack && layout.order == RowOrder::BottomUp)
-        return WriteReadyImage(image, layout, geometry.height, rowsPerChunk, writer);
+        return writer.WriteAligned(layout.offset, image, geometry.ImageBytes());
     return WriteScannedRows(page, layout, rowsPerChunk, writer);
 }
 
