@@ -1,5 +1,7 @@
 #include "propvariant.h"
 
+#include <array>
+#include <iterator>
 #include <string_view>
 
 #include "ole.h"
@@ -65,24 +67,34 @@ constexpr TypeRow kTypes[] = {
     {VT_VARIANT, Owns::Variant, sizeof(PROPVARIANT), false},
 };
 
+constexpr int kNoRow = -1;
+
+/** The place of each type in the table above. */
+constexpr auto kRowOf = [] {
+    std::array<signed char, VT_VERSIONED_STREAM + 1> rows{};
+    rows.fill(kNoRow);
+    for (size_t i = 0; i < std::size(kTypes); ++i)
+        rows[kTypes[i].type] = static_cast<signed char>(i);
+    return rows;
+}();
+
 /** The row of the type without its vector or reference bit; null when no PROPVARIANT can have the type. */
 const TypeRow* FindType(VARTYPE type) noexcept
 {
-    for (const TypeRow& row : kTypes) {
-        if (row.type != (type & VT_TYPEMASK))
-            continue;
-        switch (type & ~VT_TYPEMASK) {
-            case 0:
-                return row.scalar ? &row : nullptr;
-            case VT_VECTOR:
-                return row.elementSize ? &row : nullptr;
-            case VT_BYREF:
-                return &row;
-            default:
-                return nullptr;
-        }
+    const unsigned plain = type & VT_TYPEMASK;
+    if (plain >= kRowOf.size() || kRowOf[plain] == kNoRow)
+        return nullptr;
+    const TypeRow& row = kTypes[kRowOf[plain]];
+    switch (type & ~VT_TYPEMASK) {
+        case 0:
+            return row.scalar ? &row : nullptr;
+        case VT_VECTOR:
+            return row.elementSize ? &row : nullptr;
+        case VT_BYREF:
+            return &row;
+        default:
+            return nullptr;
     }
-    return nullptr;
 }
 
 /** The bytes of the data behind a CLIPDATA, whose size counts its format too. */

@@ -11,9 +11,10 @@ void FaultPlan::AddFor(PROPID property, Step step, Fault fault, unsigned nth, un
 {
     const std::lock_guard lock{mutex_};
     entries_.push_back({step, property, fault, nth, count});
+    planned_.store(true, std::memory_order_release);
 }
 
-std::optional<Fault> FaultPlan::Pass(Step step, PROPID property)
+std::optional<Fault> FaultPlan::PassPlanned(Step step, PROPID property)
 {
     const std::lock_guard lock{mutex_};
     std::optional<Fault> found;

@@ -20,13 +20,34 @@ bool SameName(WStringView left, WStringView right) noexcept
 
 }  // namespace
 
+void PropertyTable::Share(PropertyPtr property)
+{
+    const Place place{property->id, static_cast<uint32_t>(properties_.size())};
+    // Behind those of the same id: the first one added is the one that is found.
+    const auto behind =
+        std::upper_bound(places_.begin(), places_.end(), place.id,
+                         [](PROPID id, const Place& other) noexcept { return id < other.id; });
+    properties_.push_back(std::move(property));
+    try {
+        places_.insert(behind, place);
+    } catch (...) {
+        properties_.pop_back();
+        throw;
+    }
+}
+
+const PropertyTable::Place* PropertyTable::FindPlace(PROPID id) const noexcept
+{
+    const auto found =
+        std::lower_bound(places_.begin(), places_.end(), id,
+                         [](const Place& place, PROPID wanted) noexcept { return place.id < wanted; });
+    return found != places_.end() && found->id == id ? &*found : nullptr;
+}
+
 Property* PropertyTable::Find(PROPID id) const noexcept
 {
-    for (const PropertyPtr& property : properties_) {
-        if (property->id == id)
-            return property.get();
-    }
-    return nullptr;
+    const Place* place = FindPlace(id);
+    return place ? properties_[place->index].get() : nullptr;
 }
 
 Property* PropertyTable::Find(const PROPSPEC& spec) const noexcept
@@ -45,11 +66,8 @@ Property* PropertyTable::Find(const PROPSPEC& spec) const noexcept
 
 PropertyTable::PropertyPtr PropertyTable::Pointer(PROPID id) const noexcept
 {
-    for (const PropertyPtr& property : properties_) {
-        if (property->id == id)
-            return property;
-    }
-    return nullptr;
+    const Place* place = FindPlace(id);
+    return place ? properties_[place->index] : nullptr;
 }
 
 LONG PropertyTable::Long(PROPID id, LONG fallback) const noexcept

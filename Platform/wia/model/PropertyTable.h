@@ -16,9 +16,9 @@ class VORN_WIA_API PropertyTable {
 public:
     using PropertyPtr = std::shared_ptr<Property>;
 
-    void Add(Property property) { properties_.push_back(std::make_shared<Property>(std::move(property))); }
+    void Add(Property property) { Share(std::make_shared<Property>(std::move(property))); }
     /** Adds a property that another table has as well: one value. */
-    void Share(PropertyPtr property) { properties_.push_back(std::move(property)); }
+    void Share(PropertyPtr property);
 
     size_t Count() const noexcept { return properties_.size(); }
     Property& At(size_t index) const noexcept { return *properties_[index]; }
@@ -55,7 +55,15 @@ public:
 private:
     HRESULT WriteOne(const PROPSPEC& spec, const PROPVARIANT& value, std::vector<Property*>& written);
 
+    /** Where the property of an id stands in `properties_`. */
+    struct Place {
+        PROPID id;
+        uint32_t index;
+    };
+    const Place* FindPlace(PROPID id) const noexcept;
+
     std::vector<PropertyPtr> properties_;
+    std::vector<Place> places_;  ///< by id
     std::function<void(PROPID)> follow_, written_;
 };
 
