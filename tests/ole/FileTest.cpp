@@ -1,3 +1,5 @@
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -325,6 +327,28 @@ TEST(TempPath, IsMadeAgainWhenACleanerRemovedIt)
                   return fs::exists(fs::path{TempPath()}) ? "made" : "gone";
               }),
               "made");
+}
+
+TEST_F(SystemFiles, ProcessesThatWereKilledAreCleanedUpAfter)
+{
+    for (const char* name : {"vornwia-killed", "vornwia-living", "vornwia-young", "others-killed"}) {
+        fs::create_directory(In(name));
+        Put(In(name) / "WiaTempFile.tmp", "a page");
+        if (std::string{name} != "vornwia-young")
+            fs::last_write_time(In(name), fs::file_time_type::clock::now() - std::chrono::hours{1});
+    }
+    const int living = open(In("vornwia-living").c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(living, LOCK_SH), 0);
+    const std::string parent = directory_.string();
+    EXPECT_EQ(InChild([&]() -> std::string {
+                  setenv("TMPDIR", parent.c_str(), 1);
+                  return TempPath().empty() ? "none" : "made";
+              }),
+              "made");
+    close(living);
+    EXPECT_FALSE(fs::exists(In("vornwia-killed")));
+    for (const char* name : {"vornwia-living", "vornwia-young", "others-killed"})
+        EXPECT_TRUE(fs::exists(In(name) / "WiaTempFile.tmp")) << name;
 }
 
 }  // namespace
