@@ -11,6 +11,15 @@
 
 namespace vorn::wia {
 
+/**
+ * How much of a page is written into a stream at once. A device that scans reports progress and hears of a cancel
+ * after each chunk; one that has the page already is done soon, and larger chunks cost a file system less.
+ */
+inline uint32_t StreamChunkBytes(const Page& page) noexcept
+{
+    return page.ReadyImage() ? 1024 * 1024 : 256 * 1024;
+}
+
 class StreamSink final : public PageSink {
 public:
     /** Told after each write; anything but `S_OK` ends the page there. */

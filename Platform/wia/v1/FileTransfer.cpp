@@ -8,8 +8,6 @@ namespace vorn::wia {
 
 namespace {
 
-constexpr uint32_t kChunkBytes = 256 * 1024;
-
 /** The format of a file: a DIB in memory has none, and becomes a BMP file. */
 GUID FileFormatOf(const Item& item) noexcept
 {
@@ -66,7 +64,7 @@ private:
     {
         HRESULT result = Tell(IT_MSG_STATUS, 0);
         while (result == S_OK) {
-            result = encoder.Encode(*page, sink, kChunkBytes);
+            result = encoder.Encode(*page, sink, StreamChunkBytes(*page));
             if (result != S_OK)
                 break;
             sink.Keep();

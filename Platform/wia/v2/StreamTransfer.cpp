@@ -8,8 +8,6 @@ namespace vorn::wia {
 
 namespace {
 
-constexpr uint32_t kChunkBytes = 256 * 1024;
-
 /** What a stream can hold: a DIB without its file header is none of it. */
 GUID StreamFormatOf(const Item& item) noexcept
 {
@@ -106,7 +104,7 @@ HRESULT StreamTransfer::SendDocument(Item& item, PageEncoder& encoder)
                     }};
     HRESULT result = S_OK;
     while (result == S_OK) {
-        result = encoder.Encode(*page, sink, kChunkBytes);
+        result = encoder.Encode(*page, sink, StreamChunkBytes(*page));
         if (result != S_OK)
             break;
         sink.Keep();
@@ -130,7 +128,7 @@ HRESULT StreamTransfer::SendPage(Item& item, PageEncoder& encoder, Page& page)
     StreamSink sink{*stream.Get(), item.Tree().Device(), [this](uint32_t percent, uint64_t bytes) {
                         return Tell(WIA_TRANSFER_MSG_STATUS, percent, bytes);
                     }};
-    if (const HRESULT result = encoder.Encode(page, sink, kChunkBytes); result != S_OK)
+    if (const HRESULT result = encoder.Encode(page, sink, StreamChunkBytes(page)); result != S_OK)
         return result;
     return Tell(WIA_TRANSFER_MSG_END_OF_STREAM, 100, sink.PageBytes());
 }
