@@ -58,7 +58,9 @@ void FitAxis(Item& item, const Axis& axis, bool resolutionChanged)
                                 : size;
     LONG start = table.Long(axis.position);
     LONG extent = table.Long(axis.extent);
-    if (resolutionChanged && sizeBefore > 0) {
+    if (start == 0 && extent == sizeBefore) {
+        extent = size;  // the whole of one source becomes the whole of the next
+    } else if (resolutionChanged && sizeBefore > 0) {
         start = Scaled(start, size, sizeBefore);
         extent = Scaled(extent, size, sizeBefore);
     }
