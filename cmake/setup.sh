@@ -68,13 +68,21 @@ configure()
         </dev/null >"$log" 2>&1 || fail 'configuring failed.' "$log"
 }
 
-# Until the script ends or this job is stopped, shows on a terminal how far the build is.
+# Waits a second without keeping the caller's pipes or the lock open when the job around it is stopped.
+wait_a_second()
+{
+    sleep 1 </dev/null >/dev/null 2>&1 9>&-
+}
+
+# Says that a build goes on that takes more than a moment; on a terminal also how far it is. Runs until stopped.
 show_progress()
 {
-    while kill -0 $$ 2>/dev/null; do
-        sleep 1
+    wait_a_second
+    [ -t 2 ] || say 'building...'
+    while [ -t 2 ] && kill -0 $$ 2>/dev/null; do
         step=$(tail -n 1 "$1" | sed -n 's/^\(\[[0-9/]*\]\).*/\1/p')
-        [ -z "$step" ] || printf '\rvornwia: building %s ' "$step" >&2
+        printf '\r\033[Kvornwia: building %s ' "$step" >&2
+        wait_a_second
     done
 }
 
@@ -82,23 +90,13 @@ show_progress()
 build_target()
 {
     log=$root/build/build.log
-    if ninja -C "$build" -n "$1" 2>/dev/null | grep -q 'no work to do'; then
-        return
-    fi
     : >"$log"
-    if [ -t 2 ]; then
-        show_progress "$log" &
-        progress=$!
-    else
-        say 'building...'
-        progress=
-    fi
+    show_progress "$log" &
+    progress=$!
     result=0
     cmake --build "$build" --target "$1" </dev/null >"$log" 2>&1 || result=$?
-    if [ -n "$progress" ]; then
-        kill "$progress"
-        printf '\r\033[K' >&2
-    fi
+    kill "$progress" 2>/dev/null || true
+    [ ! -t 2 ] || printf '\r\033[K' >&2
     [ "$result" = 0 ] || fail 'the build failed.' "$log"
 }
 

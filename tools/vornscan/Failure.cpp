@@ -13,7 +13,7 @@ constexpr StatusText kStatusTexts[] = {
     {DIALOG_CANCELLED, ExitCode::Cancelled, "nothing was chosen to acquire"},
     {ERR_TEMP_PATH, ExitCode::InputOutput, "there is no usable temporary directory; set TMPDIR to one"},
     {ERR_FILE_COPY, ExitCode::InputOutput,
-     "the page was scanned but its file could not be written; is there room on the disk?"},
+     "a page was scanned but could not be written there; make room on the disk and scan it again"},
     {ERR_WIA_GENERAL_ERROR, ExitCode::InputOutput, "the device reports an error; switch it off and on"},
     {ERR_WIA_PAPER_JAM, ExitCode::Jam, "the paper is jammed; clear it and put back what was not scanned"},
     {ERR_WIA_PAPER_PROBLEM, ExitCode::Jam, "there is a problem with the paper; straighten it and try again"},
@@ -54,6 +54,11 @@ StatusText Describe(int32_t status)
         if (row.status == status)
             return row;
     return {status, ExitCode::InputOutput, nullptr};
+}
+
+bool ConcernsFile(int32_t status)
+{
+    return status == ERR_FILE_COPY || (status <= FIL_ERR_NOT_FOUND && status >= FIL_ERR_IS_DIRECTORY);
 }
 
 Failure StatusFailure(const std::string& subject, int32_t status)

@@ -39,6 +39,9 @@ struct StatusText {
 /** Never fails: a status that nobody foresaw is described by its number. */
 StatusText Describe(int32_t status);
 
+/** True for a status that tells of the file to be written rather than of the device. */
+bool ConcernsFile(int32_t status);
+
 /** The failure for `status` of something done to `subject`, a device or file as the person knows it. */
 Failure StatusFailure(const std::string& subject, int32_t status);
 

@@ -64,7 +64,7 @@ void Judge(const Outcome& outcome, const Options& options, const Device& device)
         throw Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
     const bool ended = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
     if (!ended || (got == 0 && outcome.status != SUCCESS))
-        throw StatusFailure(device.name, outcome.status);
+        throw StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.name, outcome.status);
     if (got == 0)
         throw Failure{ExitCode::NoDocuments, device.name + ": there was nothing to acquire"};
     if (got < wanted)
