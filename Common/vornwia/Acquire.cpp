@@ -55,21 +55,6 @@ int32_t ShowAcquireDialog1(WiaSession* session, HWND parent, uint32_t flags, Ite
                                                      &chosen.count, &chosen.items));
 }
 
-/** A kernel block of a name buffer's size that belongs to the caller; null when the path does not fit. */
-WCHAR* CopyPathForCaller(const WCHAR* path)
-{
-    const size_t length = TextLength(path);
-    if (!path || length >= VORNWIA_NAME_CHARS)
-        return nullptr;
-    auto* copy = static_cast<WCHAR*>(KrnAlloc(VORNWIA_NAME_CHARS, sizeof(WCHAR), VORN_HERE));
-    if (!copy)
-        return nullptr;
-    KrnMemSet(copy, 0, VORNWIA_NAME_CHARS * sizeof(WCHAR));
-    KrnMemCopy(copy, path, length * sizeof(WCHAR));
-    KrnUntrackResource(KRN_RESOURCE_MEMORY, copy, VORN_HERE);
-    return copy;
-}
-
 void GiveFiles(const DialogFiles& written, const FileListTarget& files)
 {
     const LONG count = written.paths && written.count > 0 ? written.count : 0;
@@ -82,7 +67,7 @@ void GiveFiles(const DialogFiles& written, const FileListTarget& files)
         return;
     auto** list = static_cast<WCHAR**>(KrnAlloc(static_cast<uint64_t>(count), sizeof(WCHAR*), VORN_HERE));
     for (LONG i = 0; list && i < count; ++i)
-        list[i] = CopyPathForCaller(written.paths[i]);
+        list[i] = CopyNameForCaller(written.paths[i]);
     if (list)
         KrnUntrackResource(KRN_RESOURCE_MEMORY, list, VORN_HERE);
     *files.list = list;

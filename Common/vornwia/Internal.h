@@ -171,6 +171,12 @@ int32_t MakeNumberedFileName(WCHAR* name) noexcept;
 /** Replaces a taken name by its first free numbered variant; ERR_INVALID_ARGUMENT when that does not fit. */
 int32_t MakeUniqueFileName(WCHAR* name) noexcept;
 
+/**
+ * A kernel block of VORNWIA_NAME_CHARS characters that belongs to the caller; null without memory and for a name
+ * that is null or does not fit.
+ */
+WCHAR* CopyNameForCaller(const WCHAR* name) noexcept;
+
 /** A path in its parts. */
 struct FileNameParts {
     WCHAR drive[5];

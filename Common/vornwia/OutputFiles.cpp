@@ -76,17 +76,6 @@ bool GrowList(WCHAR*** list, uint32_t count)
     return grown != nullptr;
 }
 
-WCHAR* CopyNameForCaller(const WCHAR* name)
-{
-    auto* copy = static_cast<WCHAR*>(KrnAlloc(VORNWIA_NAME_CHARS, sizeof(WCHAR), VORN_HERE));
-    if (!copy)
-        return nullptr;
-    KrnMemSet(copy, 0, VORNWIA_NAME_CHARS * sizeof(WCHAR));
-    KrnMemCopy(copy, name, TextLength(name) * sizeof(WCHAR));
-    KrnUntrackResource(KRN_RESOURCE_MEMORY, copy, VORN_HERE);
-    return copy;
-}
-
 void RecordFile(const WCHAR* name, int32_t* transferredCount, const FileListTarget& files)
 {
     ++*transferredCount;
@@ -98,6 +87,20 @@ void RecordFile(const WCHAR* name, int32_t* transferredCount, const FileListTarg
 }
 
 }  // namespace
+
+WCHAR* CopyNameForCaller(const WCHAR* name) noexcept
+{
+    const size_t length = TextLength(name);
+    if (!name || length >= VORNWIA_NAME_CHARS)
+        return nullptr;
+    auto* copy = static_cast<WCHAR*>(KrnAlloc(VORNWIA_NAME_CHARS, sizeof(WCHAR), VORN_HERE));
+    if (!copy)
+        return nullptr;
+    KrnMemSet(copy, 0, VORNWIA_NAME_CHARS * sizeof(WCHAR));
+    KrnMemCopy(copy, name, length * sizeof(WCHAR));
+    KrnUntrackResource(KRN_RESOURCE_MEMORY, copy, VORN_HERE);
+    return copy;
+}
 
 bool NamesFile(const AcquireOptions& options) noexcept
 {
