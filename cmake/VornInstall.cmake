@@ -4,7 +4,10 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 # Below 1.0 every minor version may break the binary interface.
-set(vorn_libraries vornkrnx vornfilx vornplatform vornwia)
+set(vorn_libraries vornkrnx vornfilx vornwia)
+if(NOT WIN32)
+  list(APPEND vorn_libraries vornplatform)
+endif()
 foreach(library IN LISTS vorn_libraries)
   if(NOT TARGET ${library})
     message(STATUS "${library} is not there yet: nothing to install")

@@ -15,6 +15,11 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
+# A DLL lies beside the programs, under the same name as elsewhere but for the prefix.
+if(WIN32)
+  set(CMAKE_SHARED_LIBRARY_PREFIX "")
+endif()
+
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release)
 endif()
@@ -28,6 +33,10 @@ if(VORN_SANITIZE)
   target_compile_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all
                          -fno-omit-frame-pointer)
   target_link_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE})
+endif()
+
+if(WIN32)
+  target_compile_definitions(vorn_options INTERFACE _WIN32_WINNT=0x0601 UNICODE _UNICODE NOMINMAX)
 endif()
 
 # The public types and the platform's declarations.

@@ -12,6 +12,8 @@ struct Chain {
     bool big = false;        ///< 64-bit offsets
     uint32_t pageCount = 0;  ///< directories walked
     uint64_t offset = 0;     ///< of the last directory walked
+    uint64_t nextAt = 0;     ///< where that directory tells the next one's offset
+    bool bigEndian = false;  ///< numbers have their highest byte first
 };
 
 /**

@@ -1,9 +1,8 @@
 /*
- * TIFF, any number of pages a file, by libtiff.
+ * TIFF, any number of pages a file.
  */
 #include "TiffChain.h"
-#include "TiffRead.h"
-#include "TiffWrite.h"
+#include "TiffPages.h"
 
 namespace vorn::fil {
 namespace {
@@ -17,8 +16,14 @@ public:
     bool Recognizes(std::span<const uint8_t> start) const noexcept override;
 
     int32_t CountPages(ByteSource& source, uint32_t& count) const noexcept override;
-    int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override;
-    int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept override;
+    int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override
+    {
+        return tiff::ReadInfo(source, page, info);
+    }
+    int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept override
+    {
+        return tiff::Load(source, page, bitmap);
+    }
     int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) const noexcept override
     {
         return tiff::WritePage(file, bitmap);
@@ -43,30 +48,6 @@ int32_t TiffCodec::CountPages(ByteSource& source, uint32_t& count) const noexcep
     if (status == FIL_SUCCESS)
         count = chain.pageCount;
     return status;
-}
-
-int32_t TiffCodec::ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept
-{
-    tiff::Stream stream{source};
-    tiff::Page read;
-    const int32_t status = tiff::ReadPage(source, stream, page, read);
-    if (status == FIL_SUCCESS)
-        info = read.info;
-    return status;
-}
-
-int32_t TiffCodec::Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept
-{
-    tiff::Stream stream{source};
-    tiff::Page read;
-    if (const int32_t status = tiff::ReadPage(source, stream, page, read); status != FIL_SUCCESS)
-        return status;
-    NewImage image;
-    if (const int32_t status = image.Create(read.info); status != FIL_SUCCESS)
-        return status;
-    if (const int32_t status = tiff::ReadRows(stream, read, image); status != FIL_SUCCESS)
-        return status;
-    return image.HandOver(bitmap);
 }
 
 const TiffCodec kCodec;

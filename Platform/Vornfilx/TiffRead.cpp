@@ -1,13 +1,28 @@
-#include "TiffRead.h"
-
+/*
+ * Reading a page of a TIFF file by libtiff.
+ */
 #include <algorithm>
 #include <cmath>
 
 #include "Pixels.h"
 #include "TiffChain.h"
+#include "TiffPages.h"
+#include "TiffStream.h"
 
 namespace vorn::fil::tiff {
 namespace {
+
+/** How a page gets into a bitmap. */
+enum class Route {
+    Rows,      ///< its rows are those of a bitmap, but for order and byte order
+    Converted  ///< libtiff makes red, green, blue of whatever it is
+};
+
+struct Page {
+    PageInfo info;
+    Route route = Route::Rows;
+    bool topDown = true;  ///< the file's first row is the picture's top
+};
 
 /** The fields of a directory that decide how a page is read. */
 struct Fields {
@@ -195,8 +210,7 @@ int32_t ConvertRows(Stream& stream, const Page& page, const NewImage& image) noe
     return FIL_SUCCESS;
 }
 
-}  // namespace
-
+/** Reads the directory of page `number`, counted from 1, and leaves the stream there. */
 int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page) noexcept
 {
     Chain chain;
@@ -229,6 +243,32 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
 int32_t ReadRows(Stream& stream, const Page& page, const NewImage& image) noexcept
 {
     return page.route == Route::Rows ? ReadBitmapRows(stream, page, image) : ConvertRows(stream, page, image);
+}
+
+}  // namespace
+
+int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) noexcept
+{
+    Stream stream{source};
+    Page read;
+    const int32_t status = ReadPage(source, stream, page, read);
+    if (status == FIL_SUCCESS)
+        info = read.info;
+    return status;
+}
+
+int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) noexcept
+{
+    Stream stream{source};
+    Page read;
+    if (const int32_t status = ReadPage(source, stream, page, read); status != FIL_SUCCESS)
+        return status;
+    NewImage image;
+    if (const int32_t status = image.Create(read.info); status != FIL_SUCCESS)
+        return status;
+    if (const int32_t status = ReadRows(stream, read, image); status != FIL_SUCCESS)
+        return status;
+    return image.HandOver(bitmap);
 }
 
 }  // namespace vorn::fil::tiff

@@ -15,12 +15,12 @@
 #include <shlwapi.h>
 #include <sti.h>
 #include <wia.h>
+#include <wiavideo.h>
 
 #include <io.h>
 #include <stdlib.h>
 
 #include "wia2.h"
-#include "wiavideo.h"
 #else
 #include "ole.h"
 #include "wia.h"

@@ -1,0 +1,16 @@
+/**
+ * @file TiffPages.h
+ * Reading and writing the pages of a TIFF file: by libtiff, or by what Windows has of its own.
+ */
+#pragma once
+
+#include "Codec.h"
+
+namespace vorn::fil::tiff {
+
+/** As the codec's operations of these names. */
+int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) noexcept;
+int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) noexcept;
+int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept;
+
+}  // namespace vorn::fil::tiff

@@ -1,0 +1,328 @@
+/*
+ * Reading a page of a TIFF file by the system's imaging component. Resolution and depth as stored come from the
+ * page's own fields: the component tells 96 dpi of a page that has none.
+ */
+#include <cmath>
+#include <cstring>
+
+#include "com.h"
+
+#include <wincodec.h>
+
+#include "TiffChain.h"
+#include "TiffFields.h"
+#include "TiffPages.h"
+#include "WicStream.h"
+
+namespace vorn::fil::tiff {
+namespace {
+
+/** The component makes its decoders by COM, which the caller's thread may or may not have entered. */
+class Apartment {
+public:
+    Apartment() noexcept : entered_{SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))} {}
+    Apartment(const Apartment&) = delete;
+    Apartment& operator=(const Apartment&) = delete;
+    ~Apartment()
+    {
+        if (entered_)
+            CoUninitialize();
+    }
+
+private:
+    bool entered_;
+};
+
+/** What the component does not tell, or not reliably. */
+struct StoredFields {
+    uint32_t bits = 1;
+    uint32_t samples = 1;
+    uint32_t orientation = 1;
+    uint32_t unit = 2;
+    double xResolution = 0;
+    double yResolution = 0;
+};
+
+/** Reads fields of one directory. */
+class FieldReader {
+public:
+    FieldReader(ByteSource& source, const Chain& chain) noexcept
+        : reader_{source}, widths_{chain.big ? kBig : kClassic}
+    {
+        reader_.SetBigEndian(chain.bigEndian);
+    }
+
+    int32_t ReadAll(const Chain& chain, StoredFields& fields) noexcept
+    {
+        uint64_t count = 0;
+        if (const int32_t status = reader_.Read(chain.offset, widths_.count, count); status != FIL_SUCCESS)
+            return status;
+        for (uint64_t i = 0; i < count; ++i)
+            if (const int32_t status = ReadField(chain.offset + widths_.count + i * widths_.entry, fields);
+                status != FIL_SUCCESS)
+                return status;
+        return FIL_SUCCESS;
+    }
+
+private:
+    int32_t ReadField(uint64_t at, StoredFields& fields) noexcept
+    {
+        uint64_t tag = 0;
+        if (const int32_t status = reader_.Read(at, 2, tag); status != FIL_SUCCESS)
+            return status;
+        switch (static_cast<Tag>(tag)) {
+            case Tag::BitsPerSample:
+                return ReadNumber(at, fields.bits);
+            case Tag::SamplesPerPixel:
+                return ReadNumber(at, fields.samples);
+            case Tag::Orientation:
+                return ReadNumber(at, fields.orientation);
+            case Tag::ResolutionUnit:
+                return ReadNumber(at, fields.unit);
+            case Tag::XResolution:
+                return ReadFraction(at, fields.xResolution);
+            case Tag::YResolution:
+                return ReadFraction(at, fields.yResolution);
+            default:
+                return FIL_SUCCESS;
+        }
+    }
+
+    uint64_t ValueAt(uint64_t field) const noexcept { return field + 4 + widths_.offset; }
+
+    /** The first of a field's short numbers. */
+    int32_t ReadNumber(uint64_t field, uint32_t& number) noexcept
+    {
+        constexpr uint32_t kShort = NumberBytes(Type::Short);
+        uint64_t count = 0, at = ValueAt(field), value = 0;
+        if (const int32_t status = reader_.Read(field + 4, widths_.offset, count); status != FIL_SUCCESS)
+            return status;
+        if (count > widths_.offset / kShort)
+            if (const int32_t status = reader_.Read(at, widths_.offset, at); status != FIL_SUCCESS)
+                return status;
+        const int32_t status = reader_.Read(at, kShort, value);
+        if (status == FIL_SUCCESS)
+            number = static_cast<uint32_t>(value);
+        return status;
+    }
+
+    int32_t ReadFraction(uint64_t field, double& value) noexcept
+    {
+        constexpr uint32_t kLong = NumberBytes(Type::Long);
+        uint64_t at = ValueAt(field), above = 0, below = 0;
+        if (widths_.offset < 2 * kLong)
+            if (const int32_t status = reader_.Read(at, widths_.offset, at); status != FIL_SUCCESS)
+                return status;
+        if (const int32_t status = reader_.Read(at, kLong, above); status != FIL_SUCCESS)
+            return status;
+        const int32_t status = reader_.Read(at + kLong, kLong, below);
+        if (status == FIL_SUCCESS)
+            value = below > 0 ? static_cast<double>(above) / static_cast<double>(below) : 0;
+        return status;
+    }
+
+    NumberReader reader_;
+    const Widths& widths_;
+};
+
+/** Dots an inch. A number of dots a centimetre is rarely exact: close to a whole number of dots, that is meant. */
+double DpiOf(double resolution, uint32_t unit) noexcept
+{
+    constexpr uint32_t kInches = 2, kCentimeters = 3;
+    if (unit != kInches && unit != kCentimeters)
+        return 0;
+    const double dpi = unit == kCentimeters ? resolution * 2.54 : resolution;
+    return std::abs(dpi - std::round(dpi)) < 0.01 ? std::round(dpi) : dpi;
+}
+
+enum class Colors { Grey, Indexed, Direct };
+
+/** The component's pixel formats that are a bitmap's; every other is converted to 24 bits. */
+struct FormatRow {
+    const GUID& format;
+    uint32_t bitsPerPixel;
+    Colors colors;
+};
+const FormatRow kFormats[] = {
+    {GUID_WICPixelFormatBlackWhite, 1, Colors::Grey},  {GUID_WICPixelFormat1bppIndexed, 1, Colors::Indexed},
+    {GUID_WICPixelFormat4bppGray, 4, Colors::Grey},    {GUID_WICPixelFormat4bppIndexed, 4, Colors::Indexed},
+    {GUID_WICPixelFormat8bppGray, 8, Colors::Grey},    {GUID_WICPixelFormat8bppIndexed, 8, Colors::Indexed},
+    {GUID_WICPixelFormat24bppBGR, 24, Colors::Direct},
+};
+const FormatRow kConverted = {GUID_WICPixelFormat24bppBGR, 24, Colors::Direct};
+
+int32_t FromResult(HRESULT result) noexcept
+{
+    switch (result) {
+        case E_OUTOFMEMORY:
+            return FIL_ERR_OUT_OF_MEMORY;
+        case E_NOTIMPL:
+        case WINCODEC_ERR_COMPONENTNOTFOUND:
+        case WINCODEC_ERR_UNSUPPORTEDOPERATION:
+        case WINCODEC_ERR_UNSUPPORTEDPIXELFORMAT:
+            return FIL_ERR_UNSUPPORTED;
+        case WINCODEC_ERR_IMAGESIZEOUTOFRANGE:
+            return FIL_ERR_TOO_LARGE;
+        default:
+            return FIL_ERR_CORRUPT;
+    }
+}
+
+/** A page that is open in the component. */
+class Page {
+public:
+    explicit Page(ByteSource& source) noexcept
+        : source_{source}, stream_{ComPtr<WicStream>::Adopt(new (std::nothrow) WicStream{source})}
+    {
+    }
+
+    int32_t Open(uint32_t number) noexcept;
+    const PageInfo& Info() const noexcept { return info_; }
+    int32_t ReadRows(const NewImage& image) noexcept;
+
+private:
+    int32_t OpenFrame(uint32_t index) noexcept;
+    int32_t ReadInfo(const StoredFields& fields) noexcept;
+    int32_t ReadPalette() noexcept;
+    int32_t Failure(HRESULT result) const noexcept { return stream_->Failure(FromResult(result)); }
+
+    Apartment apartment_;
+    ByteSource& source_;
+    ComPtr<WicStream> stream_;
+    ComPtr<IWICImagingFactory> factory_;
+    ComPtr<IWICBitmapFrameDecode> frame_;
+    const FormatRow* format_ = nullptr;
+    bool topDown_ = true;
+    PageInfo info_;
+};
+
+int32_t Page::Open(uint32_t number) noexcept
+{
+    if (!stream_)
+        return FIL_ERR_OUT_OF_MEMORY;
+    Chain chain;
+    if (const int32_t status = WalkChain(source_, number, chain); status != FIL_SUCCESS)
+        return status;
+    StoredFields fields;
+    FieldReader reader{source_, chain};
+    if (const int32_t status = reader.ReadAll(chain, fields); status != FIL_SUCCESS)
+        return status;
+    if (const int32_t status = OpenFrame(number - 1); status != FIL_SUCCESS)
+        return status;
+    return ReadInfo(fields);
+}
+
+int32_t Page::OpenFrame(uint32_t index) noexcept
+{
+    HRESULT result = CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
+                                      IID_IWICImagingFactory, factory_.OutVoid());
+    ComPtr<IWICBitmapDecoder> decoder;
+    if (SUCCEEDED(result))
+        result = factory_->CreateDecoder(GUID_ContainerFormatTiff, nullptr, decoder.Out());
+    if (SUCCEEDED(result))
+        result = decoder->Initialize(stream_.Get(), WICDecodeMetadataCacheOnDemand);
+    if (SUCCEEDED(result))
+        result = decoder->GetFrame(index, frame_.Out());
+    return SUCCEEDED(result) ? FIL_SUCCESS : Failure(result);
+}
+
+int32_t Page::ReadInfo(const StoredFields& fields) noexcept
+{
+    constexpr uint32_t kTopLeft = 1, kBottomLeft = 4;
+    WICPixelFormatGUID pixelFormat{};
+    UINT width = 0, height = 0;
+    HRESULT result = frame_->GetPixelFormat(&pixelFormat);
+    if (SUCCEEDED(result))
+        result = frame_->GetSize(&width, &height);
+    if (FAILED(result))
+        return Failure(result);
+    if (width == 0 || height == 0)
+        return FIL_ERR_CORRUPT;
+    if (fields.orientation != kTopLeft && fields.orientation != kBottomLeft)
+        return FIL_ERR_UNSUPPORTED;
+
+    topDown_ = fields.orientation == kTopLeft;
+    format_ = &kConverted;
+    for (const FormatRow& row : kFormats)
+        if (row.format == pixelFormat)
+            format_ = &row;
+    info_.width = width;
+    info_.height = height;
+    info_.bitsPerPixel = format_->bitsPerPixel;
+    info_.storedBits = fields.bits * fields.samples;
+    info_.xDpi = DpiOf(fields.xResolution, fields.unit);
+    info_.yDpi = DpiOf(fields.yResolution, fields.unit);
+    if (KrnRowBytes(width, info_.bitsPerPixel) > KRN_MAX_IMAGE_BYTES / height)
+        return FIL_ERR_TOO_LARGE;
+    return ReadPalette();
+}
+
+int32_t Page::ReadPalette() noexcept
+{
+    if (format_->colors == Colors::Direct)
+        return FIL_SUCCESS;
+    const UINT last = (1u << info_.bitsPerPixel) - 1;
+    WICColor colors[256] = {};
+    UINT count = last + 1;
+    if (format_->colors == Colors::Grey) {
+        for (UINT i = 0; i <= last; ++i)
+            colors[i] = i * 255 / last * 0x010101;
+    } else {
+        ComPtr<IWICPalette> palette;
+        HRESULT result = factory_->CreatePalette(palette.Out());
+        if (SUCCEEDED(result))
+            result = frame_->CopyPalette(palette.Get());
+        if (SUCCEEDED(result))
+            result = palette->GetColors(count, colors, &count);
+        if (FAILED(result))
+            return Failure(result);
+    }
+    info_.paletteCount = std::min(count, last + 1);
+    for (UINT i = 0; i < info_.paletteCount; ++i)
+        for (UINT color = 0; color < 3; ++color)
+            info_.palette[i * kPaletteEntryBytes + color] = static_cast<uint8_t>(colors[i] >> 8 * color);
+    return FIL_SUCCESS;
+}
+
+int32_t Page::ReadRows(const NewImage& image) noexcept
+{
+    const UINT rowBytes = static_cast<UINT>(KrnRowBytes(info_.width, info_.bitsPerPixel));
+    ComPtr<IWICBitmapSource> pixels;
+    HRESULT result = format_ == &kConverted
+                         ? WICConvertBitmapSource(kConverted.format, frame_.Get(), pixels.Out())
+                         : frame_->QueryInterface(IID_IWICBitmapSource, pixels.OutVoid());
+    if (SUCCEEDED(result))
+        result = pixels->CopyPixels(nullptr, rowBytes, static_cast<UINT>(image.Bytes()), image.Row(0));
+    if (FAILED(result))
+        return Failure(result);
+    if (topDown_)
+        for (uint32_t top = 0, bottom = info_.height - 1; top < bottom; ++top, --bottom)
+            std::swap_ranges(image.Row(top), image.Row(top) + rowBytes, image.Row(bottom));
+    return FIL_SUCCESS;
+}
+
+}  // namespace
+
+int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) noexcept
+{
+    Page opened{source};
+    const int32_t status = opened.Open(page);
+    if (status == FIL_SUCCESS)
+        info = opened.Info();
+    return status;
+}
+
+int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) noexcept
+{
+    Page opened{source};
+    if (const int32_t status = opened.Open(page); status != FIL_SUCCESS)
+        return status;
+    NewImage image;
+    if (const int32_t status = image.Create(opened.Info()); status != FIL_SUCCESS)
+        return status;
+    if (const int32_t status = opened.ReadRows(image); status != FIL_SUCCESS)
+        return status;
+    return image.HandOver(bitmap);
+}
+
+}  // namespace vorn::fil::tiff

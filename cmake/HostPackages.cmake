@@ -1,0 +1,22 @@
+# For a build for another system: the packages of this machine that are headers or sources, and so fit every system.
+
+# vorn_headers_of(TARGET HEADERS): TARGET finds the header folder HEADERS of /usr/include, and nothing else there.
+function(vorn_headers_of target headers)
+  find_path(${headers}_parent ${headers} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  set(folder ${PROJECT_BINARY_DIR}/host/${headers})
+  file(MAKE_DIRECTORY ${folder})
+  file(CREATE_LINK ${${headers}_parent}/${headers} ${folder}/${headers} SYMBOLIC)
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  target_include_directories(${target} SYSTEM INTERFACE ${folder})
+endfunction()
+
+vorn_headers_of(CLI11::CLI11 CLI)
+set(CLI11_FOUND ON)
+
+if(VORN_BUILD_TESTS)
+  find_path(googletest_sources googletest/CMakeLists.txt PATHS /usr/src/googletest
+            NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  set(BUILD_GMOCK OFF)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(${googletest_sources} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+endif()
