@@ -31,7 +31,9 @@ target_compile_options(vorn_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow 
                        $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual> -Werror)
 if(VORN_SANITIZE)
   target_compile_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all
-                         -fno-omit-frame-pointer)
+                         -fno-omit-frame-pointer
+                         # The compiler sees uninitialised variables in what it instruments itself.
+                         -Wno-maybe-uninitialized)
   target_link_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE})
 endif()
 

@@ -1,14 +1,12 @@
 /*
- * Writing a page of a TIFF file: uncompressed strips, then the directory, then the link to it.
+ * Writing a page of a TIFF file by libtiff.
  */
-#include <array>
-#include <cmath>
-#include <new>
+#include <algorithm>
 
 #include "Pixels.h"
 #include "TiffChain.h"
-#include "TiffFields.h"
 #include "TiffPages.h"
+#include "TiffStream.h"
 
 namespace vorn::fil::tiff {
 namespace {
@@ -22,15 +20,15 @@ uint8_t GreyOfRamp(uint32_t index, uint32_t last) noexcept
 }
 
 /** The photometric interpretation that tells the palette: a grey ramp needs no table. */
-Photometric PhotometricOf(const BitmapHandle& bitmap) noexcept
+uint16_t PhotometricOf(const BitmapHandle& bitmap) noexcept
 {
     if (bitmap.bitsPerPixel > 8)
-        return kRgb;
+        return PHOTOMETRIC_RGB;
     const uint32_t last = (1u << bitmap.bitsPerPixel) - 1;
     if (!bitmap.palette)
-        return kBlackIsZero;
+        return PHOTOMETRIC_MINISBLACK;
     if (bitmap.paletteCount <= last)
-        return kPalette;
+        return PHOTOMETRIC_PALETTE;
     bool rising = true, falling = true;
     for (uint32_t i = 0; i <= last; ++i) {
         const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
@@ -38,7 +36,29 @@ Photometric PhotometricOf(const BitmapHandle& bitmap) noexcept
         rising = rising && grey && entry[0] == GreyOfRamp(i, last);
         falling = falling && grey && entry[0] == GreyOfRamp(last - i, last);
     }
-    return rising ? kBlackIsZero : falling ? kWhiteIsZero : kPalette;
+    return rising ? PHOTOMETRIC_MINISBLACK : falling ? PHOTOMETRIC_MINISWHITE : PHOTOMETRIC_PALETTE;
+}
+
+bool SetColorMap(TIFF* tiff, const BitmapHandle& bitmap) noexcept
+{
+    uint16_t red[256] = {}, green[256] = {}, blue[256] = {};
+    const uint32_t count = std::min(bitmap.paletteCount, 1u << bitmap.bitsPerPixel);
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
+        blue[i] = static_cast<uint16_t>(entry[0] * 257);
+        green[i] = static_cast<uint16_t>(entry[1] * 257);
+        red[i] = static_cast<uint16_t>(entry[2] * 257);
+    }
+    return TIFFSetField(tiff, TIFFTAG_COLORMAP, red, green, blue) != 0;
+}
+
+bool SetResolution(TIFF* tiff, const BitmapHandle& bitmap) noexcept
+{
+    if (!(bitmap.xDpi > 0) || !(bitmap.yDpi > 0))
+        return true;
+    return TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH) &&
+           TIFFSetField(tiff, TIFFTAG_XRESOLUTION, bitmap.xDpi) &&
+           TIFFSetField(tiff, TIFFTAG_YRESOLUTION, bitmap.yDpi);
 }
 
 /** Bytes of a row in the file: without the padding that a bitmap's row has. */
@@ -52,30 +72,24 @@ uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept
     return static_cast<uint32_t>(std::clamp<uint64_t>(kStripBytes / FileRowBytes(bitmap), 1, bitmap.height));
 }
 
-/** Where the page's parts go, and in which kind of file. */
-struct Layout {
-    Chain chain;
-    uint64_t stripsAt = 0;
-    uint64_t valuesAt = 0;
-
-    const Widths& Sizes() const noexcept { return chain.big ? kBig : kClassic; }
-};
-
-/** Finds a sound chain to add to, and checks that the page's offsets fit the kind of file. */
-int32_t PlanLayout(FileUpdate& file, const BitmapHandle& bitmap, Layout& layout) noexcept
+bool SetFields(TIFF* tiff, const BitmapHandle& bitmap) noexcept
 {
-    constexpr uint64_t kHeaderBytes = 8, kFieldsAndColors = 4096;
-    if (file.OldSize() > 0)
-        if (const int32_t status = WalkChain(file, 0, layout.chain); status != FIL_SUCCESS)
-            return status;
-    layout.stripsAt = file.OldSize() > 0 ? (file.OldSize() + 1) / 2 * 2 : kHeaderBytes;
-    layout.valuesAt = (layout.stripsAt + FileRowBytes(bitmap) * bitmap.height + 1) / 2 * 2;
-    const uint64_t strips = bitmap.height / RowsPerStrip(bitmap) + 1;
-    const uint64_t end = layout.valuesAt + strips * 2 * sizeof(uint64_t) + kFieldsAndColors;
-    return !layout.chain.big && end > UINT32_MAX ? FIL_ERR_TOO_LARGE : FIL_SUCCESS;
+    const bool color = bitmap.bitsPerPixel == 24;
+    const uint16_t photometric = PhotometricOf(bitmap);
+    return TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, bitmap.width) &&
+           TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, bitmap.height) &&
+           TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, color ? 8 : bitmap.bitsPerPixel) &&
+           TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, color ? 3 : 1) &&
+           TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
+           TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE) &&
+           TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) &&
+           TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, RowsPerStrip(bitmap)) &&
+           TIFFSetField(tiff, TIFFTAG_SOFTWARE, "vornwia") &&
+           TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric) &&
+           (photometric != PHOTOMETRIC_PALETTE || SetColorMap(tiff, bitmap)) && SetResolution(tiff, bitmap);
 }
 
-int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& layout) noexcept
+int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap) noexcept
 {
     const uint64_t fileRowBytes = FileRowBytes(bitmap);
     const uint32_t rowsPerStrip = RowsPerStrip(bitmap);
@@ -84,7 +98,8 @@ int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& 
         return FIL_ERR_OUT_OF_MEMORY;
     const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
     const uint8_t* const image = static_cast<const uint8_t*>(bitmap.image);
-    for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip) {
+    uint32_t number = 0;
+    for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip, ++number) {
         const uint32_t rows = std::min(rowsPerStrip, bitmap.height - y);
         for (uint32_t i = 0; i < rows; ++i) {
             const uint32_t row = bottomUp ? bitmap.height - 1 - (y + i) : y + i;
@@ -95,105 +110,23 @@ int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& 
             else
                 std::memcpy(to, from, static_cast<size_t>(fileRowBytes));
         }
-        if (const int32_t status =
-                file.WriteAt(layout.stripsAt + y * fileRowBytes, strip.Get(), rows * fileRowBytes);
-            status != FIL_SUCCESS)
-            return status;
+        if (TIFFWriteEncodedStrip(stream.Get(), number, strip.Get(),
+                                  static_cast<tmsize_t>(rows * fileRowBytes)) < 0)
+            return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
     }
     return FIL_SUCCESS;
 }
 
-std::vector<uint64_t> ColorMapOf(const BitmapHandle& bitmap)
+/** Checks that the file has a sound chain to add to, and that the page's offsets will fit its kind. */
+int32_t CheckRoom(FileUpdate& file, const BitmapHandle& bitmap, Chain& chain) noexcept
 {
-    constexpr uint32_t kWiden = 257;  // entries have 16 bits
-    const uint32_t entries = 1u << bitmap.bitsPerPixel;
-    const uint32_t count = std::min(bitmap.paletteCount, entries);
-    std::vector<uint64_t> map(size_t{3} * entries);
-    for (uint32_t i = 0; i < count; ++i)
-        for (uint32_t color = 0; color < 3; ++color)
-            map[color * entries + i] = bitmap.palette[i * kPaletteEntryBytes + 2 - color] * kWiden;
-    return map;
-}
-
-/** The fraction for a resolution: whole numbers, as nearly all are, stay exact. */
-std::vector<uint64_t> FractionOf(double dpi)
-{
-    constexpr double kMostDenominator = 10000;
-    const double most = static_cast<double>(UINT32_MAX);
-    const double denominator = dpi == std::floor(dpi) || dpi > most / kMostDenominator ? 1 : kMostDenominator;
-    return {static_cast<uint64_t>(std::round(std::min(dpi * denominator, most))),
-            static_cast<uint64_t>(denominator)};
-}
-
-void AddFields(FieldWriter& fields, const BitmapHandle& bitmap, const Layout& layout)
-{
-    constexpr uint32_t kUncompressed = 1, kTopLeft = 1, kOnePlane = 1, kInches = 2;
-    const Type offsetType = layout.chain.big ? Type::Long8 : Type::Long;
-    const Photometric photometric = PhotometricOf(bitmap);
-    const uint64_t rowBytes = FileRowBytes(bitmap);
-    const uint32_t rowsPerStrip = RowsPerStrip(bitmap);
-    std::vector<uint64_t> offsets, counts;
-    for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip) {
-        offsets.push_back(layout.stripsAt + y * rowBytes);
-        counts.push_back(std::min(rowsPerStrip, bitmap.height - y) * rowBytes);
-    }
-
-    fields.Add(Tag::ImageWidth, Type::Long, {bitmap.width});
-    fields.Add(Tag::ImageLength, Type::Long, {bitmap.height});
-    if (photometric == kRgb)
-        fields.Add(Tag::BitsPerSample, Type::Short, {8, 8, 8});
-    else
-        fields.Add(Tag::BitsPerSample, Type::Short, {bitmap.bitsPerPixel});
-    fields.Add(Tag::Compression, Type::Short, {kUncompressed});
-    fields.Add(Tag::Photometric, Type::Short, {photometric});
-    fields.Add(Tag::StripOffsets, offsetType, offsets);
-    fields.Add(Tag::Orientation, Type::Short, {kTopLeft});
-    fields.Add(Tag::SamplesPerPixel, Type::Short, {photometric == kRgb ? 3u : 1u});
-    fields.Add(Tag::RowsPerStrip, Type::Long, {rowsPerStrip});
-    fields.Add(Tag::StripByteCounts, offsetType, counts);
-    const bool known = bitmap.xDpi > 0 && bitmap.yDpi > 0;
-    if (known) {
-        fields.Add(Tag::XResolution, Type::Rational, FractionOf(bitmap.xDpi));
-        fields.Add(Tag::YResolution, Type::Rational, FractionOf(bitmap.yDpi));
-    }
-    fields.Add(Tag::PlanarConfiguration, Type::Short, {kOnePlane});
-    if (known)
-        fields.Add(Tag::ResolutionUnit, Type::Short, {kInches});
-    fields.Add(Tag::Software, Type::Text, {'v', 'o', 'r', 'n', 'w', 'i', 'a', 0});
-    if (photometric == kPalette)
-        fields.Add(Tag::ColorMap, Type::Short, ColorMapOf(bitmap));
-}
-
-int32_t WriteNumber(FileUpdate& file, uint64_t at, uint64_t number, uint32_t bytes, bool bigEndian) noexcept
-{
-    uint8_t raw[sizeof number];
-    for (uint32_t i = 0; i < bytes; ++i)
-        raw[i] = static_cast<uint8_t>(number >> 8 * (bigEndian ? bytes - 1 - i : i));
-    return file.WriteAt(at, raw, bytes);
-}
-
-int32_t WriteHeader(FileUpdate& file, uint64_t directoryAt) noexcept
-{
-    constexpr std::array<uint8_t, 4> kLittleEndianClassic = {'I', 'I', 42, 0};
-    const int32_t status = file.WriteAt(0, kLittleEndianClassic.data(), kLittleEndianClassic.size());
-    return status != FIL_SUCCESS
-               ? status
-               : WriteNumber(file, kLittleEndianClassic.size(), directoryAt, kClassic.offset, false);
-}
-
-int32_t WriteDirectory(FileUpdate& file, const BitmapHandle& bitmap, const Layout& layout)
-{
-    const Chain& chain = layout.chain;
-    FieldWriter fields{layout.Sizes(), chain.bigEndian, layout.valuesAt};
-    AddFields(fields, bitmap, layout);
-    const std::vector<uint8_t> bytes = fields.Bytes();
-    if (const int32_t status = file.WriteAt(layout.valuesAt, bytes.data(), bytes.size());
-        status != FIL_SUCCESS)
-        return status;
-    const uint64_t directoryAt = fields.DirectoryOffset();
-    return file.OldSize() > 0
-               ? WriteNumber(file, chain.nextAt, directoryAt, layout.Sizes().offset, chain.bigEndian)
-               : WriteHeader(file, directoryAt);
+    if (file.OldSize() > 0)
+        if (const int32_t status = WalkChain(file, 0, chain); status != FIL_SUCCESS)
+            return status;
+    const uint64_t strips = bitmap.height / RowsPerStrip(bitmap) + 1;
+    const uint64_t directory = 16 * 1024 + strips * 8;
+    const uint64_t end = file.OldSize() + FileRowBytes(bitmap) * bitmap.height + directory;
+    return !chain.big && end > UINT32_MAX ? FIL_ERR_TOO_LARGE : FIL_SUCCESS;
 }
 
 }  // namespace
@@ -202,16 +135,18 @@ int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
 {
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32)
         return FIL_ERR_UNSUPPORTED;
-    Layout layout;
-    if (const int32_t status = PlanLayout(file, bitmap, layout); status != FIL_SUCCESS)
+    Chain chain;
+    if (const int32_t status = CheckRoom(file, bitmap, chain); status != FIL_SUCCESS)
         return status;
-    if (const int32_t status = WriteStrips(file, bitmap, layout); status != FIL_SUCCESS)
+    Stream stream{file, chain};
+    if (!stream.Get() || !SetFields(stream.Get(), bitmap))
+        return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
+    if (const int32_t status = WriteStrips(stream, bitmap); status != FIL_SUCCESS)
         return status;
-    try {
-        return WriteDirectory(file, bitmap, layout);
-    } catch (const std::bad_alloc&) {
-        return FIL_ERR_OUT_OF_MEMORY;
-    }
+    if (!TIFFWriteDirectory(stream.Get()))
+        return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
+    stream.Close();
+    return stream.Failure(FIL_SUCCESS);
 }
 
 }  // namespace vorn::fil::tiff
