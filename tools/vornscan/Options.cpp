@@ -76,6 +76,9 @@ void Declare(CLI::App& app, Options& options)
     app.add_option("-d,--device-name", options.device, "The device: its id, its name, or a part of its name");
     app.add_option("--wia", options.generation, "The interface generation to use: 1 or 2 [2]")
         ->check(CLI::IsMember({1, 2}));
+#ifdef _WIN32
+    app.add_flag("--virtual", options.virtualDevices, "Use the virtual devices instead of the system's");
+#endif
     app.add_option("--virtual-pages", options.virtualPages,
                    "Let a virtual device scan the image files of this folder");
 

@@ -13,6 +13,9 @@ enum class Mode { Lineart, Gray, Color };
 struct Options {
     uint32_t generation = 2;
     bool listDevices = false;
+#ifdef _WIN32
+    bool virtualDevices = false;
+#endif
     std::optional<std::string> device;
     std::optional<std::string> virtualPages;
 

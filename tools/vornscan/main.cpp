@@ -11,6 +11,9 @@
 #include "Options.h"
 #include "Session.h"
 #include "Settings.h"
+#ifdef _WIN32
+#include "VirtualDevices.h"
+#endif
 
 namespace vornscan {
 namespace {
@@ -96,6 +99,11 @@ void Scan(Session& session, const Options& options)
 void Run(const Options& options)
 {
     CatchInterrupts();
+#ifdef _WIN32
+    std::optional<VirtualDevices> virtualDevices;
+    if (options.virtualDevices)
+        virtualDevices.emplace();
+#endif
     Session session{options.generation};
     if (options.listDevices)
         ListDevices(session);
