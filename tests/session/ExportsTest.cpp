@@ -1,13 +1,8 @@
 /** The export list: the header, the linker's map and the shared library name the same operations. */
-#include <gtest/gtest.h>
-
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <regex>
-#include <set>
-#include <sstream>
-#include <string>
+
+#include "support/LibraryTest.h"
 
 namespace vorn::test {
 namespace {
@@ -19,17 +14,9 @@ Names Find(const std::string& text, const char* expression)
 {
     const std::regex regex{expression};
     Names names;
-    for (auto match = std::sregex_iterator{text.begin(), text.end(), regex}; match != std::sregex_iterator{};
-         ++match)
+    for (std::sregex_iterator match{text.begin(), text.end(), regex}, end; match != end; ++match)
         names.insert((*match)[1]);
     return names;
-}
-
-std::string ContentOf(const char* file)
-{
-    std::ostringstream content;
-    content << std::ifstream{file}.rdbuf();
-    return content.str();
 }
 
 /** What a command prints; it must succeed. */
@@ -44,25 +31,13 @@ std::string OutputOf(const std::string& command)
     return output;
 }
 
-class ExportsTest : public ::testing::Test {
-protected:
-    const Names listed_ = Find(ContentOf(VORNWIA_MAP), R"(\b(Vorn_\w+);)");
-};
-
-TEST_F(ExportsTest, TheHeaderDeclaresWhatIsExported)
+TEST(ExportsTest, TheHeaderTheLibraryAndAProgramInCAgreeOnTheMap)
 {
-    EXPECT_GE(listed_.size(), 24u);
-    EXPECT_EQ(Find(ContentOf(VORNWIA_HEADER), R"(VORNWIA_API [^;(]*\b(Vorn_\w+)\()"), listed_);
-}
-
-TEST_F(ExportsTest, TheLibraryExportsNothingElse)
-{
-    EXPECT_EQ(Find(OutputOf("nm -D --defined-only '" VORNWIA_LIBRARY "'"), R"(\s[A-Za-z]\s+(\S+))"), listed_);
-}
-
-TEST_F(ExportsTest, AProgramInCFindsAndCallsThem)
-{
-    EXPECT_EQ(Find(OutputOf("'" VORNWIA_EXPORTS_PROGRAM "'"), R"((\S+))"), listed_);
+    const Names listed = Find(BytesOf(VORNWIA_MAP), R"(\b(Vorn_\w+);)");
+    EXPECT_GE(listed.size(), 24u);
+    EXPECT_EQ(Find(BytesOf(VORNWIA_HEADER), R"(VORNWIA_API [^;(]*\b(Vorn_\w+)\()"), listed);
+    EXPECT_EQ(Find(OutputOf("nm -D --defined-only '" VORNWIA_LIBRARY "'"), R"(\s[A-Za-z]\s+(\S+))"), listed);
+    EXPECT_EQ(Find(OutputOf("'" VORNWIA_EXPORTS_PROGRAM "'"), R"((\S+))"), listed);
 }
 
 }  // namespace

@@ -13,17 +13,19 @@ VORN_IN_BOTH_GENERATIONS(ItemsTest);
 
 constexpr LONG kLeaf = WiaItemTypeFile | WiaItemTypeImage;
 
-/** A device `d` whose root has three children: a folder with two leaves, an empty folder, a leaf. */
+/** A device whose root has three children: a folder with two leaves, an empty folder, a leaf with an attachment. */
 DeviceBuilder Tree()
 {
     ItemDefinition folder = BareItem(VORN_TEXT("Folder"), WiaItemTypeFolder, WIA_CATEGORY_FOLDER);
     folder.children = {BareItem(VORN_TEXT("One"), kLeaf, WIA_CATEGORY_FINISHED_FILE),
                        BareItem(VORN_TEXT("Two"), kLeaf)};
+    ItemDefinition leaf =
+        BareItem(VORN_TEXT("Leaf"), kLeaf | WiaItemTypeHasAttachments, WIA_CATEGORY_FLATBED);
+    leaf.children = {BareItem(VORN_TEXT("Sound"), WiaItemTypeFile)};
     return DeviceBuilder{StiDeviceTypeDigitalCamera}
-        .Id(VORN_TEXT("d"))
         .Child(std::move(folder))
         .Child(BareItem(VORN_TEXT("Empty"), WiaItemTypeFolder))
-        .Child(BareItem(VORN_TEXT("Leaf"), kLeaf, WIA_CATEGORY_FLATBED));
+        .Child(std::move(leaf));
 }
 
 /** An application that keeps the children it is given, and frees them in the end. */
@@ -50,14 +52,6 @@ struct Children {
         return Vorn_WiaEnumChildItems(session, parent, Callback, this);
     }
 
-    /** Gives a child away. */
-    WiaItemHandle Take(size_t index)
-    {
-        WiaItemHandle item = items.at(index);
-        items.erase(items.begin() + static_cast<ptrdiff_t>(index));
-        return item;
-    }
-
     WiaSession* session;
     std::vector<uint32_t> counts;
     std::vector<WiaItemHandle> items;
@@ -74,13 +68,10 @@ std::string NameOf(WiaSession* session, WiaItemHandle item)
 
 TEST_P(ItemsTest, LendsTheRootWithoutAReference)
 {
-    const ScopedDevices devices{Tree().Build()};
-    const OpenSession session{Version(), VORN_TEXT("d")};
-    WiaItemHandle first = nullptr, second = nullptr;
-    EXPECT_EQ(Vorn_WiaGetRootItem(session, nullptr, &first), SUCCESS);
+    const OpenSession& session = Open(Tree());
+    const WiaItemHandle first = session.Root();
     const ULONG references = ReferencesOf(first);
-    EXPECT_EQ(Vorn_WiaGetRootItem(session, nullptr, &second), SUCCESS);
-    EXPECT_EQ(second, first);
+    EXPECT_EQ(session.Root(), first);
     EXPECT_EQ(ReferencesOf(first), references);
 }
 
@@ -88,30 +79,23 @@ TEST_P(ItemsTest, ConsumesTheItemWhoseRootIsAsked)
 {
     struct Row {
         const char* fault;
-        HRESULT answer;
-        bool nullObject;
+        DeviceBuilder device;
         int32_t status;
     };
-    constexpr Row rows[] = {
-        {"the root carries no reference", S_OK, false, SUCCESS},
-        {"a failure keeps the item", WIA_ERROR_BUSY, false, ERR_WIA_BUSY},
-        {"S_FALSE is success", S_FALSE, false, RESULT_FALSE},
-        {"a null root is success", S_OK, true, ERR_WIA_UNEXPECTED},
+    const Row rows[] = {
+        {"the root carries no reference", Tree(), SUCCESS},
+        {"a failure keeps the item", Tree().FailAt(Step::GetRootItem, WIA_ERROR_BUSY), ERR_WIA_BUSY},
+        {"S_FALSE is success", Tree().FailAt(Step::GetRootItem, S_FALSE), RESULT_FALSE},
+        {"a null root is success", Tree().NullAt(Step::GetRootItem), ERR_WIA_UNEXPECTED},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
-        DeviceBuilder device = Tree();
-        if (row.nullObject)
-            device.NullAt(Step::GetRootItem);
-        else if (row.answer != S_OK)
-            device.FailAt(Step::GetRootItem, row.answer);
-        const ScopedDevices devices{device.Build()};
-        const OpenSession session{Version(), VORN_TEXT("d")};
+        const OpenSession& session = Open(row.device);
         Children children{session};
         ASSERT_EQ(children.Enumerate(session.Root()), SUCCESS);
 
-        const WiaItemHandle child = children.Take(2);
-        const ComPtr<IUnknown> watched{reinterpret_cast<IUnknown*>(child)};
+        const ComPtr<IUnknown> watched{reinterpret_cast<IUnknown*>(children.items.back())};
+        const WiaItemHandle child = std::exchange(children.items.back(), nullptr);
         const ULONG references = ReferencesOf(child);
         WiaItemHandle root = nullptr;
         EXPECT_EQ(Vorn_WiaGetRootItem(session, child, &root), row.status);
@@ -126,12 +110,12 @@ TEST_P(ItemsTest, ConsumesTheItemWhoseRootIsAsked)
 
 TEST_P(ItemsTest, ChecksItsArgumentsBeforeItTouchesAnItem)
 {
-    const ScopedDevices devices{Tree().Build()};
-    const OpenSession other{Version(), VORN_TEXT("d")};
+    const OpenSession& other = Open(Tree());
     const OpenSession session{Version()};
     const WiaItemHandle item = other.Root();
     const ULONG references = ReferencesOf(item);
     WiaItemHandle root = nullptr;
+    Children children{session};
     const ScopedCallLog log;
 
     EXPECT_EQ(Vorn_WiaGetRootItem(nullptr, item, &root), ERR_INVALID_ARGUMENT);
@@ -140,20 +124,18 @@ TEST_P(ItemsTest, ChecksItsArgumentsBeforeItTouchesAnItem)
     EXPECT_EQ(Vorn_WiaGetRootItem(session, nullptr, &root), ERR_NO_DEVICE_SELECTED);
     EXPECT_EQ(Vorn_WiaFreeItem(nullptr, item), ERR_INVALID_ARGUMENT);
     EXPECT_EQ(Vorn_WiaFreeItem(session, nullptr), ERR_INVALID_ARGUMENT);
-    Children children{session};
     EXPECT_EQ(Vorn_WiaEnumChildItems(nullptr, item, Children::Callback, &children), ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(Vorn_WiaEnumChildItems(session, nullptr, Children::Callback, &children), ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(children.Enumerate(nullptr), ERR_INVALID_ARGUMENT);
     EXPECT_EQ(children.Enumerate(item), ERR_NO_DEVICE_SELECTED);
 
-    EXPECT_TRUE(log.Lines().empty()) << "the platform was called: " << log.Lines().front();
+    EXPECT_EQ(log.Lines(), std::vector<std::string>{}) << "the platform was called";
     EXPECT_EQ(root, nullptr);
     EXPECT_EQ(ReferencesOf(item), references);
 }
 
 TEST_P(ItemsTest, ListsDirectChildrenOfEveryCategory)
 {
-    const ScopedDevices devices{Tree().Build()};
-    const OpenSession session{Version(), VORN_TEXT("d")};
+    const OpenSession& session = Open(Tree());
     std::vector<std::string> names;
     Children children{session};
     children.answer = [&](size_t calls) {
@@ -178,41 +160,24 @@ TEST_P(ItemsTest, ListsDirectChildrenOfEveryCategory)
 
 TEST_P(ItemsTest, StopsWithTheAnswerOfTheCallback)
 {
-    struct Row {
-        int32_t answer;
-        size_t at;
-    };
-    constexpr Row rows[] = {{-100, 2}, {0, 1}, {5, 1}, {-5, 3}, {-1474, 1}, {INT32_MIN, 2}, {101, 3}};
-    const ScopedDevices devices{Tree().Build()};
-    const OpenSession session{Version(), VORN_TEXT("d")};
-    for (const Row& row : rows) {
+    const OpenSession& session = Open(Tree());
+    for (const auto& [answer, at] : {std::pair{-100, 2u}, {0, 1u}, {-5, 3u}, {INT32_MIN, 2u}, {101, 3u}}) {
         Children children{session};
-        children.answer = [&](size_t calls) { return calls == row.at ? row.answer : 1; };
-        EXPECT_EQ(children.Enumerate(session.Root()), row.answer);
-        EXPECT_EQ(children.items.size(), row.at) << row.answer;
+        children.answer = [&](size_t calls) { return calls == at ? answer : 1; };
+        EXPECT_EQ(children.Enumerate(session.Root()), answer);
+        EXPECT_EQ(children.items.size(), at) << answer;
     }
 }
 
 TEST_P(ItemsTest, FindsNoChildrenWhereNoneCanBe)
 {
-    const ScopedDevices devices{Tree()
-                                    .EditItem(VORN_TEXT("Leaf"),
-                                              [](ItemDefinition& item) {
-                                                  item.type |= WiaItemTypeHasAttachments;
-                                                  item.children = {
-                                                      BareItem(VORN_TEXT("Sound"), WiaItemTypeFile)};
-                                              })
-                                    .Build()};
-    const OpenSession session{Version(), VORN_TEXT("d")};
-    Children children{session};
+    const OpenSession& session = Open(Tree());
+    Children children{session}, empty{session}, attached{session}, leaf{session};
     ASSERT_EQ(children.Enumerate(session.Root()), SUCCESS);
     ASSERT_EQ(children.items.size(), 3u);
-
-    Children empty{session}, attached{session}, leaf{session};
     EXPECT_EQ(empty.Enumerate(children.items[1]), ERR_NO_CHILD_ITEMS);
     EXPECT_EQ(attached.Enumerate(children.items[2]), SUCCESS);
-    EXPECT_EQ(attached.items.size(), 1u);
-    ASSERT_FALSE(attached.items.empty());
+    ASSERT_EQ(attached.items.size(), 1u);
 
     const ScopedCallLog log;
     EXPECT_EQ(leaf.Enumerate(attached.items[0]), ERR_NO_CHILD_ITEMS);
@@ -223,48 +188,31 @@ TEST_P(ItemsTest, TellsWhichStepFailed)
 {
     struct Row {
         const char* fault;
-        Step step;
-        Fault answer;
-        unsigned nth;
+        DeviceBuilder device;
         int32_t status;
         size_t calls;
     };
+    constexpr Step type = Step::GetItemType, list = Step::EnumChildItems, next = Step::NextChildItem;
     const Row rows[] = {
-        {"the type cannot be read", Step::GetItemType, {WIA_ERROR_BUSY}, 1, ERR_WIA_BUSY, 0},
-        {"no type is a leaf's", Step::GetItemType, {S_FALSE}, 1, RESULT_FALSE, 0},
-        {"no enumerator", Step::EnumChildItems, {E_ACCESSDENIED}, 1, ERR_ACCESS_DENIED, 0},
-        {"a null enumerator is used", Step::EnumChildItems, {S_OK, true}, 1, ERR_WIA_UNEXPECTED, 0},
-        {"no count is a count", Step::GetChildCount, {E_FAIL}, 1, ERR_NO_CHILD_ITEMS, 0},
-        {"the second child fails", Step::NextChildItem, {WIA_ERROR_OFFLINE}, 2, ERR_WIA_OFFLINE, 1},
-        {"an early end is a failure", Step::NextChildItem, {S_FALSE}, 3, SUCCESS, 2},
-        {"a null child is handed out", Step::NextChildItem, {S_OK, true}, 2, ERR_WIA_UNEXPECTED, 1},
-        {"an item without storage has a type",
-         Step::QueryPropertyStorage,
-         {E_NOINTERFACE},
-         1,
-         ERR_WIA_UNEXPECTED,
-         0},
+        {"the type cannot be read", Tree().FailAt(type, WIA_ERROR_BUSY), ERR_WIA_BUSY, 0},
+        {"no type is a leaf's", Tree().FailAt(type, S_FALSE), RESULT_FALSE, 0},
+        {"no enumerator", Tree().FailAt(list, E_ACCESSDENIED), ERR_ACCESS_DENIED, 0},
+        {"a null enumerator is used", Tree().NullAt(list), ERR_WIA_UNEXPECTED, 0},
+        {"no count is a count", Tree().FailAt(Step::GetChildCount, E_FAIL), ERR_NO_CHILD_ITEMS, 0},
+        {"the second child fails", Tree().FailAt(next, WIA_ERROR_OFFLINE, 2), ERR_WIA_OFFLINE, 1},
+        {"an early end is a failure", Tree().FailAt(next, S_FALSE, 3), SUCCESS, 2},
+        {"a null child is handed out", Tree().NullAt(next, 2), ERR_WIA_UNEXPECTED, 1},
+        {"a device without a type is walked", Tree().NoType(), RESULT_FALSE, 0},
+        {"a device without properties is walked", Tree().FailAt(Step::QueryPropertyStorage, E_NOINTERFACE),
+         ERR_WIA_UNEXPECTED, 0},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
-        DeviceBuilder device = Tree();
-        row.answer.nullObject ? device.NullAt(row.step, row.nth)
-                              : device.FailAt(row.step, row.answer.result, row.nth);
-        const ScopedDevices devices{device.Build()};
-        const OpenSession session{Version(), VORN_TEXT("d")};
+        const OpenSession& session = Open(row.device);
         Children children{session};
         EXPECT_EQ(children.Enumerate(session.Root()), row.status);
         EXPECT_EQ(children.items.size(), row.calls);
     }
-}
-
-TEST_P(ItemsTest, NeedsADeviceThatTellsItsType)
-{
-    const ScopedDevices devices{Tree().NoType().Build()};
-    const OpenSession session{Version(), VORN_TEXT("d")};
-    Children children{session};
-    EXPECT_EQ(children.Enumerate(session.Root()), RESULT_FALSE);
-    EXPECT_TRUE(children.items.empty());
 }
 
 }  // namespace

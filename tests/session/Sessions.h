@@ -4,7 +4,9 @@
  */
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "Vornkrnx.h"
 #include "support/LibraryTest.h"
@@ -89,12 +91,38 @@ inline PROPVARIANT Hollow(int type)
     return value;
 }
 
-/** A test that is run in both generations. */
+/** A test that is run in both generations, on devices of its own. */
 class GenerationTest : public LibraryTest, public ::testing::WithParamInterface<uint32_t> {
 protected:
     static uint32_t Version() { return GetParam(); }
     /** The name of the device manager in the call log. */
     static std::string Manager() { return "Manager" + std::to_string(Version()); }
+
+    /** Opens a session among these devices, in place of the one before. */
+    const OpenSession& Open(std::vector<wia::DevicePtr> devices, const WCHAR* selected = nullptr)
+    {
+        session_.reset();
+        devices_.reset();
+        devices_.emplace(std::move(devices));
+        return session_.emplace(Version(), selected);
+    }
+    /** Opens a session with this device selected. */
+    const OpenSession& Open(const wia::DeviceBuilder& device)
+    {
+        const wia::DevicePtr built = device.Build();
+        return Open({built}, WString{built->Id()}.c_str());
+    }
+
+    void TearDown() override
+    {
+        session_.reset();
+        devices_.reset();
+        LibraryTest::TearDown();
+    }
+
+private:
+    std::optional<wia::ScopedDevices> devices_;
+    std::optional<OpenSession> session_;
 };
 
 /** Makes the allocations of the kernel library fail while it lives. */
