@@ -18,6 +18,7 @@ namespace vorn::wia {
 enum class Step {
     EnumDevices,           ///< EnumDeviceInfo, of any device in the list
     NextDevice,            ///< the device enumerator's Next, when it comes to this device
+    SelectDevice,          ///< SelectDeviceDlgID, when the dialog has chosen this device
     CreateDevice,          ///< opening the device
     QueryPropertyStorage,  ///< QueryInterface of an item for its property storage
     QueryTransfer,         ///< QueryInterface of an item for IWiaDataTransfer or IWiaTransfer

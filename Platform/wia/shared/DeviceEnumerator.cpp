@@ -88,6 +88,8 @@ HRESULT ChooseDeviceId(HWND parent, LONG deviceType, LONG flags, BSTR* id)
         DevicePtr device;
         if (const HRESULT result = ChooseDevice(parent, deviceType, flags, device); result != S_OK)
             return result;
+        if (const auto result = Interrupted(*device, Step::SelectDevice))
+            return *result;
         *id = Bstr{device->Id()}.Detach();
         return *id ? S_OK : E_OUTOFMEMORY;
     });
