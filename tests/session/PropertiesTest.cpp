@@ -64,6 +64,31 @@ bool Same(const Record& left, const Record& right)
     return std::memcmp(&left, &right, sizeof(Record)) == 0;
 }
 
+/** Reads into buffers of many capacities and compares everything that may have been written. */
+template <typename Unit, typename Read>
+void ExpectSizeProtocol(const Read& read, const std::vector<Unit>& content)
+{
+    const uint64_t needed = content.size();
+    uint64_t size = 12345;
+    EXPECT_EQ(read(nullptr, &size), SUCCESS);
+    EXPECT_EQ(size, needed);
+    EXPECT_EQ(read(nullptr, nullptr), ERR_INVALID_ARGUMENT);
+
+    for (const uint64_t capacity : {uint64_t{0}, needed - 1, needed, needed + 1, needed + 92}) {
+        SCOPED_TRACE(std::to_string(needed) + " into " + std::to_string(capacity));
+        const bool fits = capacity >= needed;
+        std::vector<Unit> buffer(capacity + 2, Unit{0x5A}), expected = buffer;
+        if (fits) {
+            std::fill_n(expected.begin(), capacity, Unit{});
+            std::copy(content.begin(), content.end(), expected.begin());
+        }
+        size = capacity;
+        EXPECT_EQ(read(buffer.data(), &size), fits ? SUCCESS : ERR_BUFFER_TOO_SMALL);
+        EXPECT_EQ(size, fits ? capacity : needed);
+        EXPECT_EQ(buffer, expected);
+    }
+}
+
 class PropertiesTest : public GenerationTest {
 protected:
     /** Opens a device whose root item has these properties. */
@@ -82,6 +107,37 @@ protected:
     int32_t Call(PROPID id, Values... values) const
     {
         return operation(Session(), Root(), nullptr, id, values...);
+    }
+
+    void ExpectText(const WString& text) const
+    {
+        ExpectSizeProtocol<WCHAR>(
+            [&](WCHAR* buffer, uint64_t* size) {
+                return Call<Vorn_WiaGetPropertyString>(kText, buffer, size);
+            },
+            {text.c_str(), text.c_str() + text.size() + 1});
+    }
+    void ExpectBytes(const std::vector<uint8_t>& bytes) const
+    {
+        ExpectSizeProtocol<uint8_t>(
+            [&](uint8_t* buffer, uint64_t* size) {
+                return Call<Vorn_WiaGetPropertyBuffer>(kBytes, buffer, size);
+            },
+            bytes);
+    }
+    void ExpectEmptyValues() const
+    {
+        WCHAR text[] = {7, 7};
+        uint8_t bytes[] = {7, 7};
+        for (const uint64_t capacity : {0, 2}) {
+            uint64_t size = capacity;
+            EXPECT_EQ(Call<Vorn_WiaGetPropertyString>(kText, &text[0], &size), SUCCESS);
+            EXPECT_EQ((Call<Vorn_WiaGetPropertyString, WCHAR*>(kText, nullptr, &size)), SUCCESS);
+            EXPECT_EQ(Call<Vorn_WiaGetPropertyBuffer>(kBytes, &bytes[0], &size), SUCCESS);
+            EXPECT_EQ((Call<Vorn_WiaGetPropertyBuffer, uint8_t*>(kBytes, nullptr, &size)), SUCCESS);
+            EXPECT_EQ(size, capacity);
+        }
+        EXPECT_TRUE(text[0] == 7 && text[1] == 7 && bytes[0] == 7 && bytes[1] == 7);
     }
 
 private:
@@ -182,50 +238,17 @@ TEST_P(PropertiesTest, TakesOnlyTheTypesOfEachReader)
     }
 }
 
-/** Reads into buffers of many capacities and compares everything that may have been written. */
-template <typename Unit, typename Read>
-void ExpectSizeProtocol(const Read& read, const std::vector<Unit>& content)
-{
-    const uint64_t needed = content.size();
-    uint64_t size = 12345;
-    EXPECT_EQ(read(nullptr, &size), SUCCESS);
-    EXPECT_EQ(size, needed);
-    EXPECT_EQ(read(nullptr, nullptr), ERR_INVALID_ARGUMENT);
-
-    for (const uint64_t capacity : {uint64_t{0}, needed - 1, needed, needed + 1, needed + 92}) {
-        SCOPED_TRACE(std::to_string(needed) + " into " + std::to_string(capacity));
-        const bool fits = capacity >= needed;
-        std::vector<Unit> buffer(capacity + 2, Unit{0x5A}), expected = buffer;
-        if (fits) {
-            std::fill_n(expected.begin(), capacity, Unit{});
-            std::copy(content.begin(), content.end(), expected.begin());
-        }
-        size = capacity;
-        EXPECT_EQ(read(buffer.data(), &size), fits ? SUCCESS : ERR_BUFFER_TOO_SMALL);
-        EXPECT_EQ(size, fits ? capacity : needed);
-        EXPECT_EQ(buffer, expected);
-    }
-}
-
 TEST_P(PropertiesTest, DeliversTextsAndBytesByTheSizeProtocol)
 {
     for (const WString& text : kOddTexts) {
         for (const Value& value : {Value::Text(text), WideText(text)}) {
             Publish({Probe(kText, value)});
-            ExpectSizeProtocol<WCHAR>(
-                [&](WCHAR* buffer, uint64_t* size) {
-                    return Call<Vorn_WiaGetPropertyString>(kText, buffer, size);
-                },
-                {text.c_str(), text.c_str() + text.size() + 1});
+            ExpectText(text);
         }
     }
     for (const size_t count : {1, 5, 3000}) {
         Publish({Probe(kBytes, Value::Bytes(Counting(count)))});
-        ExpectSizeProtocol<uint8_t>(
-            [&](uint8_t* buffer, uint64_t* size) {
-                return Call<Vorn_WiaGetPropertyBuffer>(kBytes, buffer, size);
-            },
-            Counting(count));
+        ExpectBytes(Counting(count));
     }
 }
 
@@ -233,17 +256,7 @@ TEST_P(PropertiesTest, WritesNothingForAnEmptyValue)
 {
     for (const Value& empty : {Value::Text({}), Value::Text({VORN_TEXT("\0x"), 2}), WideText({})}) {
         Publish({Probe(kText, empty), Probe(kBytes, Value::Bytes({}))});
-        WCHAR text[] = {7, 7};
-        uint8_t bytes[] = {7, 7};
-        for (const uint64_t capacity : {0, 2}) {
-            uint64_t size = capacity;
-            EXPECT_EQ((Call<Vorn_WiaGetPropertyString, WCHAR*>(kText, text, &size)), SUCCESS);
-            EXPECT_EQ((Call<Vorn_WiaGetPropertyString, WCHAR*>(kText, nullptr, &size)), SUCCESS);
-            EXPECT_EQ((Call<Vorn_WiaGetPropertyBuffer, uint8_t*>(kBytes, bytes, &size)), SUCCESS);
-            EXPECT_EQ((Call<Vorn_WiaGetPropertyBuffer, uint8_t*>(kBytes, nullptr, &size)), SUCCESS);
-            EXPECT_EQ(size, capacity);
-        }
-        EXPECT_TRUE(text[0] == 7 && text[1] == 7 && bytes[0] == 7 && bytes[1] == 7);
+        ExpectEmptyValues();
     }
 }
 
@@ -382,26 +395,16 @@ TEST_P(PropertiesTest, WritesWhatTheDeviceReadsBack)
     EXPECT_EQ(Call<Vorn_WiaGetPropertySystemTime>(kTime, &time), SUCCESS);
     EXPECT_TRUE(Same(time, kOtherTime));
     for (const WString& text : kOddTexts) {
-        std::vector<WCHAR> read(text.size() + 1);
-        uint64_t size = read.size();
         EXPECT_EQ(Call<Vorn_WiaSetPropertyString>(kText, text.c_str()), SUCCESS);
-        EXPECT_EQ(Call<Vorn_WiaGetPropertyString>(kText, read.data(), &size), SUCCESS);
-        EXPECT_EQ(WString{read.data()}, text);
+        ExpectText(text);
     }
     for (const uint32_t count : {3000u, 1u, 256u}) {
-        const std::vector<uint8_t> bytes = Counting(count);
-        std::vector<uint8_t> read(count);
-        uint64_t size = count;
-        EXPECT_EQ(Call<Vorn_WiaSetPropertyBuffer>(kBytes, bytes.data(), count), SUCCESS);
-        EXPECT_EQ(Call<Vorn_WiaGetPropertyBuffer>(kBytes, read.data(), &size), SUCCESS);
-        EXPECT_EQ(read, bytes);
+        EXPECT_EQ(Call<Vorn_WiaSetPropertyBuffer>(kBytes, Counting(count).data(), count), SUCCESS);
+        ExpectBytes(Counting(count));
     }
-    uint64_t size = 777;
     EXPECT_EQ(Call<Vorn_WiaSetPropertyString>(kText, VORN_TEXT("")), SUCCESS);
     EXPECT_EQ(Call<Vorn_WiaSetPropertyBuffer>(kBytes, Counting(1).data(), 0u), SUCCESS);
-    EXPECT_EQ((Call<Vorn_WiaGetPropertyString, WCHAR*>(kText, nullptr, &size)), SUCCESS);
-    EXPECT_EQ((Call<Vorn_WiaGetPropertyBuffer, uint8_t*>(kBytes, nullptr, &size)), SUCCESS);
-    EXPECT_EQ(size, 777u) << "empty values have become longer";
+    ExpectEmptyValues();
 }
 
 TEST_P(PropertiesTest, LeavesItToTheDeviceWhatItTakes)

@@ -1,5 +1,4 @@
 /** Sessions: creation, end, the apartment that they enter and leave, several at once. */
-#include <functional>
 #include <thread>
 
 #include "Sessions.h"
@@ -22,12 +21,6 @@ bool InApartment(DWORD other = COINIT_MULTITHREADED)
     if (SUCCEEDED(result))
         CoUninitialize();
     return result == RPC_E_CHANGED_MODE;
-}
-
-/** Runs `body` on a thread that nobody has used before. */
-void OnFreshThread(const std::function<void()>& body)
-{
-    std::thread{body}.join();
 }
 
 /** A handle that no session has: what a failed creation must leave alone. */
@@ -88,7 +81,7 @@ TEST_P(SessionTest, LeavesTheApartmentAsOftenAsItEnteredIt)
     for (const Use& use : kUses) {
         for (const int entries : {0, 1, 3}) {
             SCOPED_TRACE(std::string{use.name} + ", entered before: " + std::to_string(entries));
-            OnFreshThread([&] {
+            std::thread{[&] {
                 for (int i = 0; i < entries; ++i)
                     CoInitialize(nullptr);
                 use.run(Version());
@@ -97,22 +90,22 @@ TEST_P(SessionTest, LeavesTheApartmentAsOftenAsItEnteredIt)
                     CoUninitialize();
                 }
                 EXPECT_FALSE(InApartment()) << "an entry was left behind";
-            });
+            }}.join();
         }
     }
 }
 
 TEST_P(SessionTest, EntersAnApartmentForItsLife)
 {
-    OnFreshThread([] {
+    std::thread{[] {
         const OpenSession session{Version()};
         EXPECT_TRUE(InApartment());
-    });
+    }}.join();
 }
 
 TEST_P(SessionTest, WorksOnAThreadOfAnotherModelAndLeavesItThere)
 {
-    OnFreshThread([] {
+    std::thread{[] {
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         for (const Use& use : kUses) {
             SCOPED_TRACE(use.name);
@@ -121,7 +114,7 @@ TEST_P(SessionTest, WorksOnAThreadOfAnotherModelAndLeavesItThere)
         }
         CoUninitialize();
         EXPECT_FALSE(InApartment(COINIT_APARTMENTTHREADED));
-    });
+    }}.join();
 }
 
 TEST_P(SessionTest, ReleasesTheRootItemBeforeTheManager)
