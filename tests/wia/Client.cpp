@@ -7,11 +7,6 @@ namespace vorn::wia::test {
 
 namespace {
 
-std::string Path(WStringView text)
-{
-    return std::filesystem::path{std::u16string{text.begin(), text.end()}}.string();
-}
-
 HRESULT Record(Received& received, char letter, const Answer& answer)
 {
     if (received.messages.empty() || received.messages.back() != letter)
@@ -20,11 +15,69 @@ HRESULT Record(Received& received, char letter, const Answer& answer)
     return answer ? answer(received.notifications) : S_OK;
 }
 
-template <typename Enumerator, typename Item>
-std::vector<Node> ListAll(Enumerator& children)
+struct BandReceiver final : ComObject<IWiaDataCallback> {
+    explicit BandReceiver(const Answer& whatToSay) : answer{whatToSay} {}
+
+    HRESULT STDMETHODCALLTYPE BandedDataCallback(LONG message, LONG, LONG, LONG offset, LONG length, LONG,
+                                                 LONG, BYTE* data) override
+    {
+        if (message == IT_MSG_DATA)
+            Keep(size_t(offset), size_t(length), data);
+        return Record(received, " HDSTN"[message], answer);
+    }
+
+    void Keep(size_t offset, size_t length, const BYTE* data)
+    {
+        if (offset == 0) {
+            received.pages.emplace_back();
+        } else {
+            received.longestBand = std::max(received.longestBand, LONG(length));
+            received.origins.insert(data - offset);
+        }
+        std::vector<uint8_t>& page = received.pages.back();
+        page.resize(std::max(page.size(), offset + length));
+        std::memcpy(page.data() + offset, data, length);
+    }
+
+    const Answer& answer;
+    Received received;
+};
+
+struct StreamReceiver final : ComObject<IWiaTransferCallback> {
+    explicit StreamReceiver(const Answer& whatToSay) : answer{whatToSay} {}
+
+    HRESULT STDMETHODCALLTYPE TransferCallback(LONG, WiaTransferParams* params) override
+    {
+        if (params->lMessage == WIA_TRANSFER_MSG_END_OF_STREAM) {
+            HGLOBAL block = nullptr;
+            GetHGlobalFromStream(streams.back().Get(), &block);
+            const auto* bytes = static_cast<const uint8_t*>(GlobalLock(block));
+            received.pages.emplace_back(bytes, bytes + params->ulTransferredBytes);
+            GlobalUnlock(block);
+        }
+        return Record(received, " SET"[params->lMessage], answer);
+    }
+
+    HRESULT STDMETHODCALLTYPE GetNextStream(LONG, BSTR name, BSTR fullName, IStream** stream) override
+    {
+        EXPECT_TRUE(name && fullName && WStringView{fullName}.ends_with(WStringView{name}));
+        ComPtr<IStream> made;
+        CreateStreamOnHGlobal(nullptr, TRUE, made.Out());
+        streams.push_back(made);
+        *stream = made.Detach();
+        return Record(received, 'G', answer);
+    }
+
+    const Answer& answer;
+    Received received;
+    std::vector<ComPtr<IStream>> streams;
+};
+
+template <typename Item, typename Enumerator>
+std::vector<Node> ListAll(const ComPtr<Enumerator>& children)
 {
     std::vector<Node> nodes;
-    for (ComPtr<Item> item; children.Next(1, item.Out(), nullptr) == S_OK;)
+    for (ComPtr<Item> item; children->Next(1, item.Out(), nullptr) == S_OK;)
         nodes.emplace_back(item);
     return nodes;
 }
@@ -33,12 +86,7 @@ std::vector<Node> ListAll(Enumerator& children)
 
 std::string Narrow(WStringView text)
 {
-    return Path(text);
-}
-
-WString Wide(const std::string& text)
-{
-    return std::filesystem::path{text}.u16string();
+    return std::filesystem::path{text}.string();
 }
 
 PROPSPEC Spec(PROPID id)
@@ -49,21 +97,16 @@ PROPSPEC Spec(PROPID id)
     return spec;
 }
 
-IUnknown* Node::Unknown() const
-{
-    return one_ ? static_cast<IUnknown*>(one_.Get()) : two_.Get();
-}
-
 std::vector<Node> Node::Children() const
 {
     if (one_) {
         ComPtr<IEnumWiaItem> children;
         EXPECT_EQ(one_->EnumChildItems(children.Out()), S_OK);
-        return ListAll<IEnumWiaItem, IWiaItem>(*children.Get());
+        return ListAll<IWiaItem>(children);
     }
     ComPtr<IEnumWiaItem2> children;
     EXPECT_EQ(two_->EnumChildItems(nullptr, children.Out()), S_OK);
-    return ListAll<IEnumWiaItem2, IWiaItem2>(*children.Get());
+    return ListAll<IWiaItem2>(children);
 }
 
 Node Node::Child(const char* name) const
@@ -74,13 +117,6 @@ Node Node::Child(const char* name) const
     }
     ADD_FAILURE() << "no item " << name;
     return {};
-}
-
-ComPtr<IWiaPropertyStorage> Node::Storage() const
-{
-    ComPtr<IWiaPropertyStorage> storage;
-    EXPECT_EQ(Unknown()->QueryInterface(IID_IWiaPropertyStorage, storage.OutVoid()), S_OK);
-    return storage;
 }
 
 Value Node::Read(PROPID id) const
@@ -97,121 +133,66 @@ HRESULT Node::Write(PROPID id, const Value& value) const
     return Storage()->WriteMultiple(1, &spec, &value.Get(), WIA_IPA_FIRST);
 }
 
-Value Node::Valid(PROPID id, ULONG* flags) const
+Received Node::Banded(ULONG bufferSize, const Answer& answer) const
 {
-    PROPSPEC spec = Spec(id);
-    PROPVARIANT variant{};
-    ULONG access = 0;
-    EXPECT_EQ(Storage()->GetPropertyAttributes(1, &spec, flags ? flags : &access, &variant), S_OK);
-    return Value::Adopt(variant);
-}
-
-HRESULT Node::Banded(IWiaDataCallback& callback, ULONG bufferSize) const
-{
-    ComPtr<IWiaDataTransfer> transfer;
-    EXPECT_EQ(Unknown()->QueryInterface(IID_IWiaDataTransfer, transfer.OutVoid()), S_OK);
+    const auto receiver = ComPtr<BandReceiver>::Adopt(new BandReceiver{answer});
     WIA_DATA_TRANSFER_INFO info{};
     info.ulSize = sizeof info;
     info.ulBufferSize = bufferSize;
-    return transfer->idtGetBandedData(&info, &callback);
+    const auto transfer = As<IWiaDataTransfer>(IID_IWiaDataTransfer);
+    receiver->received.result = transfer->idtGetBandedData(&info, receiver.Get());
+    return receiver->received;
 }
 
-HRESULT Node::ToFile(LONG tymed, const std::filesystem::path& file, IWiaDataCallback* callback) const
+HRESULT Node::ToFile(LONG tymed, const std::filesystem::path& file) const
 {
-    ComPtr<IWiaDataTransfer> transfer;
-    EXPECT_EQ(Unknown()->QueryInterface(IID_IWiaDataTransfer, transfer.OutVoid()), S_OK);
-    std::u16string name = file.u16string();
+    WString name = Wide(file);
     STGMEDIUM medium{};
     medium.tymed = static_cast<DWORD>(tymed);
     medium.lpszFileName = name.data();
-    return transfer->idtGetData(&medium, callback);
+    return As<IWiaDataTransfer>(IID_IWiaDataTransfer)->idtGetData(&medium, nullptr);
 }
 
-HRESULT Node::Download(IWiaTransferCallback& callback, LONG flags) const
+Received Node::Download(LONG flags, const Answer& answer) const
 {
-    ComPtr<IWiaTransfer> transfer;
-    EXPECT_EQ(Unknown()->QueryInterface(IID_IWiaTransfer, transfer.OutVoid()), S_OK);
-    return transfer->Download(flags, &callback);
+    return test::Download(*As<IWiaTransfer>(IID_IWiaTransfer).Get(), flags, answer);
 }
 
-HRESULT BandReceiver::BandedDataCallback(LONG message, LONG, LONG, LONG offset, LONG length, LONG, LONG,
-                                         BYTE* data)
+Received Download(IWiaTransfer& transfer, LONG flags, const Answer& answer)
 {
-    if (message == IT_MSG_DATA) {
-        if (offset == 0)
-            received.pages.emplace_back();
-        else
-            longestBand = std::max(longestBand, length);
-        std::vector<uint8_t>& page = received.pages.back();
-        page.resize(std::max(page.size(), size_t(offset) + size_t(length)));
-        std::memcpy(page.data() + offset, data, size_t(length));
-    }
-    return Record(received, " HDSTN"[message], answer_);
-}
-
-HRESULT StreamReceiver::TransferCallback(LONG, WiaTransferParams* params)
-{
-    if (params->lMessage == WIA_TRANSFER_MSG_END_OF_STREAM) {
-        HGLOBAL block = nullptr;
-        GetHGlobalFromStream(streams_.back().Get(), &block);
-        const auto* bytes = static_cast<const uint8_t*>(GlobalLock(block));
-        received.pages.emplace_back(bytes, bytes + params->ulTransferredBytes);
-        GlobalUnlock(block);
-    }
-    return Record(received, " SET"[params->lMessage], answer_);
-}
-
-HRESULT StreamReceiver::GetNextStream(LONG, BSTR name, BSTR fullName, IStream** stream)
-{
-    EXPECT_TRUE(name && fullName && WStringView{fullName}.ends_with(WStringView{name}));
-    ComPtr<IStream> made;
-    CreateStreamOnHGlobal(nullptr, TRUE, made.Out());
-    streams_.push_back(made);
-    *stream = made.Detach();
-    return Record(received, 'G', answer_);
-}
-
-ULONG StreamReceiver::StreamsHeld()
-{
-    ULONG held = 0;
-    for (const ComPtr<IStream>& stream : streams_) {
+    const auto receiver = ComPtr<StreamReceiver>::Adopt(new StreamReceiver{answer});
+    Received& received = receiver->received;
+    received.result = transfer.Download(flags, receiver.Get());
+    for (const ComPtr<IStream>& stream : receiver->streams) {
         stream->AddRef();
-        held += stream->Release() - 1;
+        received.streamsHeld += stream->Release() - 1;
     }
-    return held;
-}
-
-void ServiceTest::SetUp()
-{
-    ASSERT_GE(CoInitialize(nullptr), 0);
-    alive_ = LiveObjects::Count();
+    return received;
 }
 
 void ServiceTest::TearDown()
 {
-    while (!devices_.empty())
-        devices_.pop_back();
-    EXPECT_EQ(LiveObjects::Count(), alive_) << "COM objects are left";
+    devices_.reset();
     CoUninitialize();
-    if (!folder_.empty())
-        std::filesystem::remove_all(folder_);
+    LibraryTest::TearDown();
 }
 
 void ServiceTest::Use(const DeviceBuilder& device)
 {
     DevicePtr built = device.Build();
     id_ = built->Id();
-    devices_.push_back(std::make_unique<ScopedDevices>(std::move(built)));
+    devices_.reset();
+    devices_.emplace(std::move(built));
 }
 
-ComPtr<IWiaDevMgr> ServiceTest::Manager1() const
+ComPtr<IWiaDevMgr> ServiceTest::Manager1()
 {
     ComPtr<IWiaDevMgr> manager;
     CoCreateInstance(CLSID_WiaDevMgr, nullptr, CLSCTX_LOCAL_SERVER, IID_IWiaDevMgr, manager.OutVoid());
     return manager;
 }
 
-ComPtr<IWiaDevMgr2> ServiceTest::Manager2() const
+ComPtr<IWiaDevMgr2> ServiceTest::Manager2()
 {
     ComPtr<IWiaDevMgr2> manager;
     CoCreateInstance(CLSID_WiaDevMgr2, nullptr, CLSCTX_LOCAL_SERVER, IID_IWiaDevMgr2, manager.OutVoid());
@@ -229,23 +210,6 @@ Node ServiceTest::Open(Generation generation, const char* id) const
     }
     EXPECT_EQ(Manager2()->CreateDevice(0, text.Get(), two.Out()), S_OK);
     return Node{two};
-}
-
-std::filesystem::path ServiceTest::Folder()
-{
-    if (folder_.empty()) {
-        std::string name = (std::filesystem::temp_directory_path() / "vornwia-XXXXXX").string();
-        folder_ = mkdtemp(name.data());
-    }
-    return folder_;
-}
-
-std::vector<CannedPage> Numbered(uint32_t count, uint32_t bitsPerPixel)
-{
-    std::vector<CannedPage> pages;
-    for (uint32_t number = 1; number <= count; ++number)
-        pages.push_back(PlainPage(50, 40, bitsPerPixel, static_cast<uint8_t>(number)));
-    return pages;
 }
 
 }  // namespace vorn::wia::test

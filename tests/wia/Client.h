@@ -1,28 +1,50 @@
 /**
  * @file Client.h
- * A client of the image-acquisition service: managers, items, and receivers that remember what they are sent.
+ * A client of the image-acquisition service: managers, items, and what transfers send.
  */
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <functional>
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "com.h"
 #include "comobject.h"
+#include "support/LibraryTest.h"
 #include "wia/shared/Interfaces.h"
 #include "wia/virtual/DeviceBuilder.h"
 
 namespace vorn::wia::test {
 
+using vorn::test::Wide;
+
 constexpr Generation kGenerations[] = {Generation::One, Generation::Two};
 
 std::string Narrow(WStringView text);
-WString Wide(const std::string& text);
 PROPSPEC Spec(PROPID id);
+
+/** Called with each notification's number, from 1; what it answers goes to the service. */
+using Answer = std::function<HRESULT(size_t notification)>;
+
+/** What a transfer sent. */
+struct Received {
+    HRESULT result = S_OK;
+    /** One letter a message, a run of one letter written once; which ones, the operations below tell. */
+    std::string messages;
+    size_t notifications = 0;
+    std::vector<std::vector<uint8_t>> pages;
+
+    // Bands only.
+    LONG longestBand = 0;
+    std::set<const BYTE*> origins;  ///< where the pages begin in the service, by their bands but the first
+
+    ULONG streamsHeld = 0;  ///< references on streams that the service has not given back
+};
+
+/** G stream asked for, S status, E end of stream, T end of transfer. */
+Received Download(IWiaTransfer& transfer, LONG flags = 0, const Answer& answer = {});
 
 /** An item of either generation. */
 class Node {
@@ -35,90 +57,53 @@ public:
     IWiaItem2* Two() const { return two_.Get(); }
     explicit operator bool() const { return one_ || two_; }
 
+    /** Another interface of the item; null when it has none of that name. */
+    template <typename Interface>
+    ComPtr<Interface> As(REFIID id) const
+    {
+        IUnknown* item = one_ ? static_cast<IUnknown*>(one_.Get()) : two_.Get();
+        ComPtr<Interface> other;
+        item->QueryInterface(id, other.OutVoid());
+        return other;
+    }
+
     std::vector<Node> Children() const;
     /** The child of that name. */
     Node Child(const char* name) const;
     std::string Name() const { return Narrow(Read(WIA_IPA_ITEM_NAME).ToText()); }
 
-    ComPtr<IWiaPropertyStorage> Storage() const;
+    ComPtr<IWiaPropertyStorage> Storage() const { return As<IWiaPropertyStorage>(IID_IWiaPropertyStorage); }
     Value Read(PROPID id) const;
     LONG Long(PROPID id) const { return Read(id).Long(-1); }
     HRESULT Write(PROPID id, const Value& value) const;
     HRESULT Write(PROPID id, LONG value) const { return Write(id, Value::I4(value)); }
-    /** Access flags in `flags`. */
-    Value Valid(PROPID id, ULONG* flags = nullptr) const;
 
-    HRESULT Banded(IWiaDataCallback& callback, ULONG bufferSize = 4096) const;
-    HRESULT ToFile(LONG tymed, const std::filesystem::path& file, IWiaDataCallback* callback = nullptr) const;
-    HRESULT Download(IWiaTransferCallback& callback, LONG flags = 0) const;
+    /** H header, S status, D data, N new page, T termination. */
+    Received Banded(ULONG bufferSize = 4096, const Answer& answer = {}) const;
+    HRESULT ToFile(LONG tymed, const std::filesystem::path& file) const;
+    Received Download(LONG flags = 0, const Answer& answer = {}) const;
 
 private:
-    IUnknown* Unknown() const;
-
     ComPtr<IWiaItem> one_;
     ComPtr<IWiaItem2> two_;
 };
 
-/** Called with each notification's number, from 1; what it answers goes to the service. */
-using Answer = std::function<HRESULT(size_t notification)>;
-
-/** What a transfer sent: one letter a message, and the bytes of each page. */
-struct Received {
-    std::string messages;
-    std::vector<std::vector<uint8_t>> pages;
-    size_t notifications = 0;
-};
-
-/** H header, S status, D data, N new page, T termination. A run of one letter is written once. */
-class BandReceiver final : public ComObject<IWiaDataCallback> {
-public:
-    explicit BandReceiver(Answer answer = {}) : answer_{std::move(answer)} {}
-    HRESULT STDMETHODCALLTYPE BandedDataCallback(LONG message, LONG status, LONG percent, LONG offset,
-                                                 LONG length, LONG, LONG, BYTE* data) override;
-    Received received;
-    LONG longestBand = 0;
-
-private:
-    Answer answer_;
-};
-
-/** G stream asked for, S status, E end of stream, T end of transfer. */
-class StreamReceiver final : public ComObject<IWiaTransferCallback> {
-public:
-    explicit StreamReceiver(Answer answer = {}) : answer_{std::move(answer)} {}
-    HRESULT STDMETHODCALLTYPE TransferCallback(LONG flags, WiaTransferParams* params) override;
-    HRESULT STDMETHODCALLTYPE GetNextStream(LONG flags, BSTR name, BSTR fullName, IStream** stream) override;
-    /** References on streams that the service has not given back. */
-    ULONG StreamsHeld();
-    Received received;
-
-private:
-    Answer answer_;
-    std::vector<ComPtr<IStream>> streams_;
-};
-
-/** A test on its own devices, after which no COM object is left. */
-class ServiceTest : public ::testing::Test {
+/** A test on its own devices. */
+class ServiceTest : public vorn::test::LibraryTest {
 protected:
-    void SetUp() override;
+    void SetUp() override { ASSERT_GE(CoInitialize(nullptr), 0); }
     void TearDown() override;
 
     /** Lists one device in place of the standard ones. */
     void Use(const DeviceBuilder& device);
-    ComPtr<IWiaDevMgr> Manager1() const;
-    ComPtr<IWiaDevMgr2> Manager2() const;
+    static ComPtr<IWiaDevMgr> Manager1();
+    static ComPtr<IWiaDevMgr2> Manager2();
     /** Opens the device used, or a standard one by its id. */
     Node Open(Generation generation, const char* id = nullptr) const;
-    std::filesystem::path Folder();
 
 private:
-    int64_t alive_ = 0;
     WString id_;
-    std::vector<std::unique_ptr<ScopedDevices>> devices_;
-    std::filesystem::path folder_;
+    std::optional<ScopedDevices> devices_;
 };
-
-/** Pages whose every byte is their number. */
-std::vector<CannedPage> Numbered(uint32_t count, uint32_t bitsPerPixel = 24);
 
 }  // namespace vorn::wia::test

@@ -11,25 +11,15 @@ void Free(IUnknown* object)
 {
     object->Release();
 }
-
-void Free(WIA_FORMAT_INFO) {}
-
-void Free(WIA_DEV_CAP element)
+void Free(const WIA_FORMAT_INFO&) {}
+void Free(const WIA_DEV_CAP& element)
 {
     for (BSTR text : {element.bstrName, element.bstrDescription, element.bstrIcon, element.bstrCommandline})
         SysFreeString(text);
 }
-
-void Free(STATPROPSTG element)
+void Free(const STATPROPSTG& element)
 {
     CoTaskMemFree(element.lpwstrName);
-}
-
-template <typename Element>
-void FreeAll(std::vector<Element>& elements, ULONG count)
-{
-    for (ULONG i = 0; i < count; ++i)
-        Free(elements[i]);
 }
 
 /** A list of `total` elements, three or more. */
@@ -41,7 +31,8 @@ void CheckEnumerator(Enumerator& list, ULONG total, const char* what)
     ULONG fetched = 99;
     EXPECT_EQ(list.Next(total + 1, elements.data(), &fetched), S_FALSE) << "more than there are";
     ASSERT_EQ(fetched, total);
-    FreeAll(elements, fetched);
+    for (ULONG i = 0; i < fetched; ++i)
+        Free(elements[i]);
     EXPECT_EQ(list.Next(1, elements.data(), nullptr), S_FALSE) << "past the end";
 
     EXPECT_EQ(list.Reset(), S_OK);
@@ -82,8 +73,7 @@ TEST_F(Enumerators, KeepPlaceCopiesAndCounts)
     ASSERT_EQ(pictures.Two()->EnumChildItems(&WIA_CATEGORY_FINISHED_FILE, items2.Out()), S_OK);
     CheckEnumerator<IWiaItem2*>(*items2.Get(), 3, "items of a category");
 
-    ComPtr<IWiaTransfer> transfer;
-    ASSERT_EQ(pictures.Children()[0].Two()->QueryInterface(IID_IWiaTransfer, transfer.OutVoid()), S_OK);
+    const auto transfer = pictures.Children()[0].As<IWiaTransfer>(IID_IWiaTransfer);
     ComPtr<IEnumWIA_FORMAT_INFO> formats;
     ASSERT_EQ(transfer->EnumWIA_FORMAT_INFO(formats.Out()), S_OK);
     CheckEnumerator<WIA_FORMAT_INFO>(*formats.Get(), 4, "formats");

@@ -7,33 +7,27 @@ namespace {
 
 class Properties : public ServiceTest {};
 
-Value Wide64(int64_t number)
+TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
 {
-    return Value::Integer(VT_I8, number);
-}
-
-struct WriteCase {
-    const char* fault;
-    PROPID id;
-    Value value;
-    HRESULT expected;
-};
-
-std::vector<WriteCase> WriteCases()
-{
-    return {
+    const struct {
+        const char* fault;
+        PROPID id;
+        Value value;
+        HRESULT expected;
+    } rows[] = {
         {"takes an unknown property", 9999, Value::I4(1), E_INVALIDARG},
         {"writes a property that is read only", WIA_IPA_BYTES_PER_LINE, Value::I4(1), E_ACCESSDENIED},
         {"refuses the minimum", WIA_IPS_BRIGHTNESS, Value::I4(-1000), S_OK},
         {"takes a value below the range", WIA_IPS_BRIGHTNESS, Value::I4(-1001), E_INVALIDARG},
         {"takes a value above the range", WIA_IPS_XRES, Value::I4(1201), E_INVALIDARG},
+        {"takes a value between the steps", 5000, Value::I4(301), E_INVALIDARG},
         {"takes a value that the list lacks", WIA_IPA_DEPTH, Value::I4(16), E_INVALIDARG},
         {"takes the list's count for a value", WIA_IPA_DATATYPE, Value::I4(1), E_INVALIDARG},
         {"refuses a listed value", WIA_IPA_DEPTH, Value::I4(8), S_OK},
         {"takes a flag that is not offered", WIA_IPS_CUR_INTENT, Value::I4(0x100), E_INVALIDARG},
         {"refuses a combination of flags", WIA_IPS_CUR_INTENT, Value::I4(0x20001), S_OK},
         {"refuses another width of integer", WIA_IPS_XRES, Value::Integer(VT_UI2, 200), S_OK},
-        {"cuts a wide value to 32 bits", WIA_IPS_XRES, Wide64((int64_t{1} << 32) + 200), E_INVALIDARG},
+        {"cuts a wide value to 32 bits", WIA_IPS_XRES, Value::Integer(VT_I8, 0x1000000C8), E_INVALIDARG},
         {"takes a text for a number", WIA_IPS_XRES, Value::Text(VORN_TEXT("200")), E_INVALIDARG},
         {"takes no value for a number", WIA_IPS_XRES, Value{}, E_INVALIDARG},
         {"takes a format that is not offered", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_JPEG), E_INVALIDARG},
@@ -41,17 +35,15 @@ std::vector<WriteCase> WriteCases()
         {"takes a number for a GUID", WIA_IPA_FORMAT, Value::I4(1), E_INVALIDARG},
         {"refuses a listed GUID", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_TIFF), S_OK},
     };
-}
-
-TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
-{
-    for (const WriteCase& row : WriteCases()) {
-        const Node item = Open(Generation::Two, "virtual:scanner").Child("Flatbed");
+    Use(VirtualScanner().EditItem(VORN_TEXT("Flatbed"),
+                                  [](ItemDefinition& item) { item.Set(InRange(5000, 300, 75, 1200, 25)); }));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.fault);
+        const Node item = Open(Generation::Two).Child("Flatbed");
         const Value before = item.Read(row.id);
-        EXPECT_EQ(item.Write(row.id, row.value), row.expected) << row.fault;
-        const bool kept = row.expected != S_OK;
+        EXPECT_EQ(item.Write(row.id, row.value), row.expected);
         if (before.Type() == VT_I4) {
-            EXPECT_EQ(item.Long(row.id), kept ? before.Long() : row.value.Long()) << row.fault;
+            EXPECT_EQ(item.Long(row.id), row.expected == S_OK ? row.value.Long() : before.Long());
         }
     }
 }
@@ -107,9 +99,8 @@ TEST_F(Properties, ResolutionMovesTheAreaInPixels)
     EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 600);
     EXPECT_EQ(item.Long(WIA_IPA_PIXELS_PER_LINE), 600);
     EXPECT_EQ(item.Long(WIA_IPA_BYTES_PER_LINE), 1800);
-    const Value range = item.Valid(WIA_IPS_XEXTENT);
-    ASSERT_EQ(range.Get().cal.cElems, ULONG{WIA_RANGE_NUM_ELEMS});
-    EXPECT_EQ(range.Get().cal.pElems[WIA_RANGE_MAX], 2550 - 300);
+    EXPECT_EQ(item.Write(WIA_IPS_XEXTENT, 2550 - 300), S_OK) << "the range does not move along";
+    EXPECT_EQ(item.Write(WIA_IPS_XEXTENT, 2550 - 299), E_INVALIDARG);
     EXPECT_EQ(item.Write(WIA_IPS_XPOS, 2500), S_OK);
     EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 50) << "the extent stays within the area";
 }
@@ -189,7 +180,7 @@ TEST_F(Properties, PageCountIsOneValueInTheSecondGeneration)
     EXPECT_EQ(Open(Generation::Two, "virtual:scanner").Long(WIA_DPS_PAGES), 1) << "each opening has its own";
 }
 
-TEST_F(Properties, HostileAnswersReachTheClientAsTheyAre)
+TEST_F(Properties, AnswersOfADeviceReachTheClientAsTheyAre)
 {
     Property vector = Writable(5000, Value::I4(1));
     vector.attributes = [](ULONG& flags, PROPVARIANT& valid) {
@@ -198,18 +189,24 @@ TEST_F(Properties, HostileAnswersReachTheClientAsTheyAre)
         valid.cal = {0x80000000, nullptr};
         return S_OK;
     };
-    Use(DeviceBuilder{}.RootProperty(vector).FailProperty(WIA_DIP_DEV_TYPE, Step::ReadProperty, E_FAIL, 2));
-    const Node root = Open(Generation::Two);
-    PROPSPEC spec = Spec(5000);
-    ULONG flags = 0;
-    PROPVARIANT valid{};
-    EXPECT_EQ(root.Storage()->GetPropertyAttributes(1, &spec, &flags, &valid), S_OK);
-    EXPECT_EQ(valid.cal.cElems, 0x80000000u);
+    Use(DeviceBuilder{}
+            .RootProperty(vector)
+            .RootProperty(InRange(5001, 300, 75, 1200, 25))
+            .FailProperty(WIA_DIP_DEV_TYPE, Step::ReadProperty, E_FAIL, 2));
+    const auto storage = Open(Generation::Two).Storage();
+    PROPSPEC specs[] = {Spec(5000), Spec(5001)};
+    ULONG flags[2] = {};
+    PROPVARIANT valid[2] = {};
+    EXPECT_EQ(storage->GetPropertyAttributes(2, specs, flags, valid), S_OK);
+    EXPECT_EQ(valid[0].cal.cElems, 0x80000000u);
+    EXPECT_EQ(flags[1], ULONG{WIA_PROP_RW | WIA_PROP_RANGE});
+    const std::vector<LONG> range{valid[1].cal.pElems, valid[1].cal.pElems + valid[1].cal.cElems};
+    EXPECT_EQ(range, (std::vector<LONG>{75, 300, 1200, 25}));
+    PropVariantClear(&valid[1]);
 
-    spec = Spec(WIA_DIP_DEV_TYPE);
-    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), S_OK);
-    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), E_FAIL) << "the second read fails";
-    EXPECT_EQ(root.Storage()->ReadMultiple(1, &spec, &valid), S_OK);
+    const PROPSPEC type = Spec(WIA_DIP_DEV_TYPE);
+    for (const HRESULT result : {S_OK, E_FAIL, S_OK})
+        EXPECT_EQ(storage->ReadMultiple(1, &type, valid), result) << "the second read fails";
 }
 
 }  // namespace

@@ -1,8 +1,4 @@
 // What arrives at a client: every source, format and page count, stopped at every point, failing at every step.
-#include <cstring>
-#include <fstream>
-#include <iterator>
-
 #include "Client.h"
 #include "Vornfilx.h"
 
@@ -10,9 +6,18 @@ namespace vorn::wia::test {
 
 namespace {
 
-class Transfers : public ServiceTest {};
+constexpr uint32_t kWidth = 50, kHeight = 40;
 
-/** The virtual scanner with numbered pages in its feeder and on its glass. */
+/** Pages whose every byte is their number. */
+std::vector<CannedPage> Numbered(uint32_t count)
+{
+    std::vector<CannedPage> pages;
+    for (uint32_t number = 1; number <= count; ++number)
+        pages.push_back(PlainPage(kWidth, kHeight, 24, static_cast<uint8_t>(number)));
+    return pages;
+}
+
+/** The virtual scanner with these pages in its feeder and on its glass. */
 DeviceBuilder ScannerWith(std::vector<CannedPage> pages)
 {
     return VirtualScanner().Edit([pages = std::move(pages)](ItemDefinition& root) {
@@ -25,139 +30,115 @@ DeviceBuilder ScannerWith(std::vector<CannedPage> pages)
     });
 }
 
-/** The numbers of the pages of encoded images: each page's lowest left byte, and that all its bytes are that. */
-std::string NumbersOf(const std::vector<uint8_t>& encoded, bool fileHeader)
+/** A bitmap's number, the same in all its bytes; "?" for another picture. */
+std::string NumberOf(BitmapHandle& bitmap)
 {
-    std::vector<uint8_t> file = encoded;
-    if (!fileHeader) {
-        const auto size = static_cast<uint32_t>(encoded.size() + 14);
-        const uint32_t offset = static_cast<uint32_t>(encoded.size()) - 50 * 40 * 3 - 80;
-        std::vector<uint8_t> header{'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-        std::memcpy(&header[2], &size, 4);
-        const uint32_t pixels = offset + 14;
-        std::memcpy(&header[10], &pixels, 4);
-        file.insert(file.begin(), header.begin(), header.end());
+    KrnAccessBitmap(&bitmap);
+    const auto* image = static_cast<const uint8_t*>(bitmap.image);
+    bool plain = bitmap.width == kWidth && bitmap.height == kHeight;
+    for (uint32_t row = 0; row < bitmap.height; ++row) {
+        const uint8_t* bytes = image + row * bitmap.rowBytes;
+        plain = plain && std::all_of(bytes, bytes + kWidth * 3, [&](uint8_t byte) { return byte == *image; });
     }
+    const std::string number = plain ? std::to_string(*image) : "?";
+    KrnReleaseBitmapAccess(&bitmap);
+    return number;
+}
+
+/** The numbers of the pages of a file, or of a bitmap in memory. */
+std::string NumbersOf(std::string bytes)
+{
+    if (bytes[0] != 'B' && bytes[0] != 'I')  // the file header that a bitmap in memory lacks
+        bytes.insert(0, std::string{"BM\xF6\x17\0\0\0\0\0\0\x36\0\0\0", 14});
     std::string numbers;
     FilLoadOptions options{};
     FilDefaultLoadOptions(&options, sizeof options);
-    for (options.page = 1;; ++options.page) {
-        BitmapHandle bitmap{};
-        if (FilLoadMemory(file.data(), &bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
-                          static_cast<int32_t>(file.size()), &options, nullptr) != FIL_SUCCESS)
-            return numbers.empty() ? "unreadable" : numbers;
-        KrnAccessBitmap(&bitmap);
-        const auto* image = static_cast<const uint8_t*>(bitmap.image);
-        bool plain = bitmap.width == 50 && bitmap.height == 40;
-        for (uint32_t row = 0; row < bitmap.height; ++row)
-            plain = plain && image[row * bitmap.rowBytes] == image[0] &&
-                    image[row * bitmap.rowBytes + 149] == image[0];
-        numbers += plain ? std::to_string(image[0]) : "?";
-        KrnReleaseBitmapAccess(&bitmap);
+    BitmapHandle bitmap{};
+    for (options.page = 1; options.page == 1 || bytes[0] == 'I'; ++options.page) {
+        if (FilLoadMemory(bytes.data(), &bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
+                          static_cast<int32_t>(bytes.size()), &options, nullptr) != FIL_SUCCESS)
+            break;
+        numbers += NumberOf(bitmap);
         KrnFreeBitmap(&bitmap);
-        if (file[0] == 'B')
-            return numbers;
     }
+    return numbers.empty() ? "unreadable" : numbers;
 }
 
-std::string NumbersOf(const Received& received, bool fileHeader = true)
+std::string NumbersOf(const Received& received)
 {
     std::string numbers;
     for (const auto& page : received.pages)
-        numbers += NumbersOf(page, fileHeader);
+        numbers += NumbersOf(std::string{page.begin(), page.end()});
     return numbers;
 }
 
+/** The numbers in a file; none when there is no file. */
 std::string NumbersIn(const std::filesystem::path& file)
 {
-    std::ifstream stream{file, std::ios::binary};
-    return NumbersOf({std::istreambuf_iterator<char>{stream}, {}}, true);
+    return std::filesystem::exists(file) ? NumbersOf(vorn::test::BytesOf(file)) : "";
 }
 
-struct PagesCase {
-    const char* fault;
-    LONG source;
-    LONG pages;
-    const char* numbers;  ///< empty: the feeder is
-    uint32_t loaded = 3;
-};
-constexpr PagesCase kPages[] = {
-    {"takes more than one page from the glass", FLATBED, 3, "1"},
-    {"takes more pages than asked for", FEEDER, 2, "12"},
-    {"does not empty the feeder", FEEDER, 0, "123"},
-    {"fails when fewer pages are there than asked for", FEEDER, 9, "123"},
-    {"tells success for an empty feeder", FEEDER, 0, "", 0},
-};
-
-TEST_F(Transfers, BandsBringThePagesAskedForInEachFormat)
-{
-    const GUID formats[] = {WiaImgFmt_MEMORYBMP, WiaImgFmt_BMP, WiaImgFmt_TIFF};
-    for (const PagesCase& row : kPages) {
-        Use(ScannerWith(Numbered(row.loaded)));
-        for (const GUID& format : formats) {
-            SCOPED_TRACE(std::string{row.fault} + " " + LogGuid(format));
-            const Node root = Open(Generation::One);
-            const Node item = root.Child("Scan");
-            ASSERT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, row.source), S_OK);
-            ASSERT_EQ(root.Write(WIA_DPS_PAGES, row.pages), S_OK);
-            ASSERT_EQ(item.Write(WIA_IPA_FORMAT, Value::Guid(format)), S_OK);
-            const auto client = ComPtr<BandReceiver>::Adopt(new BandReceiver);
-            const bool empty = !*row.numbers;
-            EXPECT_EQ(item.Banded(*client.Get(), 1000), empty ? WIA_ERROR_PAPER_EMPTY : S_OK);
-            if (empty) {
-                EXPECT_EQ(client->received.messages, "");
-                continue;
-            }
-            EXPECT_EQ(NumbersOf(client->received, format != WiaImgFmt_MEMORYBMP), row.numbers);
-            std::string messages = "HSDS";
-            for (size_t page = 1; page < std::strlen(row.numbers); ++page)
-                messages += "NSDS";
-            EXPECT_EQ(client->received.messages, messages + "T");
-            EXPECT_LE(client->longestBand, 1000);
-        }
+class Transfers : public ServiceTest {
+protected:
+    /** Opens the scanner used: its item that transfers so many pages from that source. */
+    Node Source(Generation generation, LONG pages, LONG source = FEEDER) const
+    {
+        const Node root = Open(generation);
+        EXPECT_EQ(root.Write(WIA_DPS_PAGES, pages), S_OK);
+        if (generation == Generation::Two)
+            return root.Child(source == FEEDER ? "Feeder" : "Flatbed");
+        EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, source), S_OK);
+        return root.Child("Scan");
     }
-}
 
-TEST_F(Transfers, FilesHoldThePagesAskedFor)
+    /** Transfers all pages into a file of several: what arrived in it. */
+    std::string MultiPageFile(const Node& item, HRESULT result)
+    {
+        const auto file = Folder() / "pages.tif";
+        std::filesystem::remove(file);
+        EXPECT_EQ(item.Write(WIA_IPA_TYMED, TYMED_MULTIPAGE_FILE), S_OK);
+        EXPECT_EQ(item.ToFile(TYMED_MULTIPAGE_FILE, file), result);
+        return NumbersIn(file);
+    }
+};
+
+TEST_F(Transfers, BringThePagesAskedForInEachFormatAndMedium)
 {
-    for (const PagesCase& row : kPages) {
+    const struct {
+        const char* fault;
+        LONG source, pages;
+        uint32_t loaded;
+        HRESULT result;
+        const char *numbers, *bands, *streams, *oneStream;
+    } rows[] = {
+        {"takes more than one page from the glass", FLATBED, 3, 3, S_OK, "1", "HSDST", "GSET", "GSET"},
+        {"takes more pages than asked for", FEEDER, 2, 3, S_OK, "12", "HSDSNSDST", "GSEGSET", "GSET"},
+        {"does not empty the feeder", FEEDER, 0, 2, S_OK, "12", "HSDSNSDST", "GSEGSET", "GSET"},
+        {"fails when fewer are there than asked for", FEEDER, 9, 1, S_OK, "1", "HSDST", "GSET", "GSET"},
+        {"tells success for an empty feeder", FEEDER, 0, 0, WIA_ERROR_PAPER_EMPTY, "", "", "T", "T"},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.fault);
         Use(ScannerWith(Numbered(row.loaded)));
-        const Node root = Open(Generation::One);
-        const Node item = root.Child("Scan");
-        ASSERT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, row.source), S_OK);
-        ASSERT_EQ(root.Write(WIA_DPS_PAGES, row.pages), S_OK);
-        ASSERT_EQ(item.Write(WIA_IPA_TYMED, TYMED_MULTIPAGE_FILE), S_OK);
-        const auto file = Folder() / (std::to_string(&row - kPages) + ".tif");
-        const bool empty = !*row.numbers;
-        EXPECT_EQ(item.ToFile(TYMED_MULTIPAGE_FILE, file), empty ? WIA_ERROR_PAPER_EMPTY : S_OK);
-        EXPECT_EQ(std::filesystem::exists(file), !empty) << "an empty feeder leaves no file";
-        if (!empty) {
-            EXPECT_EQ(NumbersIn(file), row.numbers);
+        const auto source = [&](Generation generation) { return Source(generation, row.pages, row.source); };
+        for (const GUID& format : {WiaImgFmt_MEMORYBMP, WiaImgFmt_BMP, WiaImgFmt_TIFF}) {
+            const Node item = source(Generation::One);
+            EXPECT_EQ(item.Write(WIA_IPA_FORMAT, Value::Guid(format)), S_OK);
+            const Received bands = item.Banded(1000);
+            EXPECT_EQ(bands.result, row.result);
+            EXPECT_EQ(NumbersOf(bands), row.numbers) << LogGuid(format);
+            EXPECT_EQ(bands.messages, row.bands);
+            EXPECT_LE(bands.longestBand, 1000);
         }
-    }
-}
-
-TEST_F(Transfers, StreamsBringThePagesAskedFor)
-{
-    for (const PagesCase& row : kPages) {
+        EXPECT_EQ(MultiPageFile(source(Generation::One), row.result), row.numbers);
         for (const LONG tymed : {TYMED_FILE + 0, TYMED_MULTIPAGE_FILE}) {
-            SCOPED_TRACE(row.fault);
-            Use(ScannerWith(Numbered(row.loaded)));
-            const Node root = Open(Generation::Two);
-            const Node item = root.Child(row.source == FEEDER ? "Feeder" : "Flatbed");
-            ASSERT_EQ(root.Write(WIA_DPS_PAGES, row.pages), S_OK);
-            ASSERT_EQ(item.Write(WIA_IPA_TYMED, tymed), S_OK);
-            const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-            const bool empty = !*row.numbers;
-            EXPECT_EQ(item.Download(*client.Get()), empty ? WIA_ERROR_PAPER_EMPTY : S_OK);
-            EXPECT_EQ(NumbersOf(client->received), row.numbers);
-            std::string messages;
-            const size_t streams = tymed == TYMED_FILE ? std::strlen(row.numbers) : !empty;
-            for (size_t i = 0; i < streams; ++i)
-                messages += "GSE";
-            EXPECT_EQ(client->received.messages, messages + "T");
-            EXPECT_EQ(client->StreamsHeld(), 0u);
+            const Node item = source(Generation::Two);
+            EXPECT_EQ(item.Write(WIA_IPA_TYMED, tymed), S_OK);
+            const Received streams = item.Download();
+            EXPECT_EQ(streams.result, row.result);
+            EXPECT_EQ(NumbersOf(streams), row.numbers);
+            EXPECT_EQ(streams.messages, tymed == TYMED_FILE ? row.streams : row.oneStream);
+            EXPECT_EQ(streams.streamsHeld, 0u);
         }
     }
 }
@@ -166,11 +147,9 @@ TEST_F(Transfers, PagesGoOnFromOneDownloadToTheNext)
 {
     Use(ScannerWith(Numbered(2)));
     const Node feeder = Open(Generation::Two).Child("Feeder");
-    const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-    EXPECT_EQ(feeder.Download(*client.Get()), S_OK);
-    EXPECT_EQ(feeder.Download(*client.Get()), S_OK);
-    EXPECT_EQ(NumbersOf(client->received), "12");
-    EXPECT_EQ(feeder.Download(*client.Get()), WIA_ERROR_PAPER_EMPTY);
+    EXPECT_EQ(NumbersOf(feeder.Download()), "1");
+    EXPECT_EQ(NumbersOf(feeder.Download()), "2");
+    EXPECT_EQ(feeder.Download().result, WIA_ERROR_PAPER_EMPTY);
 }
 
 TEST_F(Transfers, AClientsAnswerStopsAtEachNotification)
@@ -180,22 +159,16 @@ TEST_F(Transfers, AClientsAnswerStopsAtEachNotification)
         for (size_t stop = 1; stop <= 13; ++stop) {
             SCOPED_TRACE(stop);
             const Answer stopAt = [&](size_t notification) { return notification == stop ? answer : S_OK; };
-            const Node root = Open(Generation::One);
-            root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FEEDER);
-            root.Write(WIA_DPS_PAGES, 0);
-            const auto bands = ComPtr<BandReceiver>::Adopt(new BandReceiver{stopAt});
-            EXPECT_EQ(root.Child("Scan").Banded(*bands.Get(), 3100), answer);
-            EXPECT_EQ(bands->received.notifications, stop) << "messages after the stop";
+            const Received bands = Source(Generation::One, 0).Banded(3100, stopAt);
+            EXPECT_EQ(bands.result, answer);
+            EXPECT_EQ(bands.notifications, stop) << "messages after the stop";
 
-            const Node root2 = Open(Generation::Two);
-            root2.Write(WIA_DPS_PAGES, 0);
-            const auto streams = ComPtr<StreamReceiver>::Adopt(new StreamReceiver{stopAt});
-            const HRESULT result = root2.Child("Feeder").Download(*streams.Get());
             // Two pages of four notifications each; the answer to the end of the transfer changes nothing.
-            EXPECT_EQ(result, stop <= 8 ? answer : S_OK);
-            EXPECT_EQ(streams->received.messages.back(), 'T') << "the end is always told";
-            EXPECT_EQ(streams->received.notifications, std::min<size_t>(stop, 8) + 1);
-            EXPECT_EQ(streams->StreamsHeld(), 0u);
+            const Received streams = Source(Generation::Two, 0).Download(0, stopAt);
+            EXPECT_EQ(streams.result, stop <= 8 ? answer : S_OK);
+            EXPECT_EQ(streams.messages.back(), 'T') << "the end is always told";
+            EXPECT_EQ(streams.notifications, std::min<size_t>(stop, 8) + 1);
+            EXPECT_EQ(streams.streamsHeld, 0u);
         }
     }
 }
@@ -204,111 +177,66 @@ TEST_F(Transfers, CancelFromACallbackEndsTheDownload)
 {
     Use(ScannerWith(Numbered(3)));
     for (size_t at = 1; at <= 4; ++at) {
-        const Node root = Open(Generation::Two);
-        root.Write(WIA_DPS_PAGES, 0);
-        ComPtr<IWiaTransfer> transfer;
-        ASSERT_EQ(root.Child("Feeder").Two()->QueryInterface(IID_IWiaTransfer, transfer.OutVoid()), S_OK);
-        const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver{
-            [&](size_t notification) { return notification == at ? transfer->Cancel() : S_OK; }});
-        EXPECT_EQ(transfer->Download(0, client.Get()), S_FALSE);
-        EXPECT_EQ(client->received.notifications, at + 1);
-        const auto next = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-        EXPECT_EQ(transfer->Download(0, next.Get()), S_OK) << "a cancel does not last";
+        const auto transfer = Source(Generation::Two, 0).As<IWiaTransfer>(IID_IWiaTransfer);
+        const Received cancelled = Download(*transfer.Get(), 0, [&](size_t notification) {
+            return notification == at ? transfer->Cancel() : S_OK;
+        });
+        EXPECT_EQ(cancelled.result, S_FALSE);
+        EXPECT_EQ(cancelled.notifications, at + 1);
+        EXPECT_EQ(Download(*transfer.Get()).result, S_OK) << "a cancel does not last";
     }
 }
-
-struct StepCase {
-    const char* fault;
-    Step step;
-    unsigned nth;
-    const char* numbers1;  ///< pages told complete, first generation
-    const char* numbers2;
-};
-constexpr StepCase kSteps[] = {
-    {"goes on without a transfer", Step::Transfer, 1, "", ""},
-    {"goes on without a first page", Step::Page, 1, "", ""},
-    {"loses the page before a jam", Step::Page, 2, "1", "1"},
-    {"tells a torn page", Step::Band, 4, "1", "1"},
-};
 
 TEST_F(Transfers, AFailingDeviceKeepsThePagesBeforeIt)
 {
-    for (const StepCase& row : kSteps) {
-        for (const Generation generation : kGenerations) {
-            SCOPED_TRACE(row.fault);
-            Use(ScannerWith(Numbered(3)).FailAt(row.step, WIA_ERROR_PAPER_JAM, row.nth));
-            const Node root = Open(generation);
-            root.Write(WIA_DPS_PAGES, 0);
-            if (generation == Generation::One) {
-                root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FEEDER);
-                const Node item = root.Child("Scan");
-                const auto file = Folder() / "pages.tif";
-                item.Write(WIA_IPA_TYMED, TYMED_MULTIPAGE_FILE);
-                EXPECT_EQ(item.ToFile(TYMED_MULTIPAGE_FILE, file), WIA_ERROR_PAPER_JAM);
-                EXPECT_EQ(std::filesystem::exists(file), *row.numbers1 != 0) << "a file without a page";
-                if (*row.numbers1) {
-                    EXPECT_EQ(NumbersIn(file), row.numbers1);
-                }
-                std::filesystem::remove(file);
-            } else {
-                const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-                EXPECT_EQ(root.Child("Feeder").Download(*client.Get()), WIA_ERROR_PAPER_JAM);
-                EXPECT_EQ(NumbersOf(client->received), row.numbers2);
-                EXPECT_EQ(client->StreamsHeld(), 0u);
-            }
-        }
-    }
-}
-
-TEST_F(Transfers, BandsOfATornPageHaveNoTermination)
-{
-    std::vector<CannedPage> pages = Numbered(2);
-    pages[1].failure = WIA_ERROR_PAPER_JAM;
-    pages[1].rowsBeforeFailure = 20;
+    constexpr HRESULT jam = WIA_ERROR_PAPER_JAM;
+    const auto torn = [] {
+        std::vector<CannedPage> pages = Numbered(2);
+        pages[1].ready = false;
+        pages[1].failure = jam;
+        pages[1].rowsBeforeFailure = 20;
+        return ScannerWith(pages);
+    };
+    const auto failing = [](Step step, unsigned nth) {
+        return [=] { return ScannerWith(Numbered(3)).FailAt(step, jam, nth); };
+    };
     const struct {
         const char* fault;
-        DeviceBuilder device;
-        const char* messages;
-    } rows[] = {{"hands a torn page over", ScannerWith(pages), "HSDSNSD"},
-                {"never ends the page before a jam",
-                 ScannerWith(Numbered(2)).FailAt(Step::Page, WIA_ERROR_PAPER_JAM, 2), "HSDST"}};
+        std::function<DeviceBuilder()> device;
+        const char *bands, *numbers;  ///< of pages that are complete
+    } rows[] = {
+        {"goes on without a transfer", failing(Step::Transfer, 1), "", ""},
+        {"goes on without a first page", failing(Step::Page, 1), "", ""},
+        {"loses the page before a jam, or never ends it", failing(Step::Page, 2), "HSDST", "1"},
+        {"tells a page that was cut off", failing(Step::Band, 4), "HSD", "1"},
+        {"hands a torn page over", torn, "HSDSNSD", "1"},
+    };
     for (const auto& row : rows) {
-        Use(row.device);
-        const Node root = Open(Generation::One);
-        root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, FEEDER);
-        root.Write(WIA_DPS_PAGES, 0);
-        const auto client = ComPtr<BandReceiver>::Adopt(new BandReceiver);
-        EXPECT_EQ(root.Child("Scan").Banded(*client.Get(), 600), WIA_ERROR_PAPER_JAM) << row.fault;
-        EXPECT_EQ(client->received.messages, row.messages) << row.fault;
+        SCOPED_TRACE(row.fault);
+        Use(row.device());
+        const Received bands = Source(Generation::One, 0).Banded(600);
+        EXPECT_EQ(bands.result, jam);
+        EXPECT_EQ(bands.messages, row.bands);
+
+        Use(row.device());
+        EXPECT_EQ(MultiPageFile(Source(Generation::One, 0), jam), row.numbers);
+
+        Use(row.device());
+        const Received streams = Source(Generation::Two, 0).Download();
+        EXPECT_EQ(streams.result, jam);
+        EXPECT_EQ(NumbersOf(streams), row.numbers);
+        EXPECT_EQ(streams.streamsHeld, 0u);
     }
 }
 
 TEST_F(Transfers, AReadyPageIsHandedOverWhereItLies)
 {
-    CannedPage page = PlainPage(640, 480, 24, 7);
-    const auto source = MakeCannedPages({page}, true);
+    const auto source = MakeCannedPages({PlainPage(640, 480, 24, 7)}, true);
     std::unique_ptr<Page> lent;
     source->NextPage({}, lent);
-    const uint8_t* image = lent->ReadyImage();
     Use(DeviceBuilder{}.Child(Generation::One, ScannerItem(Generation::One, [=] { return source; })));
-
-    struct Places final : ComObject<IWiaDataCallback> {
-        HRESULT STDMETHODCALLTYPE BandedDataCallback(LONG message, LONG, LONG, LONG offset, LONG, LONG, LONG,
-                                                     BYTE* data) override
-        {
-            inPlace = inPlace && (message != IT_MSG_DATA || offset == 0 || data == image + offset - 40);
-            bands += message == IT_MSG_DATA;
-            return S_OK;
-        }
-        const uint8_t* image = nullptr;
-        bool inPlace = true;
-        int bands = 0;
-    };
-    const auto client = ComPtr<Places>::Adopt(new Places);
-    client->image = image;
-    EXPECT_EQ(Open(Generation::One).Child("Scan").Banded(*client.Get(), 65536), S_OK);
-    EXPECT_TRUE(client->inPlace) << "the page was copied";
-    EXPECT_GT(client->bands, 10);
+    const Received bands = Open(Generation::One).Child("Scan").Banded(65536);
+    EXPECT_EQ(bands.origins, std::set<const BYTE*>{lent->ReadyImage() - 40}) << "the page was copied";
 }
 
 TEST_F(Transfers, DuplexAlternatesTheSidesOfASheet)
@@ -322,56 +250,36 @@ TEST_F(Transfers, DuplexAlternatesTheSidesOfASheet)
         }
         std::string seen;
     };
-    const struct {
-        LONG handling;
-        const char* sides;
-    } rows[] = {{FEEDER, "ffff"}, {FEEDER | DUPLEX, "fbfb"}, {BACK_ONLY, "bbbb"}};
-    for (const auto& row : rows) {
+    const std::pair<LONG, const char*> rows[] = {
+        {FEEDER, "ffff"}, {FEEDER | DUPLEX, "fbfb"}, {BACK_ONLY, "bbbb"}};
+    for (const auto& [handling, seen] : rows) {
         const auto sides = std::make_shared<Sides>();
         Use(VirtualScanner().EditItem(
             VORN_TEXT("Feeder"), [&](ItemDefinition& item) { item.feeder = [sides] { return sides; }; }));
-        const Node root = Open(Generation::Two);
-        root.Write(WIA_DPS_PAGES, 4);
-        EXPECT_EQ(root.Child("Feeder").Write(WIA_IPS_DOCUMENT_HANDLING_SELECT, row.handling), S_OK);
-        const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-        EXPECT_EQ(root.Child("Feeder").Download(*client.Get()), S_OK);
-        EXPECT_EQ(sides->seen, row.sides);
+        const Node feeder = Source(Generation::Two, 4);
+        EXPECT_EQ(feeder.Write(WIA_IPS_DOCUMENT_HANDLING_SELECT, handling), S_OK);
+        EXPECT_EQ(feeder.Download().result, S_OK);
+        EXPECT_EQ(sides->seen, seen);
     }
 }
 
 TEST_F(Transfers, AFolderSendsItsPictures)
 {
-    const Node folder = Open(Generation::Two, "virtual:camera").Child("Pictures");
-    const auto client = ComPtr<StreamReceiver>::Adopt(new StreamReceiver);
-    EXPECT_EQ(folder.Download(*client.Get(), WIA_TRANSFER_ACQUIRE_CHILDREN), S_OK);
-    EXPECT_EQ(client->received.messages, "GSEGSEGSET");
-    EXPECT_EQ(folder.Download(*client.Get()), E_INVALIDARG) << "a folder has no data of its own";
-    ComPtr<IUnknown> none;
-    EXPECT_EQ(Open(Generation::Two, "virtual:camera").Two()->QueryInterface(IID_IWiaTransfer, none.OutVoid()),
-              E_NOINTERFACE);
-}
-
-TEST_F(Transfers, ScriptsReplaceTransfers)
-{
-    Use(VirtualScanner().EditItem(VORN_TEXT("Scan"), [](ItemDefinition& item) {
-        item.banded = [](IWiaDataCallback* callback, const WIA_DATA_TRANSFER_INFO& info) {
-            uint8_t byte = 0;
-            return callback->BandedDataCallback(IT_MSG_DATA, 0, 0, 0, LONG(info.ulBufferSize > 0), 0, 0,
-                                                &byte);
-        };
-    }));
-    const auto client = ComPtr<BandReceiver>::Adopt(new BandReceiver{[](size_t) { return HRESULT(-100); }});
-    EXPECT_EQ(Open(Generation::One).Child("Scan").Banded(*client.Get()), -100);
-    EXPECT_EQ(client->received.messages, "D");
+    const Node root = Open(Generation::Two, "virtual:camera");
+    const Node folder = root.Child("Pictures");
+    const Received pictures = folder.Download(WIA_TRANSFER_ACQUIRE_CHILDREN);
+    EXPECT_EQ(pictures.result, S_OK);
+    EXPECT_EQ(pictures.messages, "GSEGSEGSET");
+    EXPECT_EQ(folder.Download().result, E_INVALIDARG) << "a folder has no data of its own";
+    EXPECT_FALSE(root.As<IWiaTransfer>(IID_IWiaTransfer));
 }
 
 TEST_F(Transfers, ANamelessFileGetsAName)
 {
     Use(ScannerWith(Numbered(1)));
-    const Node item = Open(Generation::One).Child("Scan");
-    item.Write(WIA_IPA_TYMED, TYMED_FILE);
-    ComPtr<IWiaDataTransfer> transfer;
-    ASSERT_EQ(item.One()->QueryInterface(IID_IWiaDataTransfer, transfer.OutVoid()), S_OK);
+    const Node item = Source(Generation::One, 1);
+    EXPECT_EQ(item.Write(WIA_IPA_TYMED, TYMED_FILE), S_OK);
+    const auto transfer = item.As<IWiaDataTransfer>(IID_IWiaDataTransfer);
     STGMEDIUM medium{};
     medium.tymed = TYMED_FILE;
     ASSERT_EQ(transfer->idtGetData(&medium, nullptr), S_OK);
