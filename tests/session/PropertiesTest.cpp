@@ -255,8 +255,11 @@ TEST_P(PropertiesTest, DeliversTextsAndBytesByTheSizeProtocol)
 TEST_P(PropertiesTest, WritesNothingForAnEmptyValue)
 {
     for (const Value& empty : {Value::Text({}), Value::Text({VORN_TEXT("\0x"), 2}), WideText({})}) {
-        Publish({Probe(kText, empty), Probe(kBytes, Value::Bytes({}))});
-        ExpectEmptyValues();
+        for (const Property& none :
+             {Probe(kBytes, Value::Bytes({})), Answering(kBytes, Hollow(VT_VECTOR | VT_UI1))}) {
+            Publish({Probe(kText, empty), none});
+            ExpectEmptyValues();
+        }
     }
 }
 
