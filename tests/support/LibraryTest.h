@@ -6,45 +6,37 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "Files.h"
 #include "com.h"
 #include "vornwia.h"
 
 namespace vorn::test {
 
-/** A path as the library takes it. */
-WString Wide(const std::filesystem::path& path);
-
 /** A wide text as the test program prints it. */
 std::string Narrow(const WCHAR* text);
-
-/** The names in a folder; empty when there is no such folder. */
-std::set<std::string> NamesIn(const std::filesystem::path& folder);
-
-/** Files byte for byte. */
-std::string BytesOf(const std::filesystem::path& file);
-void WriteBytes(const std::filesystem::path& file, std::string_view bytes);
 
 class LibraryTest : public ::testing::Test {
 protected:
     LibraryTest();
-    ~LibraryTest() override;
     void TearDown() override;
 
     /** A folder of this test's own, made on first use and removed after it. */
     const std::filesystem::path& Folder();
 
-    /** What the library keeps in the process's temporary directory now. */
+    /** The process's temporary directory, and what the library keeps there now. */
+    static std::filesystem::path TemporaryDirectory();
     static std::set<std::string> TemporaryFiles();
 
 private:
     uint64_t trackedBefore_;
     int64_t objectsBefore_;
-    std::filesystem::path folder_;
+    std::optional<ScratchFolder> folder_;
 };
 
 }  // namespace vorn::test
