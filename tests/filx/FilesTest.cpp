@@ -1,33 +1,26 @@
-#include <iterator>
-
 #include "Pictures.h"
 
 namespace vorn::test {
 namespace {
 
-struct ExtensionCase {
-    const WCHAR* name;
-    int32_t format;
-};
-const ExtensionCase kExtensions[] = {
-    {VORN_TEXT("page.tif"), FIL_FORMAT_TIFF},
-    {VORN_TEXT("C:\\dir.bmp\\PAGE.TIFF"), FIL_FORMAT_TIFF},
-    {VORN_TEXT("/\u65e5/a.b.Bmp"), FIL_FORMAT_BMP},
-    {VORN_TEXT("page"), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT("/dir.bmp/page"), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT("dir.bmp\\page"), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT("page.bmp "), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT("page.bmpbmpbmpbmp"), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT("page.\u1062mp"), FIL_FORMAT_UNKNOWN},  // its low byte is that of a b
-    {VORN_TEXT("page."), FIL_FORMAT_UNKNOWN},
-    {VORN_TEXT(""), FIL_FORMAT_UNKNOWN},
-    {nullptr, FIL_FORMAT_UNKNOWN},
-};
-
 TEST(FormatFromName, FollowsTheExtension)
 {
-    for (size_t i = 0; i < std::size(kExtensions); ++i)
-        EXPECT_EQ(FilFormatFromName(kExtensions[i].name), kExtensions[i].format) << "row " << i;
+    const std::pair<const WCHAR*, int32_t> rows[] = {
+        {VORN_TEXT("page.tif"), FIL_FORMAT_TIFF},
+        {VORN_TEXT("C:\\dir.bmp\\PAGE.TIFF"), FIL_FORMAT_TIFF},
+        {VORN_TEXT("/\u65e5/a.b.Bmp"), FIL_FORMAT_BMP},
+        {VORN_TEXT("page"), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT("/dir.bmp/page"), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT("dir.bmp\\page"), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT("page.bmp "), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT("page.bmpbmpbmpbmp"), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT("page.\u1062mp"), FIL_FORMAT_UNKNOWN},  // its low byte is that of a b
+        {VORN_TEXT("page."), FIL_FORMAT_UNKNOWN},
+        {VORN_TEXT(""), FIL_FORMAT_UNKNOWN},
+        {nullptr, FIL_FORMAT_UNKNOWN},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(FilFormatFromName(row.first), row.second) << "row " << &row - rows;
 }
 
 class Files : public FilesTest {};
@@ -41,14 +34,13 @@ TEST_F(Files, PlacesThatGiveNoFileAreTold)
     EXPECT_EQ(Save(Name("missing/page.tif"), picture, FIL_FORMAT_TIFF), FIL_ERR_NOT_FOUND);
     EXPECT_EQ(Load(Name("."), loaded), FIL_ERR_IS_DIRECTORY);
     EXPECT_EQ(Save(Name("."), picture, FIL_FORMAT_TIFF), FIL_ERR_IS_DIRECTORY);
-    Write(Name("empty"), {});
-    Write(Name("text"), {'h', 'e', 'l', 'l', 'o'});
+    WriteBytes(Name("empty"), "");
+    WriteBytes(Name("text"), "hello");
     EXPECT_EQ(Load(Name("empty"), loaded), FIL_ERR_UNKNOWN_FORMAT);
     EXPECT_EQ(Load(Name("text"), loaded), FIL_ERR_UNKNOWN_FORMAT);
     EXPECT_EQ(Save(Name("text"), picture, FIL_FORMAT_TIFF), FIL_ERR_UNKNOWN_FORMAT);
-    EXPECT_EQ(Read(Name("text")).size(), 5u);
-    EXPECT_EQ(Save(Name("empty"), picture, FIL_FORMAT_TIFF), FIL_SUCCESS)
-        << "an empty file is as good as none";
+    EXPECT_EQ(BytesOf(Name("text")), "hello");
+    EXPECT_EQ(Save(Name("empty"), picture, FIL_FORMAT_TIFF), FIL_SUCCESS) << "as good as none";
 }
 
 TEST_F(Files, ArgumentsAreChecked)
@@ -61,8 +53,7 @@ TEST_F(Files, ArgumentsAreChecked)
     FilFileInfo info;
     FilLoadOptions options{};
     EXPECT_EQ(FilDefaultLoadOptions(&options, 47), FIL_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(FilInfo(path, &info, FIL_INFO_SIZE, 0, &options), FIL_ERR_INVALID_ARGUMENT)
-        << "options not filled";
+    EXPECT_EQ(FilInfo(path, &info, FIL_INFO_SIZE, 0, &options), FIL_ERR_INVALID_ARGUMENT) << "not filled";
     EXPECT_EQ(FilInfo(nullptr, &info, FIL_INFO_SIZE, 0, nullptr), FIL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(FilInfo(path, &info, 2211, 0, nullptr), FIL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(FilLoad(path, nullptr, 272, 0, 4, nullptr, nullptr), FIL_ERR_INVALID_ARGUMENT);
@@ -74,10 +65,10 @@ TEST_F(Files, ArgumentsAreChecked)
     EXPECT_EQ(FilLoadMemory(path, &record, 272, 0, 4, -1, nullptr, nullptr), FIL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(record.flags, 0u) << "the image that the record held is gone";
 
+    const WString other = Name("b");
     const auto save = [&](const BitmapHandle& bitmap, int32_t format, uint32_t bits, int32_t mode,
                           int32_t compression) {
-        return FilSave(Name("b").c_str(), &bitmap, format, bits, mode, compression, nullptr, nullptr,
-                       nullptr);
+        return FilSave(other.c_str(), &bitmap, format, bits, mode, compression, nullptr, nullptr, nullptr);
     };
     EXPECT_EQ(save(BitmapHandle{}, 1, 0, 2, 6), FIL_ERR_INVALID_ARGUMENT);
     EXPECT_EQ(save(picture.record, 3, 0, 2, 6), FIL_ERR_UNSUPPORTED);
@@ -87,7 +78,7 @@ TEST_F(Files, ArgumentsAreChecked)
     BitmapHandle lying = picture.record;
     lying.height = 1000;
     EXPECT_EQ(save(lying, 1, 0, 2, 6), FIL_ERR_INVALID_ARGUMENT) << "would read past the image";
-    EXPECT_EQ(FileCount(), 1u);
+    EXPECT_EQ(NamesIn(folder.Path()).size(), 1u);
 }
 
 TEST_F(Files, ALoadReplacesTheImageOfTheRecord)

@@ -1,24 +1,9 @@
 #include "Pictures.h"
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <random>
 
 namespace vorn::test {
-namespace {
-
-WString Wide(const std::filesystem::path& path)
-{
-#ifdef _WIN32
-    return path.wstring();
-#else
-    return path.u16string();
-#endif
-}
-
-}  // namespace
 
 Picture::Picture(uint32_t width, uint32_t height, uint32_t bits, uint32_t view, uint32_t seed)
 {
@@ -65,40 +50,6 @@ std::string Difference(const Picture& left, const Picture& right)
     return {};
 }
 
-FilesTest::FilesTest()
-{
-    // A name of two alphabets and an astral character: every test proves that such names work.
-    // The number keeps tests that run at the same time apart.
-    const std::u16string name = u"vorn_filx_\u00e9\u65e5\U0001f5a8_";
-    do {
-        const std::string number = std::to_string(std::random_device{}());
-        folder = std::filesystem::temp_directory_path() / (name + std::filesystem::path{number}.u16string());
-    } while (!std::filesystem::create_directory(folder));
-}
-
-FilesTest::~FilesTest()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-}
-
-WString FilesTest::Name(const std::filesystem::path& name) const
-{
-    return Wide(folder / name);
-}
-
-Bytes FilesTest::Read(const WString& name)
-{
-    std::ifstream stream{std::filesystem::path{name}, std::ios::binary};
-    return {std::istreambuf_iterator<char>{stream}, {}};
-}
-
-void FilesTest::Write(const WString& name, const Bytes& bytes)
-{
-    std::ofstream stream{std::filesystem::path{name}, std::ios::binary};
-    stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
 int32_t FilesTest::Save(const WString& name, const Picture& picture, int32_t format, int32_t mode)
 {
     return FilSave(name.c_str(), &picture.record, format, 0, mode, FIL_COMPRESSION_DEFAULT, nullptr, nullptr,
@@ -113,14 +64,9 @@ int32_t FilesTest::Load(const WString& name, Picture& picture, uint32_t page)
     return FilLoad(name.c_str(), &picture.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR, &options, nullptr);
 }
 
-size_t FilesTest::FileCount() const
+int32_t LoadBytes(std::string_view bytes, Picture& picture)
 {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator{folder}, {}));
-}
-
-int32_t LoadBytes(const Bytes& bytes, Picture& picture)
-{
-    const auto exact = std::make_unique<uint8_t[]>(bytes.size());
+    const auto exact = std::make_unique<char[]>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), exact.get());
     return FilLoadMemory(exact.get(), &picture.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
                          static_cast<int32_t>(bytes.size()), nullptr, nullptr);

@@ -1,22 +1,18 @@
 /**
  * @file Pictures.h
- * Bitmaps, files and folders of the file library's tests.
+ * Bitmaps and files of the file library's tests.
  */
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <filesystem>
 #include <string>
-#include <vector>
 
 #include "Vornfilx.h"
+#include "support/Files.h"
 
 namespace vorn::test {
-
-using WString = std::basic_string<WCHAR>;
-using Bytes = std::vector<uint8_t>;
 
 /** A bitmap record that frees its image. */
 class Picture {
@@ -26,7 +22,6 @@ public:
     Picture(uint32_t width, uint32_t height, uint32_t bits, uint32_t view = KRN_VIEW_BOTTOM_LEFT,
             uint32_t seed = 1);
     Picture(const Picture&) = delete;
-    Picture& operator=(const Picture&) = delete;
     ~Picture() { KrnFreeBitmap(&record); }
 
     /** Blue, green, red; `y` counts from the top of the picture. */
@@ -39,25 +34,19 @@ public:
 /** Says where two pictures differ, or nothing. */
 std::string Difference(const Picture& left, const Picture& right);
 
-/** Owns a folder for one test. */
+/** Files in a folder of the test's own. */
 class FilesTest : public testing::Test {
 protected:
-    FilesTest();
-    ~FilesTest() override;
-
     /** A name in the folder. */
-    WString Name(const std::filesystem::path& name) const;
-    static Bytes Read(const WString& name);
-    static void Write(const WString& name, const Bytes& bytes);
+    WString Name(const char* name) const { return Wide(folder.Path() / name); }
     static int32_t Save(const WString& name, const Picture& picture, int32_t format,
                         int32_t mode = FIL_SAVE_ADD_PAGE);
     static int32_t Load(const WString& name, Picture& picture, uint32_t page = 1);
-    size_t FileCount() const;
 
-    std::filesystem::path folder;
+    ScratchFolder folder;
 };
 
 /** Loads from a copy that ends just with the data, so that a read past it is seen. */
-int32_t LoadBytes(const Bytes& bytes, Picture& picture);
+int32_t LoadBytes(std::string_view bytes, Picture& picture);
 
 }  // namespace vorn::test

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include "Pictures.h"
 
 #ifdef __linux__
@@ -14,24 +16,23 @@ class Safety : public FilesTest {};
 TEST_F(Safety, ExistingFilesOfOneKindAreNotChangedByAnother)
 {
     const Picture picture{40, 40, 24};
-    struct Case {
+    struct Row {
         const char* fault;
         int32_t present, format, mode, expected;
     };
-    for (const Case& row : {
-             Case{"second page of a BMP", FIL_FORMAT_BMP, FIL_FORMAT_BMP, FIL_SAVE_ADD_PAGE,
-                  FIL_ERR_SINGLE_PAGE_FORMAT},
-             Case{"BMP page for a TIFF", FIL_FORMAT_TIFF, FIL_FORMAT_BMP, FIL_SAVE_ADD_PAGE,
-                  FIL_ERR_UNSUPPORTED},
-             Case{"TIFF page for a BMP", FIL_FORMAT_BMP, FIL_FORMAT_TIFF, FIL_SAVE_ADD_PAGE,
-                  FIL_ERR_UNSUPPORTED},
-             Case{"new file over an old one", FIL_FORMAT_TIFF, FIL_FORMAT_TIFF, FIL_SAVE_NEW, FIL_ERR_ACCESS},
-         }) {
+    constexpr int32_t kBmp = FIL_FORMAT_BMP, kTiff = FIL_FORMAT_TIFF, kAdd = FIL_SAVE_ADD_PAGE;
+    const Row rows[] = {
+        {"second page of a BMP", kBmp, kBmp, kAdd, FIL_ERR_SINGLE_PAGE_FORMAT},
+        {"BMP page for a TIFF", kTiff, kBmp, kAdd, FIL_ERR_UNSUPPORTED},
+        {"TIFF page for a BMP", kBmp, kTiff, kAdd, FIL_ERR_UNSUPPORTED},
+        {"new file over an old one", kTiff, kTiff, FIL_SAVE_NEW, FIL_ERR_ACCESS},
+    };
+    for (const Row& row : rows) {
         const WString name = Name("file");
         ASSERT_EQ(Save(name, picture, row.present), FIL_SUCCESS);
-        const Bytes before = Read(name);
+        const std::string before = BytesOf(name);
         EXPECT_EQ(Save(name, picture, row.format, row.mode), row.expected) << row.fault;
-        EXPECT_EQ(Read(name), before) << row.fault;
+        EXPECT_EQ(BytesOf(name), before) << row.fault;
         std::filesystem::remove(name);
     }
 }
@@ -43,7 +44,7 @@ TEST_F(Safety, EveryAllocationMayFail)
     for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF}) {
         std::filesystem::remove(name);
         ASSERT_EQ(Save(name, picture, format), FIL_SUCCESS);
-        const Bytes before = Read(name);
+        const std::string before = BytesOf(name);
         const uint64_t tracked = KrnTrackedCount();
         int failures = 0;
         const auto exhaust = [&](auto&& operation) {
@@ -55,8 +56,8 @@ TEST_F(Safety, EveryAllocationMayFail)
                 if (status != FIL_ERR_OUT_OF_MEMORY)
                     return status;
                 ++failures;
-                EXPECT_EQ(Read(name), before);
-                EXPECT_EQ(FileCount(), 1u) << "a half-written file is left";
+                EXPECT_EQ(BytesOf(name), before);
+                EXPECT_EQ(NamesIn(folder.Path()).size(), 1u) << "a half-written file is left";
             }
         };
         const auto load = [&] {
@@ -76,65 +77,48 @@ TEST_F(Safety, LinksAreFollowedAndPipesAndReadOnlyPlacesRefused)
 {
     const Picture picture{4, 4, 24};
     ASSERT_EQ(Save(Name("real.tif"), picture, FIL_FORMAT_TIFF), FIL_SUCCESS);
-    std::filesystem::create_symlink(folder / "real.tif", folder / "link.tif");
+    std::filesystem::create_symlink(Name("real.tif"), Name("link.tif"));
     EXPECT_EQ(Save(Name("link.tif"), picture, FIL_FORMAT_TIFF), FIL_SUCCESS);
     Picture page;
     EXPECT_EQ(Load(Name("real.tif"), page, 2), FIL_SUCCESS);
-    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.tif"));
+    EXPECT_TRUE(std::filesystem::is_symlink(Name("link.tif")));
 
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((folder.Path() / "pipe").c_str(), 0600), 0);
     EXPECT_EQ(Load(Name("pipe"), page), FIL_ERR_ACCESS) << "a pipe without a writer would hold the caller";
     if (geteuid() == 0)
         GTEST_SKIP() << "permissions are not seen: they do not bind root";
-    chmod((folder / "real.tif").c_str(), 0400);
+    chmod((folder.Path() / "real.tif").c_str(), 0400);
     EXPECT_EQ(Save(Name("real.tif"), picture, FIL_FORMAT_TIFF), FIL_ERR_ACCESS);
 }
 
-/** A file system of 256 KiB. */
-class SmallDisk {
-public:
-    explicit SmallDisk(const std::filesystem::path& where) : where_{where}
-    {
-        std::filesystem::create_directory(where_);
-        mounted_ = mount("none", where_.c_str(), "tmpfs", 0, "size=256k") == 0;
-    }
-    ~SmallDisk()
-    {
-        if (mounted_)
-            umount(where_.c_str());
-    }
-    bool Mounted() const { return mounted_; }
-
-private:
-    std::filesystem::path where_;
-    bool mounted_ = false;
-};
-
 TEST_F(Safety, AFullDiskLeavesWhatWasThere)
 {
-    const SmallDisk disk{folder / "small"};
-    if (!disk.Mounted())
+    const std::string disk = folder.Path() / "small";
+    std::filesystem::create_directory(disk);
+    if (mount("none", disk.c_str(), "tmpfs", 0, "size=256k") != 0)
         GTEST_SKIP() << "a full disk is not seen: no right to mount one";
+    const std::unique_ptr<const char, int (*)(const char*)> mounted{disk.c_str(), umount};
     const Picture small{50, 50, 24}, large{400, 400, 24, KRN_VIEW_BOTTOM_LEFT, 2};
     for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF}) {
         EXPECT_EQ(Save(Name("small/new"), large, format), FIL_ERR_DISK_FULL);
-        EXPECT_FALSE(std::filesystem::exists(folder / "small" / "new")) << "a half-written file is left";
+        EXPECT_FALSE(std::filesystem::exists(folder.Path() / "small" / "new"))
+            << "a half-written file is left";
     }
     const WString name = Name("small/pages.tif");
     ASSERT_EQ(Save(name, small, FIL_FORMAT_TIFF), FIL_SUCCESS);
-    const Bytes before = Read(name);
+    const std::string before = BytesOf(name);
     EXPECT_EQ(Save(name, large, FIL_FORMAT_TIFF), FIL_ERR_DISK_FULL);
-    EXPECT_EQ(Read(name), before);
+    EXPECT_EQ(BytesOf(name), before);
 
     // Fills the disk page by page, so that it becomes full at some write of an append, small ones included.
     int32_t status = FIL_SUCCESS;
     uint32_t pages = 1;
-    Bytes last = before;
+    std::string last = before;
     for (; pages < 1000 && (status = Save(name, Picture{30, 30, 24}, FIL_FORMAT_TIFF)) == FIL_SUCCESS;
          ++pages)
-        last = Read(name);
+        last = BytesOf(name);
     EXPECT_EQ(status, FIL_ERR_DISK_FULL);
-    EXPECT_EQ(Read(name), last);
+    EXPECT_EQ(BytesOf(name), last);
     Picture page;
     EXPECT_EQ(Load(name, page, pages), FIL_SUCCESS);
     EXPECT_EQ(Difference(page, Picture{30, 30, 24}), "");

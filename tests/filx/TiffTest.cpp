@@ -7,27 +7,37 @@
 namespace vorn::test {
 namespace {
 
-class Tiff : public FilesTest {
-protected:
-    /** Writes a file by libtiff; the picture is `width` x `height` with value(x, y, sample). */
-    struct Variant {
-        const char* name;
-        uint16_t bits, samples, photometric, compression;
-        bool tiled, planes;
-        uint32_t loadedBits;  // 0: refused
-    };
-    void WriteVariant(const WString& name, const Variant& variant);
+constexpr uint32_t kSize = 48, kTile = 32, kStrip = 10;  // the outer tiles reach past the picture
+constexpr uint16_t kGrey = PHOTOMETRIC_MINISBLACK, kRgb = PHOTOMETRIC_RGB;
 
-    static uint8_t Sample(uint32_t x, uint32_t y, uint32_t sample)
-    {
-        return static_cast<uint8_t>(x * 3 + y * 7 + sample * 50);
-    }
-    static constexpr uint32_t kSize = 48, kTile = 32;  // the outer tiles reach past the picture
+/** A file as others write it: a square of Sample(). */
+struct Variant {
+    const char* name;
+    uint16_t bits, samples, photometric, compression;
+    bool tiled, planes;
+    uint32_t loadedBits;  // 0: refused
 };
 
-void Tiff::WriteVariant(const WString& name, const Variant& variant)
+uint8_t Sample(uint32_t x, uint32_t y, uint32_t sample)
 {
-    TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), "w");
+    return static_cast<uint8_t>(x * 3 + y * 7 + sample * 50);
+}
+
+/** Eight pixels of 1 bit, the same all along a row. */
+uint8_t Eight(uint32_t y)
+{
+    return static_cast<uint8_t>(y * 5);
+}
+
+class Tiff : public FilesTest {
+protected:
+    static void WriteVariant(const WString& name, const Variant& variant, const char* mode = "w");
+    static int32_t CountPages(const WString& name, FilFileInfo& info, uint32_t page = 1);
+};
+
+void Tiff::WriteVariant(const WString& name, const Variant& variant, const char* mode)
+{
+    TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), mode);
     ASSERT_NE(tiff, nullptr);
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kSize);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kSize);
@@ -43,37 +53,38 @@ void Tiff::WriteVariant(const WString& name, const Variant& variant)
         TIFFSetField(tiff, TIFFTAG_TILEWIDTH, kTile);
         TIFFSetField(tiff, TIFFTAG_TILELENGTH, kTile);
     } else {
-        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 10);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kStrip);
     }
-    const uint32_t across = variant.tiled ? kTile : kSize;
-    const uint16_t samples = variant.planes ? 1 : variant.samples;
-    const uint32_t planes = variant.planes ? variant.samples : 1;
-    const size_t bytesPerSample = variant.bits == 16 ? 2 : 1;
+    const auto write = variant.tiled ? &TIFFWriteEncodedTile : &TIFFWriteEncodedStrip;
+    const uint32_t across = variant.tiled ? kTile : kSize, down = variant.tiled ? kTile : kStrip;
+    const uint32_t samples = variant.planes ? 1 : variant.samples, planes = variant.samples / samples;
+    const uint32_t rowBytes = across * samples * variant.bits / 8;
+    uint32_t index = 0;
     for (uint32_t plane = 0; plane < planes; ++plane)
-        for (uint32_t top = 0; top < kSize; top += variant.tiled ? kTile : 1)
+        for (uint32_t top = 0; top < kSize; top += down)
             for (uint32_t left = 0; left < kSize; left += across) {
-                const uint32_t rows = variant.tiled ? kTile : 1;
-                Bytes block(size_t{across} * rows * samples * bytesPerSample);
-                for (uint32_t i = 0; i < across * rows * samples; ++i) {
-                    const uint32_t pixel = i / samples;
-                    const uint8_t value = Sample(left + pixel % across, top + pixel / across,
-                                                 variant.planes ? plane : i % samples);
-                    for (size_t k = 0; k < bytesPerSample; ++k)
-                        block[i * bytesPerSample + k] = value;
+                std::vector<uint8_t> block(size_t{rowBytes} *
+                                           (variant.tiled ? down : std::min(down, kSize - top)));
+                for (uint32_t i = 0; i < block.size(); ++i) {
+                    const uint32_t y = top + i / rowBytes, value = i % rowBytes * 8 / variant.bits;
+                    block[i] = variant.bits == 1 ? Eight(y)
+                                                 : Sample(left + value / samples, y, plane + value % samples);
                 }
-                if (variant.bits == 1)
-                    block.assign(across / 8, static_cast<uint8_t>(top * 5));
-                if (variant.tiled)
-                    TIFFWriteTile(tiff, block.data(), left, top, 0, static_cast<uint16_t>(plane));
-                else
-                    TIFFWriteScanline(tiff, block.data(), top, static_cast<uint16_t>(plane));
+                write(tiff, index++, block.data(), static_cast<tmsize_t>(block.size()));
             }
     TIFFClose(tiff);
 }
 
+int32_t Tiff::CountPages(const WString& name, FilFileInfo& info, uint32_t page)
+{
+    FilLoadOptions options;
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    options.page = page;
+    return FilInfo(name.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, &options);
+}
+
 TEST_F(Tiff, VariantsThatOthersWriteAreRead)
 {
-    constexpr uint16_t kGrey = PHOTOMETRIC_MINISBLACK, kRgb = PHOTOMETRIC_RGB;
     const Variant variants[] = {
         {"packed bits", 8, 1, kGrey, COMPRESSION_PACKBITS, false, false, 8},
         {"LZW", 8, 3, kRgb, COMPRESSION_LZW, false, false, 24},
@@ -105,7 +116,7 @@ TEST_F(Tiff, VariantsThatOthersWriteAreRead)
             for (uint32_t x = 0; x < kSize; ++x) {
                 const auto color = picture.ColorAt(x, y);
                 if (variant.bits == 1) {
-                    const bool black = static_cast<uint8_t>(y * 5) >> (7 - x % 8) & 1;
+                    const bool black = Eight(y) >> (7 - x % 8) & 1;
                     ASSERT_EQ(color[0], black ? 0 : 255) << x << ", " << y;
                 } else {
                     const uint32_t blue = variant.samples == 3 ? 2 : 0;
@@ -130,11 +141,8 @@ TEST_F(Tiff, PagesAreAppendedCountedAndFound)
         ASSERT_EQ(Load(name, page, i + 1), FIL_SUCCESS);
         EXPECT_EQ(Difference(expected, page), "");
     }
-    FilLoadOptions options;
-    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
-    options.page = 12;
     FilFileInfo info;
-    ASSERT_EQ(FilInfo(name.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, &options), FIL_SUCCESS);
+    ASSERT_EQ(CountPages(name, info, 12), FIL_SUCCESS);
     EXPECT_EQ(info.pageCount, 12u);
     EXPECT_EQ(info.width, 31u);
     Picture none;
@@ -147,24 +155,18 @@ TEST_F(Tiff, PagesAreAppendedToFilesOfOthers)
 {
     for (const char* mode : {"wb", "wl", "wb8", "wl8"}) {  // both byte orders, both offset sizes
         const WString name = Name("other.tif");
-        TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), mode);
-        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 8);
-        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
-        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-        char row[] = "abcdefgh";
-        TIFFWriteScanline(tiff, row, 0, 0);
-        TIFFClose(tiff);
+        SCOPED_TRACE(mode);
+        WriteVariant(name, {"grey", 8, 1, kGrey, COMPRESSION_NONE, false, false, 8}, mode);
         const Picture second{30, 30, 24}, third{10, 10, 8};
-        ASSERT_EQ(Save(name, second, FIL_FORMAT_TIFF), FIL_SUCCESS) << mode;
-        ASSERT_EQ(Save(name, third, FIL_FORMAT_TIFF), FIL_SUCCESS) << mode;
+        ASSERT_EQ(Save(name, second, FIL_FORMAT_TIFF), FIL_SUCCESS);
+        ASSERT_EQ(Save(name, third, FIL_FORMAT_TIFF), FIL_SUCCESS);
         Picture page;
-        ASSERT_EQ(Load(name, page, 1), FIL_SUCCESS) << mode;
-        EXPECT_EQ(page.ValueAt(7, 0), uint32_t{'h'});
-        ASSERT_EQ(Load(name, page, 2), FIL_SUCCESS) << mode;
-        EXPECT_EQ(Difference(second, page), "") << mode;
-        ASSERT_EQ(Load(name, page, 3), FIL_SUCCESS) << mode;
-        EXPECT_EQ(Difference(third, page), "") << mode;
+        ASSERT_EQ(Load(name, page, 1), FIL_SUCCESS);
+        EXPECT_EQ(page.ValueAt(7, 0), Sample(7, 0, 0));
+        ASSERT_EQ(Load(name, page, 2), FIL_SUCCESS);
+        EXPECT_EQ(Difference(second, page), "");
+        ASSERT_EQ(Load(name, page, 3), FIL_SUCCESS);
+        EXPECT_EQ(Difference(third, page), "");
     }
 }
 
@@ -173,29 +175,28 @@ TEST_F(Tiff, ADamagedChainIsAnErrorAndIsNotAppendedTo)
     const WString name = Name("chain.tif");
     const Picture page{8, 8, 8};
     ASSERT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_SUCCESS);
-    const size_t onePage = Read(name).size();
+    const size_t onePage = BytesOf(name).size();
     ASSERT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_SUCCESS);
-    const Bytes sound = Read(name);
+    const std::string sound = BytesOf(name);
     const auto offsetAt = [&sound](size_t at) {
         uint32_t value = 0;
         std::memcpy(&value, sound.data() + at, 4);
         return value;
     };
     const auto nextOf = [&sound](uint32_t directory) {
-        return directory + 2 + size_t{12} * sound[directory];
+        return directory + 2 + 12 * static_cast<size_t>(sound[directory]);
     };
     const uint32_t first = offsetAt(4);
     const uint32_t second = offsetAt(nextOf(first));
     ASSERT_GT(second, onePage);
     for (const uint32_t leadsTo : {first, second, static_cast<uint32_t>(sound.size()), UINT32_MAX}) {
-        Bytes damaged = sound;
+        std::string damaged = sound;
         std::memcpy(damaged.data() + nextOf(second), &leadsTo, 4);
-        Write(name, damaged);
+        WriteBytes(name, damaged);
         FilFileInfo info;
-        EXPECT_EQ(FilInfo(name.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr),
-                  FIL_ERR_CORRUPT);
+        EXPECT_EQ(CountPages(name, info), FIL_ERR_CORRUPT);
         EXPECT_EQ(Save(name, page, FIL_FORMAT_TIFF), FIL_ERR_CORRUPT);
-        EXPECT_EQ(Read(name), damaged);
+        EXPECT_EQ(BytesOf(name), damaged);
         Picture readable;
         EXPECT_EQ(Load(name, readable, 2), FIL_SUCCESS) << "a page before the damage";
     }
@@ -206,12 +207,12 @@ TEST_F(Tiff, DamageAnywhereNeitherCrashesNorLeaks)
     const WString name = Name("damage.tif");
     for (const uint32_t bits : {1u, 24u}) {
         ASSERT_EQ(Save(name, Picture{9, 5, bits}, FIL_FORMAT_TIFF), FIL_SUCCESS);
-        const Bytes sound = Read(name);
+        const std::string sound = BytesOf(name);
         for (size_t at = 0; at < sound.size(); ++at) {
             Picture cut;
-            ASSERT_LT(LoadBytes({sound.begin(), sound.begin() + static_cast<ptrdiff_t>(at)}, cut), 0) << at;
-            for (const uint8_t value : {uint8_t{0x00}, uint8_t{0x7F}, uint8_t{0xFF}}) {
-                Bytes damaged = sound;
+            ASSERT_LT(LoadBytes(std::string_view{sound}.substr(0, at), cut), 0) << at;
+            for (const char value : {'\x00', '\x7F', '\xFF'}) {
+                std::string damaged = sound;
                 damaged[at] = value;
                 Picture picture;
                 LoadBytes(damaged, picture);
