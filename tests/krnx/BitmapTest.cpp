@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <initializer_list>
+#include <vector>
 
-#include "MisuseLog.h"
+#include "Vornkrnx.h"
 
 namespace {
 

@@ -4,31 +4,39 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
-#include "MisuseLog.h"
+#include "Vornkrnx.h"
 
 namespace {
 
-using vorn::test::MisuseLog;
+using Lines = std::vector<std::string>;
 
 constexpr const char* kHere = "MemoryTest";
 
+void Append(const char* line, void* lines)
+{
+    static_cast<Lines*>(lines)->emplace_back(line);
+}
+
 class KernelMemory : public testing::Test {
 protected:
-    std::vector<std::string> NewlyTracked() const
+    KernelMemory() { KrnSetMisuseSink(&Append, &misuse_); }
+    ~KernelMemory() override { KrnSetMisuseSink(nullptr, nullptr); }
+
+    Lines NewlyTracked() const
     {
-        std::vector<std::string> lines;
-        KrnReportTracked([](const char* line,
-                            void* out) { static_cast<std::vector<std::string>*>(out)->emplace_back(line); },
-                         &lines);
+        Lines lines;
+        KrnReportTracked(&Append, &lines);
         lines.erase(lines.begin(),
                     lines.begin() + static_cast<ptrdiff_t>(std::min<size_t>(before_, lines.size())));
         return lines;
     }
     uint64_t NewCount() const { return KrnTrackedCount() - before_; }
 
-    MisuseLog misuse_;
+    Lines misuse_;  ///< what the kernel library reports as misuse
 
 private:
     uint64_t before_ = KrnTrackedCount();
@@ -58,7 +66,7 @@ TEST_F(KernelMemory, SizesAreChecked)
         EXPECT_EQ(array != nullptr, row.allocates) << row.fault;
         KrnFreeArray(array, 1, kHere);
     }
-    EXPECT_TRUE(misuse_.lines.empty());
+    EXPECT_TRUE(misuse_.empty());
 }
 
 TEST_F(KernelMemory, ResizeKeepsContentOrderAndTheOldBlockOnFailure)
@@ -78,10 +86,7 @@ TEST_F(KernelMemory, ResizeKeepsContentOrderAndTheOldBlockOnFailure)
     EXPECT_EQ(KrnRealloc(block, 1000, 1, kHere), nullptr);
     EXPECT_EQ(std::memcmp(block, "abcd", 4), 0);
 
-    const std::vector<std::string> lines = NewlyTracked();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], "resized:30: block of 4 bytes");
-    EXPECT_EQ(lines[1], "second:20: block of 1 bytes");
+    EXPECT_EQ(NewlyTracked(), (Lines{"resized:30: block of 4 bytes", "second:20: block of 1 bytes"}));
     KrnFree(block, 1, kHere);
     KrnFree(other, 1, kHere);
 }
@@ -100,7 +105,7 @@ TEST_F(KernelMemory, UntrackedBlocksAreStillResizedAndFreed)
     KrnUntrackResource(KRN_RESOURCE_MEMORY, block, 1, kHere);
     KrnFree(block, 1, kHere);
     EXPECT_EQ(NewCount(), 0u);
-    EXPECT_TRUE(misuse_.lines.empty());
+    EXPECT_TRUE(misuse_.empty());
 }
 
 TEST_F(KernelMemory, ResourcesAreTrackedByKind)
@@ -111,13 +116,13 @@ TEST_F(KernelMemory, ResourcesAreTrackedByKind)
     ASSERT_EQ(NewlyTracked().size(), 1u);
     EXPECT_EQ(NewlyTracked()[0].rfind("callback:7: resource of kind 4", 0), 0u);
     KrnUntrackResource(5, &callback, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 1u) << "another kind's resource was taken";
+    EXPECT_EQ(misuse_.size(), 1u) << "another kind's resource was taken";
     KrnUntrackResource(KRN_RESOURCE_CALLBACK, &callback, 1, kHere);
     KrnUntrackResource(KRN_RESOURCE_CALLBACK, &callback, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 2u) << "the second time was not reported";
+    EXPECT_EQ(misuse_.size(), 2u) << "the second time was not reported";
     KrnTrackResource(KRN_RESOURCE_CALLBACK, nullptr, 1, kHere);
     KrnUntrackResource(KRN_RESOURCE_CALLBACK, nullptr, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 2u);
+    EXPECT_EQ(misuse_.size(), 2u);
     EXPECT_EQ(NewCount(), 0u);
 }
 
@@ -144,22 +149,22 @@ TEST_F(KernelMemory, MisuseIsReportedWithItsPlaceAndIgnored)
         {"the last address", reinterpret_cast<void*>(UINTPTR_MAX - 15)},
     };
     for (const Case& row : cases) {
-        misuse_.lines.clear();
+        misuse_.clear();
         KrnFree(row.block, 42, "culprit");
         EXPECT_EQ(KrnRealloc(row.block, 10, 42, "culprit"), nullptr) << row.fault;
         KrnTrackResource(KRN_RESOURCE_MEMORY, row.block, 42, "culprit");
         KrnUntrackResource(KRN_RESOURCE_MEMORY, row.block, 42, "culprit");
-        ASSERT_EQ(misuse_.lines.size(), 4u) << row.fault;
-        for (const std::string& line : misuse_.lines)
+        ASSERT_EQ(misuse_.size(), 4u) << row.fault;
+        for (const std::string& line : misuse_)
             EXPECT_EQ(line.rfind("culprit:42: Krn", 0), 0u) << line;
     }
-    misuse_.lines.clear();
+    misuse_.clear();
     KrnUntrackResource(KRN_RESOURCE_MEMORY, takenOut, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 1u) << "taken out twice";
+    EXPECT_EQ(misuse_.size(), 1u) << "taken out twice";
     KrnFree(takenOut, 1, kHere);
     KrnFree(live, 1, kHere);
     KrnFree(nullptr, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 1u);
+    EXPECT_EQ(misuse_.size(), 1u);
 }
 
 TEST_F(KernelMemory, AFreedLargeImageIsReportedThoughItsPagesAreGone)
@@ -171,7 +176,7 @@ TEST_F(KernelMemory, AFreedLargeImageIsReportedThoughItsPagesAreGone)
     BitmapHandle shared = bitmap;
     EXPECT_EQ(KrnFreeBitmap(&bitmap), KRN_SUCCESS);
     KrnFreeBitmap(&shared);
-    EXPECT_EQ(misuse_.lines.size(), 1u);
+    EXPECT_EQ(misuse_.size(), 1u);
 }
 
 TEST_F(KernelMemory, ABlockWithAnOverwrittenHeaderIsNotGivenBack)
@@ -180,10 +185,10 @@ TEST_F(KernelMemory, ABlockWithAnOverwrittenHeaderIsNotGivenBack)
     uint8_t& before = *(block - 1);
     before = static_cast<uint8_t>(before ^ 0xFF);
     KrnFree(block, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 1u);
+    EXPECT_EQ(misuse_.size(), 1u);
     before = static_cast<uint8_t>(before ^ 0xFF);
     KrnFree(block, 1, kHere);
-    EXPECT_EQ(misuse_.lines.size(), 1u);
+    EXPECT_EQ(misuse_.size(), 1u);
 }
 
 TEST_F(KernelMemory, ASinkMayAllocateAndFree)
@@ -233,7 +238,7 @@ TEST_F(KernelMemory, ThreadsShareTheList)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(NewCount(), 0u);
-    EXPECT_TRUE(misuse_.lines.empty());
+    EXPECT_TRUE(misuse_.empty());
 }
 
 TEST_F(KernelMemory, FillAndCopyTakeTheLowByteAndNothingForNull)

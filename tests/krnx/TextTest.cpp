@@ -21,17 +21,11 @@ const TextCase kTexts[] = {
     {"ASCII", u"page.tif", "page.tif", true},
     {"two bytes", u"\u00df\u00e9\u07ff\u0080", "\xc3\x9f\xc3\xa9\xdf\xbf\xc2\x80", true},
     {"three bytes", u"\u0800\u65e5\uffff", "\xe0\xa0\x80\xe6\x97\xa5\xef\xbf\xbf", true},
-    {"four bytes", u"a\U00010000\U0001f5a8\U0010ffff", "a\xf0\x90\x80\x80\xf0\x9f\x96\xa8\xf4\x8f\xbf\xbf",
+    {"four bytes", u"\U00010000\U0001f5a8\U0010ffff", "\xf0\x90\x80\x80\xf0\x9f\x96\xa8\xf4\x8f\xbf\xbf",
      true},
     {"high surrogate at the end", WString{u'a', 0xD83D}, "a\xef\xbf\xbd", false},
-    {"high surrogate before another character", WString{0xD83D, u'b'},
-     "\xef\xbf\xbd"
-     "b",
-     false},
-    {"low surrogate alone", WString{0xDDA8, u'b'},
-     "\xef\xbf\xbd"
-     "b",
-     false},
+    {"high surrogate before another character", WString{0xD83D, u'z'}, "\xef\xbf\xbdz", false},
+    {"low surrogate alone", WString{0xDDA8, u'z'}, "\xef\xbf\xbdz", false},
     {"surrogates in the wrong order", WString{0xDDA8, 0xD83D}, "\xef\xbf\xbd\xef\xbf\xbd", false},
 };
 
@@ -55,11 +49,7 @@ struct MalformedCase {
     WString wide;
 };
 const MalformedCase kMalformed[] = {
-    {"trailing byte alone",
-     "a\x80"
-     "b",
-     u"a\ufffd"
-     u"b"},
+    {"trailing byte alone", "a\x80z", u"a\ufffdz"},
     {"sequence cut by the terminator", "\xe6\x97", u"\ufffd"},
     {"four bytes cut by the terminator", "\xf0\x9f\x96", u"\ufffd"},
     {"sequence cut by a letter", "\xe6\x97z", u"\ufffdz"},
@@ -79,41 +69,33 @@ TEST(Text, MalformedBytesBecomeReplacements)
     }
 }
 
-/** A buffer of a capacity, with a mark behind it. */
-template <typename Char>
-struct Guarded {
-    Char units[16];
-    uint64_t capacity;
-
-    explicit Guarded(uint64_t size) : capacity{size}
-    {
-        std::fill(std::begin(units), std::end(units), Char{'#'});
-    }
-    bool Untouched(uint64_t from) const
-    {
-        return std::all_of(units + from, std::end(units), [](Char unit) { return unit == Char{'#'}; });
-    }
-};
+/** Converts into buffers of that capacity, with a mark in and behind them; 0 when the text did not fit. */
+template <typename To, typename From>
+uint64_t Convert(int32_t (*convert)(const From*, To*, uint64_t, uint64_t*), const From* text,
+                 uint64_t capacity)
+{
+    To units[16];
+    std::fill(std::begin(units), std::end(units), To{'#'});
+    uint64_t needed = 0;
+    const int32_t status = convert(text, units, capacity, &needed);
+    const uint64_t written = status == KRN_SUCCESS ? needed : 0;
+    EXPECT_EQ(status, needed <= capacity ? KRN_SUCCESS : KRN_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(std::count(units + written, std::end(units), To{'#'}), static_cast<ptrdiff_t>(16 - written));
+    return written;
+}
 
 TEST(Text, BuffersFitOrStayAsTheyWere)
 {
     const char* const ansi = "\xc3\xa9\xf0\x9f\x96\xa8";      // 6 bytes and the terminator
     const WCHAR* const wide = VORN_TEXT("\u00e9\U0001f5a8");  // 3 units and the terminator
+    char narrow[16];
+    WCHAR broad[16];
     for (const uint64_t capacity : {0u, 1u, 3u, 4u, 6u, 7u, 12u}) {
-        uint64_t needed = 0;
-        Guarded<char> narrow{capacity};
-        EXPECT_EQ(KrnWideToAnsi(wide, narrow.units, capacity, &needed),
-                  capacity < 7 ? KRN_ERR_BUFFER_TOO_SMALL : KRN_SUCCESS);
-        EXPECT_EQ(needed, 7u);
-        EXPECT_TRUE(narrow.Untouched(capacity < 7 ? 0 : 7)) << "capacity " << capacity;
-        EXPECT_EQ(Vorn_W2A::Convert(wide, narrow.units, capacity) == KRN_SUCCESS, capacity >= 7);
-
-        Guarded<WCHAR> broad{capacity};
-        EXPECT_EQ(KrnAnsiToWide(ansi, broad.units, capacity, &needed),
-                  capacity < 4 ? KRN_ERR_BUFFER_TOO_SMALL : KRN_SUCCESS);
-        EXPECT_EQ(needed, 4u);
-        EXPECT_TRUE(broad.Untouched(capacity < 4 ? 0 : 4)) << "capacity " << capacity;
-        EXPECT_EQ(Vorn_A2W::Convert(ansi, broad.units, capacity) == KRN_SUCCESS, capacity >= 4);
+        SCOPED_TRACE(capacity);
+        EXPECT_EQ(Convert(KrnWideToAnsi, wide, capacity), capacity < 7 ? 0u : 7u);
+        EXPECT_EQ(Convert(KrnAnsiToWide, ansi, capacity), capacity < 4 ? 0u : 4u);
+        EXPECT_EQ(Vorn_W2A::Convert(wide, narrow, capacity) == KRN_SUCCESS, capacity >= 7);
+        EXPECT_EQ(Vorn_A2W::Convert(ansi, broad, capacity) == KRN_SUCCESS, capacity >= 4);
     }
     uint64_t needed = 0;
     EXPECT_EQ(KrnWideToAnsi(wide, nullptr, 0, &needed), KRN_SUCCESS);
