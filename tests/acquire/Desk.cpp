@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "Vornfilx.h"
 #include "wia/model/Item.h"
 
 namespace vorn::test {
@@ -54,7 +53,21 @@ std::string WithoutFolder(const std::string& call)
     return name == std::string::npos ? call : call.substr(0, name) + LastPart(call);
 }
 
+/** The virtual scanner, its sources edited. */
+DeviceBuilder EveryItem(const TreeEdit& edit)
+{
+    DeviceBuilder scanner = VirtualScanner();
+    for (const WCHAR* name : {VORN_TEXT("Scan"), VORN_TEXT("Flatbed"), VORN_TEXT("Feeder")})
+        scanner.EditItem(name, edit);
+    return scanner;
+}
+
 }  // namespace
+
+std::string Trace(const Road& road, bool toFile)
+{
+    return road.name + std::string{toFile ? ", to file" : ""};
+}
 
 std::vector<CannedPage> NumberedPages(uint32_t count)
 {
@@ -67,15 +80,12 @@ std::vector<CannedPage> NumberedPages(uint32_t count)
 DeviceBuilder ScannerWith(std::vector<CannedPage> pages, bool forever)
 {
     const SourceFactory source = [pages, forever] { return MakeCannedPages(pages, forever); };
-    return VirtualScanner()
-        .EditItem(VORN_TEXT("Scan"), [source](ItemDefinition& item) { item.single = item.feeder = source; })
-        .EditItem(VORN_TEXT("Flatbed"), [source](ItemDefinition& item) { item.single = source; })
-        .EditItem(VORN_TEXT("Feeder"), [source](ItemDefinition& item) { item.feeder = source; });
+    return EveryItem([source](ItemDefinition& item) { item.single = item.feeder = source; });
 }
 
 DeviceBuilder WriterOf(std::string bytes)
 {
-    const auto edit = [bytes](ItemDefinition& item) {
+    return EveryItem([bytes](ItemDefinition& item) {
         item.file = [bytes](IWiaDataCallback*, STGMEDIUM& medium) {
             if (!bytes.empty())
                 WriteBytes(WString{medium.lpszFileName}, bytes);
@@ -90,11 +100,7 @@ DeviceBuilder WriterOf(std::string bytes)
             end.lMessage = WIA_TRANSFER_MSG_END_OF_TRANSFER;
             return receiver->TransferCallback(0, &end);
         };
-    };
-    return VirtualScanner()
-        .EditItem(VORN_TEXT("Scan"), edit)
-        .EditItem(VORN_TEXT("Flatbed"), edit)
-        .EditItem(VORN_TEXT("Feeder"), edit);
+    });
 }
 
 DeviceBuilder CameraWith(uint32_t pictures)
@@ -273,6 +279,27 @@ Outcome Desk::Acquire(const AcquireOptions* options, Notes notes)
                : Vorn_WiaAcquire(session_, nullptr, flags, item, options, countOut, listOut,
                                  callback ? Notes::Callback : nullptr, &notes);
     return Collect(status, wantCount ? count : listLength, list, std::move(notes));
+}
+
+void AcquireTest::EmptyFolder()
+{
+    for (const std::string& name : NamesIn(Folder()))
+        fs::remove_all(Folder() / name);
+}
+
+std::string AcquireTest::In(const fs::path& folder)
+{
+    std::string text;
+    for (const std::string& name : NamesIn(folder))
+        text += (text.empty() ? "" : ", ") + name + "=" + PagesOf(folder / name);
+    return text;
+}
+
+std::string AcquireTest::PageFile(uint8_t number)
+{
+    const ScratchFolder scratch;
+    AddPage(scratch.Path() / "page.bmp", number);
+    return BytesOf(scratch.Path() / "page.bmp");
 }
 
 HRESULT Dialogs::SelectDevice(const DeviceQuestion& question, DevicePtr& chosen)

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Vornfilx.h"
 #include "support/LibraryTest.h"
 #include "support/Notes.h"
 #include "wia/virtual/DeviceBuilder.h"
@@ -28,6 +29,9 @@ constexpr Road kMemory2{"2.0 memory", Generation::Two, false};
 constexpr Road kFile2{"2.0 file", Generation::Two, true};
 constexpr Road kRoads[] = {kMemory1, kFile1, kMemory2, kFile2};
 constexpr Generation kGenerations[] = {Generation::One, Generation::Two};
+
+/** "2.0 file, to file": a trace of a test's rows. */
+std::string Trace(const Road& road, bool toFile);
 
 /** Pages of one colour whose value is their number, counted from 1. */
 std::vector<CannedPage> NumberedPages(uint32_t count);
@@ -121,6 +125,21 @@ inline Notes StopAt(size_t nth)
     notes.answer = [nth](size_t call) { return call == nth ? ERR_ABORTED : 1; };
     return notes;
 }
+
+/** Acquisitions from desks into the folder of the test. */
+class AcquireTest : public LibraryTest {
+protected:
+    /** Acquires on a desk; a road to files writes a.bmp and its numbered names, replacing them. */
+    Outcome Scan(Desk& desk, Notes notes = {})
+    {
+        return desk.Acquire(Named(Folder() / "a.bmp", 1), std::move(notes));
+    }
+    void EmptyFolder();
+    /** "a (1).bmp=2, a.bmp=1": the files of a folder with their pages; "" where no file has the name. */
+    static std::string In(const std::filesystem::path& folder);
+    /** A page of that number as a file's bytes. */
+    std::string PageFile(uint8_t number);
+};
 
 /** Answers dialogs as a test says, and notes what was asked. */
 struct Dialogs : DialogProvider {

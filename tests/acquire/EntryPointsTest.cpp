@@ -6,11 +6,18 @@ namespace {
 
 constexpr LONG kOtherTypes[] = {StiDeviceTypeDigitalCamera, StiDeviceTypeStreamingVideo, 4};
 
-class EntryPoints : public LibraryTest {
+class EntryPoints : public AcquireTest {
 protected:
     EntryPoints() : dialogs_{std::make_shared<Dialogs>()}, installed_{dialogs_} {}
 
-    std::string Asked() const { return dialogs_->asked.empty() ? "" : dialogs_->asked.back(); }
+    /** The dialogs shown since the last time it was called, one after the other. */
+    std::string Asked() const
+    {
+        std::string text;
+        for (const std::string& question : std::exchange(dialogs_->asked, {}))
+            text += question;
+        return text;
+    }
 
     std::shared_ptr<Dialogs> dialogs_;
     ScopedDialogs installed_;
@@ -35,50 +42,40 @@ TEST_F(EntryPoints, RefuseWhatTheyCannotStartFrom)
     EXPECT_EQ(Asked(), "");
 }
 
-TEST_F(EntryPoints, ShowTheDialogForAScannerOnlyWhenAsked)
+TEST_F(EntryPoints, ShowTheDialogForAScannerOnlyWhenAskedAndForEveryOtherDevice)
 {
     struct Row {
         uint32_t flags;
-        const char* one;
-        const char* two;
+        const char* scanner;
+        const char* other;
     };
     const Row rows[] = {
-        {0, "", ""},
-        {1, "", ""},
-        {2, "", ""},
-        {4, "", ""},
-        {3, "items 0", "images 0 "},
-        {7, "items 4", "images 4 "},
-        {0x8000000F, "items -2147483636", "images -2147483636 "},
+        {0, "", "0"},
+        {1, "", "1"},
+        {2, "", "2"},
+        {3, "0", "0"},
+        {6, "", "6"},
+        {7, "4", "4"},
+        {0x8000000F, "-2147483636", "-2147483636"},
+    };
+    dialogs_->answer = S_FALSE;
+    const auto show = [&](const Road& road, const DeviceBuilder& device, uint32_t flags) {
+        Desk desk{road.generation, device};
+        desk.flags = flags;
+        desk.toFile = road.file;
+        const int32_t status = Scan(desk).status;
+        const std::string asked = Asked();
+        EXPECT_EQ(status, asked.empty() ? SUCCESS : DIALOG_CANCELLED);
+        return asked.substr(0, asked.find(" /"));
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.flags);
-        for (const Generation generation : kGenerations) {
-            for (const bool toFile : {false, true}) {
-                dialogs_->asked.clear();
-                dialogs_->answer = S_FALSE;
-                Desk desk{generation, ScannerWith(NumberedPages(1))};
-                desk.flags = row.flags;
-                desk.toFile = toFile;
-                const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
-                const std::string wanted = generation == Generation::One ? row.one : row.two;
-                EXPECT_EQ(Asked().substr(0, wanted.size()), wanted);
-                EXPECT_EQ(dialogs_->asked.size(), wanted.empty() ? 0u : 1u);
-                EXPECT_EQ(outcome.status, wanted.empty() ? SUCCESS : DIALOG_CANCELLED);
-            }
-        }
-    }
-}
-
-TEST_F(EntryPoints, ShowTheDialogForEveryOtherDevice)
-{
-    for (const LONG type : kOtherTypes) {
-        for (const uint32_t flags : {0u, 1u, 2u, 3u, 6u}) {
-            SCOPED_TRACE(std::to_string(type) + ", flags " + std::to_string(flags));
-            Desk desk{Generation::One, CameraWith(1).TypeValue(type << 16)};
-            desk.flags = flags;
-            EXPECT_EQ(desk.Acquire().status, SUCCESS);
-            EXPECT_EQ(Asked(), std::string{"items "} + std::to_string(flags == 3 ? 0 : flags));
+        for (const Road& road : kRoads) {
+            const std::string kind = road.generation == Generation::One ? "items " : "images ";
+            EXPECT_EQ(show(road, ScannerWith(NumberedPages(1)), row.flags),
+                      *row.scanner ? kind + row.scanner : "");
+            for (const LONG type : kOtherTypes)
+                EXPECT_EQ(show(road, CameraWith(1).TypeValue(type << 16), row.flags), kind + row.other);
         }
     }
 }
@@ -91,18 +88,16 @@ TEST_F(EntryPoints, TransferTheItemsOfTheDialogInTheirOrder)
         desk.toFile = file;
         const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
         EXPECT_EQ(outcome.status, SUCCESS);
-        EXPECT_EQ(Delivered(outcome, Folder()), "3 1");
-        const std::vector<std::string> names = {"a.bmp", "a (1).bmp"};
-        EXPECT_EQ(outcome.files, file ? names : std::vector<std::string>{});
+        EXPECT_EQ(file ? In(Folder()) : outcome.Pages(), file ? "a (1).bmp=1, a.bmp=3" : "3 1");
+        EXPECT_EQ(outcome.files.size(), file ? 2u : 0u);
     }
     // Files replaced or pages put together: one call's items never replace each other.
     for (const bool multiPage : {false, true}) {
         Desk desk{Generation::One, CameraWith(3)};
         desk.toFile = true;
-        const Outcome outcome = desk.Acquire(Named(Folder() / "b.bmp", 1, multiPage));
-        EXPECT_EQ(outcome.status, multiPage ? -2011 : SUCCESS) << "a BMP file holds one page";
-        EXPECT_EQ(PagesOf(Folder() / "b.bmp"), "3");
-        EXPECT_EQ(PagesOf(Folder() / "b (1).bmp"), "1");
+        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1, multiPage));
+        EXPECT_EQ(outcome.status, multiPage ? FIL_ERR_SINGLE_PAGE_FORMAT : SUCCESS);
+        EXPECT_EQ(In(Folder()), "a (1).bmp=1, a.bmp=3");
     }
 }
 
@@ -125,7 +120,7 @@ TEST_F(EntryPoints, TakeACameraAndAVideoDeviceForOnePage)
         Desk desk{Generation::One, DeviceBuilder{type}
                                        .RootProperty(Writable(WIA_DPS_PAGES, Value::I4(2)))
                                        .Child(Generation::One, std::move(endless))};
-        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
+        const Outcome outcome = Scan(desk);
         EXPECT_EQ(outcome.status, SUCCESS);
         EXPECT_EQ(outcome.files.size(), type == 4 ? 2u : 1u) << type;
         EXPECT_EQ(desk.Get(desk.Root(), WIA_DPS_PAGES), 2) << "not a scanner's to write";
@@ -134,29 +129,26 @@ TEST_F(EntryPoints, TakeACameraAndAVideoDeviceForOnePage)
 
 TEST_F(EntryPoints, TellHowADialogEnded)
 {
-    struct Row {
-        HRESULT answer;
-        int32_t status;
-    };
-    for (const Row row : {Row{S_FALSE, DIALOG_CANCELLED}, Row{WIA_ERROR_BUSY, ERR_WIA_BUSY},
-                          Row{E_FAIL, ERR_WIA_UNEXPECTED}, Row{E_INVALIDARG, ERR_INVALID_ARGUMENT}}) {
-        dialogs_->answer = row.answer;
+    const std::pair<HRESULT, int32_t> rows[] = {{S_FALSE, DIALOG_CANCELLED},
+                                                {WIA_ERROR_BUSY, ERR_WIA_BUSY},
+                                                {E_FAIL, ERR_WIA_UNEXPECTED},
+                                                {E_INVALIDARG, ERR_INVALID_ARGUMENT}};
+    for (const auto& [answer, status] : rows) {
+        dialogs_->answer = answer;
         for (const Generation generation : kGenerations) {
             Desk desk{generation, CameraWith(2)};
-            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
-            EXPECT_EQ(outcome.status, row.status);
+            const Outcome outcome = Scan(desk);
+            EXPECT_EQ(outcome.status, status);
             EXPECT_TRUE(outcome.calls.empty());
             EXPECT_FALSE(outcome.listed);
             EXPECT_EQ(outcome.fileCount, 0u);
         }
     }
-    EXPECT_TRUE(NamesIn(Folder()).empty());
+    EXPECT_EQ(In(Folder()), "");
 }
 
 TEST_F(EntryPoints, SplitTheNameForTheImageDialog)
 {
-    const WString longName(259, 'n');
-    const WString longFolder = WString{VORN_TEXT("/")} + WString(255, 'd') + VORN_TEXT("/n");
     struct Row {
         WString name;
         std::string asked;
@@ -166,8 +158,9 @@ TEST_F(EntryPoints, SplitTheNameForTheImageDialog)
         {VORN_TEXT("/scans/of.2026/page"), "images 0 /scans/of.2026/|page"},
         {VORN_TEXT("page.of.today.tiff"), "images 0 |page.of.today"},
         {VORN_TEXT("/tmp/caf\u00e9.bmp"), "images 0 /tmp/|caf\xc3\xa9"},
-        {longName, std::string{"images 0 |"} + std::string(259, 'n')},
-        {longFolder, std::string{"images 0 /"} + std::string(255, 'd') + "/|n"},
+        {WString(259, 'n'), std::string{"images 0 |"} + std::string(259, 'n')},
+        {WString{VORN_TEXT("/")} + WString(255, 'd') + VORN_TEXT("/n"),
+         std::string{"images 0 /"} + std::string(255, 'd') + "/|n"},
         {VORN_TEXT("page.extension"), ""},  // longer than an extension may be
         {WString(260, 'n'), ""},            // no terminator
         {VORN_TEXT(""), ""},
@@ -176,7 +169,6 @@ TEST_F(EntryPoints, SplitTheNameForTheImageDialog)
     Desk desk{Generation::Two, CameraWith(1)};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.asked);
-        dialogs_->asked.clear();
         AcquireOptions options{};
         row.name.copy(options.fileName, VORNWIA_NAME_CHARS);
         EXPECT_EQ(desk.Acquire(options).status, row.asked.empty() ? ERR_INVALID_ARGUMENT : DIALOG_CANCELLED);
@@ -185,42 +177,30 @@ TEST_F(EntryPoints, SplitTheNameForTheImageDialog)
     EXPECT_EQ(desk.Acquire(nullptr).status, ERR_INVALID_ARGUMENT);
 }
 
-TEST_F(EntryPoints, ListTheFilesOfTheImageDialog)
+TEST_F(EntryPoints, ListTheFilesThatTheImageDialogWrote)
 {
-    const WString fits = WString{VORN_TEXT("/")} + WString(258, 'f');
-    dialogs_->files = {VORN_TEXT("/x/a.jpg"), fits + VORN_TEXT("g"), fits, VORN_TEXT("/x/caf\u00e9.jpg")};
-    Desk desk{Generation::Two, CameraWith(1)};
-    Outcome outcome = desk.Acquire(Named("/x/a"));
+    Desk desk{Generation::Two, CameraWith(2)};
+    Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
     EXPECT_EQ(outcome.status, SUCCESS);
-    EXPECT_EQ(outcome.files,
-              (std::vector<std::string>{"a.jpg", "(null)", std::string(258, 'f'), "caf\xc3\xa9.jpg"}));
+    EXPECT_EQ(outcome.fileCount, 2u);
+    EXPECT_EQ(Delivered(outcome, Folder()), "1 2");
     EXPECT_TRUE(outcome.calls.empty()) << "the dialog tells the application nothing";
 
+    const WString fits = WString{VORN_TEXT("/")} + WString(258, 'f');
+    dialogs_->files = {VORN_TEXT("/x/a.jpg"), fits + VORN_TEXT("g"), fits, VORN_TEXT("/x/caf\u00e9.jpg")};
+    EXPECT_EQ(desk.Acquire(Named("/x/a")).files,
+              (std::vector<std::string>{"a.jpg", "(null)", std::string(258, 'f'), "caf\xc3\xa9.jpg"}));
     for (const uint64_t count : {uint64_t{1}, UINT64_MAX}) {
         for (uint64_t nth = 1; nth <= 6; ++nth) {
             KrnFailAllocations(nth, count);
-            uint32_t files = 0;
-            WCHAR** list = nullptr;
-            const AcquireOptions options = Named("/x/a");
-            const int32_t status = Vorn_WiaAcquire(desk.Session(), nullptr, 0, nullptr, &options, &files,
-                                                   &list, nullptr, nullptr);
+            outcome = desk.Acquire(Named("/x/a"));
             KrnFailAllocations(0, 0);
-            outcome = Collect(status, files, list, {});
-            EXPECT_EQ(status, SUCCESS);
-            EXPECT_EQ(files, 4u);
+            EXPECT_EQ(outcome.status, SUCCESS);
+            EXPECT_EQ(outcome.fileCount, 4u);
         }
     }
     desk.wantCount = desk.wantList = false;
     EXPECT_EQ(desk.Acquire(Named("/x/a")).status, SUCCESS);
-}
-
-TEST_F(EntryPoints, LetTheImageDialogWriteTheFiles)
-{
-    Desk desk{Generation::Two, CameraWith(2)};
-    const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
-    EXPECT_EQ(outcome.status, SUCCESS);
-    EXPECT_EQ(outcome.fileCount, 2u);
-    EXPECT_EQ(Delivered(outcome, Folder()), "1 2");
 }
 
 TEST_F(EntryPoints, AcquireWithoutASessionAndLeaveNone)
@@ -233,13 +213,13 @@ TEST_F(EntryPoints, AcquireWithoutASessionAndLeaveNone)
         int32_t status;
         const char* asked;
     };
-    const DevicePtr scanner = ScannerWith(NumberedPages(1)).Build();
-    const DevicePtr memory = ScannerWith(NumberedPages(1))
-                                 .EditItem(VORN_TEXT("Flatbed"),
-                                           [](ItemDefinition& item) {
-                                               item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_CALLBACK)));
-                                           })
-                                 .Build();
+    const TreeEdit toMemory = [](ItemDefinition& item) {
+        item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_CALLBACK)));
+    };
+    const auto builder = [] { return ScannerWith(NumberedPages(1)); };
+    const DevicePtr scanner = builder().Build();
+    const DevicePtr memory = builder().EditItem(VORN_TEXT("Flatbed"), toMemory).Build();
+    const DevicePtr offline = builder().FailAt(Step::CreateDevice, WIA_ERROR_OFFLINE, 1, 9).Build();
     const Row rows[] = {
         {"version", 3, 0, S_OK, scanner, ERR_INVALID_WIA_VERSION, ""},
         {"good 1.0", 1, 1, S_OK, scanner, SUCCESS, "device 1 1"},
@@ -249,28 +229,26 @@ TEST_F(EntryPoints, AcquireWithoutASessionAndLeaveNone)
         {"cancelled 2.0", 2, 3, S_FALSE, scanner, DIALOG_CANCELLED, "device 1 1"},
         {"selection fails", 1, 1, WIA_ERROR_BUSY, scanner, ERR_WIA_BUSY, "device 1 1"},
         {"no device", 1, 0, S_OK, nullptr, ERR_WIA_NO_DEVICE_AVAILABLE, ""},
-        {"opening fails", 2, 1, S_OK,
-         ScannerWith(NumberedPages(1)).FailAt(Step::CreateDevice, WIA_ERROR_OFFLINE, 1, 9).Build(),
-         ERR_WIA_OFFLINE, "device 1 1"},
+        {"opening fails", 2, 1, S_OK, offline, ERR_WIA_OFFLINE, "device 1 1"},
         {"no items", 1, 1, S_OK, DeviceBuilder{}.Build(), ERR_NO_CHILD_ITEMS, "device 1 1"},
-        {"dialog 1.0", 1, 7, S_OK, scanner, SUCCESS, "items 4"},
+        {"dialog 1.0", 1, 7, S_OK, scanner, SUCCESS, "device 1 1items 4"},
         {"dialog 2.0 without a name", 2, 7, S_OK, scanner, ERR_INVALID_ARGUMENT, "device 1 1"},
+    };
+    const auto acquire = [](uint32_t version, uint32_t flags) {
+        return Vorn_WiaAcquireSimple(version, nullptr, StiDeviceTypeScanner, flags, nullptr, nullptr, nullptr,
+                                     nullptr, nullptr, nullptr);
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
-        dialogs_->asked.clear();
         dialogs_->answer = row.answer;
         ScopedDevices devices{row.device ? std::vector<DevicePtr>{row.device} : std::vector<DevicePtr>{}};
         ScopedCallLog log;
-        EXPECT_EQ(Vorn_WiaAcquireSimple(row.version, nullptr, StiDeviceTypeScanner, row.flags, nullptr,
-                                        nullptr, nullptr, nullptr, nullptr, nullptr),
-                  row.status);
+        EXPECT_EQ(acquire(row.version, row.flags), row.status);
         EXPECT_EQ(Asked(), row.asked);
         EXPECT_EQ(log.Count("Manager1.Release") + log.Count("Manager2.Release"), row.version == 3 ? 0u : 1u);
     }
     ScopedMissingManager missing{Generation::Two};
-    EXPECT_EQ(Vorn_WiaAcquireSimple(2, nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-              RESULT_FALSE);
+    EXPECT_EQ(acquire(2, 0), RESULT_FALSE);
 }
 
 TEST_F(EntryPoints, TransferTheFirstChildWithoutAnItemAndFreeThemAll)
@@ -278,12 +256,12 @@ TEST_F(EntryPoints, TransferTheFirstChildWithoutAnItemAndFreeThemAll)
     for (const Generation generation : kGenerations) {
         DeviceBuilder device{StiDeviceTypeScanner};
         for (const WCHAR name : {'A', 'B', 'C'}) {
-            device.Child(generation, PictureItem(generation, WString{name},
-                                                 PlainPage(16, 8, 24, static_cast<uint8_t>(name))));
+            const CannedPage page = PlainPage(16, 8, 24, static_cast<uint8_t>(name));
+            device.Child(generation, PictureItem(generation, WString{name}, page));
         }
         Desk desk{generation, device};
         ScopedCallLog log;
-        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
+        const Outcome outcome = Scan(desk);
         EXPECT_EQ(outcome.status, SUCCESS);
         EXPECT_EQ(Delivered(outcome, Folder()), "65");
         for (const char* release : {"A.Release", "B.Release", "C.Release"})
@@ -300,37 +278,31 @@ TEST_F(EntryPoints, NameTheReasonWhenThereIsNothingToTransfer)
         Fault failure;
         int32_t status;
     };
-    const TreeEdit none;
+    const TreeEdit none = [](ItemDefinition&) {};
+    const TreeEdit empty = [](ItemDefinition& root) { root.children.clear(); };
+    const TreeEdit otherMedium = [](ItemDefinition& root) {
+        for (ItemDefinition& item : root.children)
+            item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_ISTREAM)));
+    };
     const Row rows[] = {
-        {"no items", [](ItemDefinition& root) { root.children.clear(); }, {}, {S_OK}, ERR_NO_CHILD_ITEMS},
+        {"no items", empty, {}, {S_OK}, ERR_NO_CHILD_ITEMS},
         {"items not told", none, Step::EnumChildItems, {WIA_ERROR_BUSY}, ERR_WIA_BUSY},
         {"items end with a failure", none, Step::NextChildItem, {WIA_ERROR_OFFLINE}, ERR_WIA_OFFLINE},
-        {"no transfer", none, Step::QueryTransfer, {E_NOINTERFACE}, ERR_OUT_OF_MEMORY},
         {"a null transfer", none, Step::QueryTransfer, {S_OK, true}, ERR_OUT_OF_MEMORY},
-        {"a medium neither memory nor file",
-         [](ItemDefinition& root) {
-             for (ItemDefinition& item : root.children)
-                 item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_ISTREAM)));
-         },
-         {},
-         {S_OK},
-         SUCCESS},
+        {"a medium neither memory nor file", otherMedium, {}, {S_OK}, SUCCESS},
     };
     for (const Generation generation : kGenerations) {
         for (const Row& row : rows) {
             SCOPED_TRACE(row.fault);
-            DeviceBuilder device = ScannerWith(NumberedPages(1));
-            if (row.edit)
-                device.Edit(row.edit);
-            Desk desk{generation, device};
+            Desk desk{generation, ScannerWith(NumberedPages(1)).Edit(row.edit)};
             if (row.failure.result != S_OK || row.failure.nullObject)
                 desk.Faults().Add(row.step, row.failure);
-            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp"));
+            const Outcome outcome = Scan(desk);
             EXPECT_EQ(outcome.status, row.status);
             EXPECT_TRUE(outcome.calls.empty());
         }
     }
-    EXPECT_TRUE(NamesIn(Folder()).empty());
+    EXPECT_EQ(In(Folder()), "");
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "Desk.h"
-#include "Vornfilx.h"
 
 namespace vorn::test {
 namespace {
@@ -11,24 +10,16 @@ namespace {
 constexpr const char* kTemporary = "WiaTempFile.tmp";
 constexpr Road kFileRoads[] = {kFile1, kFile2};
 
-class FileTransfer : public LibraryTest {
-protected:
-    static std::filesystem::path TemporaryFile()
-    {
-        WCHAR folder[VORNWIA_NAME_CHARS] = {};
-        GetTempPathW(VORNWIA_NAME_CHARS, folder);
-        return std::filesystem::path{WString{folder}} / kTemporary;
-    }
-};
+class FileTransfer : public AcquireTest {};
 
-TEST_F(FileTransfer, TellsEachPageByItsName)
+TEST_F(FileTransfer, TellsEachPageByItsNameAndPassesThroughATemporaryFile)
 {
     for (const Road& road : kFileRoads) {
         for (const bool toFile : {false, true}) {
-            SCOPED_TRACE(std::string{road.name} + (toFile ? " to file" : ""));
+            SCOPED_TRACE(Trace(road, toFile));
             Desk desk{road, ScannerWith(NumberedPages(2)), 2};
             desk.toFile = toFile;
-            const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
+            const Outcome outcome = Scan(desk);
             EXPECT_EQ(outcome.status, SUCCESS);
             const auto second =
                 std::find_if(outcome.calls.begin(), outcome.calls.end(),
@@ -39,6 +30,8 @@ TEST_F(FileTransfer, TellsEachPageByItsName)
             EXPECT_EQ(outcome.calls.back(), "2 0 a (1).bmp");
             for (auto call = outcome.calls.begin(); call != outcome.calls.end(); ++call)
                 EXPECT_EQ(call->substr(call->rfind(" a") + 1), call < second ? "a.bmp" : "a (1).bmp");
+            EXPECT_EQ(TemporaryFiles().count(kTemporary), road.generation == Generation::One ? 1u : 0u);
+            std::filesystem::remove(TemporaryDirectory() / kTemporary);
         }
     }
 }
@@ -47,27 +40,16 @@ TEST_F(FileTransfer, IsAskedOfA10ItemOnly)
 {
     Desk one{kMemory1, ScannerWith(NumberedPages(1)), 1};
     one.toFile = true;
-    EXPECT_EQ(one.Acquire(Named(Folder() / "a.bmp")).files.size(), 1u);
+    EXPECT_EQ(Scan(one).files.size(), 1u);
     EXPECT_EQ(one.Get(one.item, WIA_IPA_TYMED), TYMED_FILE) << "stays as the caller asked";
 
     Desk two{kMemory2, ScannerWith(NumberedPages(1)), 1};
     two.toFile = true;
-    const Outcome outcome = two.Acquire(Named(Folder() / "b.bmp"));
+    const Outcome outcome = Scan(two);
     EXPECT_EQ(outcome.status, SUCCESS);
     EXPECT_TRUE(outcome.files.empty());
     EXPECT_EQ(outcome.calls.back(), "2 100") << "a memory transfer without a place for bitmaps";
     EXPECT_EQ(two.Get(two.item, WIA_IPA_TYMED), TYMED_CALLBACK);
-}
-
-TEST_F(FileTransfer, PassesThroughATemporaryFile)
-{
-    for (const Road& road : kFileRoads) {
-        SCOPED_TRACE(road.name);
-        Desk desk{road, ScannerWith(NumberedPages(2)), 2};
-        EXPECT_EQ(desk.Acquire(Named(Folder() / "a.bmp", 1)).status, SUCCESS);
-        EXPECT_EQ(TemporaryFiles().count(kTemporary), road.generation == Generation::One ? 1u : 0u);
-        std::filesystem::remove(TemporaryFile());
-    }
 }
 
 TEST_F(FileTransfer, NeverSavesAnEarlierPagesTemporaryFile)
@@ -75,28 +57,24 @@ TEST_F(FileTransfer, NeverSavesAnEarlierPagesTemporaryFile)
     for (const Road& road : kFileRoads) {
         for (const bool append : {false, true}) {
             SCOPED_TRACE(std::string{road.name} + (append ? " append" : ""));
-            AddPage(Folder() / "earlier.bmp", 9);
-            std::filesystem::copy_file(Folder() / "earlier.bmp", TemporaryFile(),
-                                       std::filesystem::copy_options::overwrite_existing);
-            std::filesystem::remove(Folder() / "earlier.bmp");
+            WriteBytes(TemporaryDirectory() / kTemporary, PageFile(9));
             Desk desk{road, WriterOf(""), 1};
             const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 0, 0, append));
             EXPECT_EQ(outcome.status, append ? FIL_ERR_NOT_FOUND : ERR_FILE_COPY);
             EXPECT_EQ(outcome.fileCount, 0u);
-            EXPECT_TRUE(NamesIn(Folder()).empty());
+            EXPECT_EQ(In(Folder()), "");
         }
     }
 }
 
-TEST_F(FileTransfer, TellsAPageThatCannotBeSaved)
+TEST_F(FileTransfer, TellsAPageThatCannotBeSavedAndChangesNothing)
 {
     const auto folder = Folder();
-    AddPage(folder / "full.bmp", 9);
+    const std::string page = PageFile(1);
+    WriteBytes(folder / "full.bmp", page);
     WriteBytes(folder / "text.tif", "not an image");
     AddPage(folder / "other.tif", 9);
     std::filesystem::create_directory(folder / "directory.bmp");
-    AddPage(folder / "page.bmp", 1);
-    const std::string page = BytesOf(folder / "page.bmp");
     struct Row {
         const char* fault;
         std::string bytes;
@@ -114,8 +92,7 @@ TEST_F(FileTransfer, TellsAPageThatCannotBeSaved)
         {"no image to add", "noise", Named(folder / "full.bmp", 0, 0, 1), FIL_ERR_UNKNOWN_FORMAT},
         {"half an image", page.substr(0, 100), Named(folder / "new.bmp", 0, 1), FIL_ERR_CORRUPT},
     };
-    const std::set<std::string> before = NamesIn(folder);
-    const std::string full = BytesOf(folder / "full.bmp");
+    const std::string before = In(folder);
     for (const Road& road : kFileRoads) {
         for (const Row& row : rows) {
             SCOPED_TRACE(std::string{road.name} + ": " + row.fault);
@@ -126,10 +103,8 @@ TEST_F(FileTransfer, TellsAPageThatCannotBeSaved)
             EXPECT_FALSE(outcome.listed);
             ASSERT_FALSE(outcome.calls.empty());
             EXPECT_EQ(outcome.calls.back().rfind("2 0 ", 0), 0u) << "the page's end is told all the same";
-            EXPECT_EQ(NamesIn(folder), before);
-            EXPECT_EQ(BytesOf(folder / "full.bmp"), full);
+            EXPECT_EQ(In(folder), before);
             EXPECT_EQ(BytesOf(folder / "text.tif"), "not an image");
-            EXPECT_EQ(PagesOf(folder / "other.tif"), "9");
         }
     }
 }
@@ -141,7 +116,7 @@ TEST_F(FileTransfer, KeepsThePagesBeforeOneThatCannotBeSaved)
         const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1, 1));
         EXPECT_EQ(outcome.status, FIL_ERR_SINGLE_PAGE_FORMAT);
         EXPECT_EQ(outcome.fileCount, 1u);
-        EXPECT_EQ(PagesOf(Folder() / "a.bmp"), "1");
+        EXPECT_EQ(In(Folder()), "a.bmp=1");
     }
 }
 
@@ -152,34 +127,31 @@ TEST_F(FileTransfer, SavesEveryPageOfASourceAndCountsItOnce)
     const std::string source = BytesOf(Folder() / "source.tif");
     for (const Road& road : kFileRoads) {
         SCOPED_TRACE(road.name);
-        const auto name = Folder() / (road.generation == Generation::One ? "one.tif" : "two.tif");
-        AddPage(name, 9);
+        EmptyFolder();
+        AddPage(Folder() / "a.tif", 9);
         Desk desk{road, WriterOf(source), 1};
-        const Outcome outcome = desk.Acquire(Named(name, 0, 0, 1));
+        const Outcome outcome = desk.Acquire(Named(Folder() / "a.tif", 0, 0, 1));
         EXPECT_EQ(outcome.status, SUCCESS);
         EXPECT_EQ(outcome.fileCount, 1u);
-        EXPECT_EQ(PagesOf(name), "9 1 2 3 4");
+        EXPECT_EQ(In(Folder()), "a.tif=9 1 2 3 4");
     }
 }
 
 TEST_F(FileTransfer, DoesNotTakeAnEmptyFeederForTheEndOfOnePage)
 {
     // Counted over the whole call: a page of an earlier item makes a later item's empty feeder a good end.
-    const auto device = [](LONG pages) {
-        DeviceBuilder builder{4};
-        builder.RootProperty(Writable(WIA_DPS_PAGES, Value::I4(pages)));
+    for (const LONG pages : {0, 1, 2}) {
+        DeviceBuilder device{4};
+        device.RootProperty(Writable(WIA_DPS_PAGES, Value::I4(pages)));
         for (const uint32_t sheets : {1u, 0u}) {
             ItemDefinition item = ScannerItem(
                 Generation::One, [sheets] { return MakeCannedPages(NumberedPages(sheets)); }, true);
             item.name = sheets ? VORN_TEXT("Full") : VORN_TEXT("Empty");
             item.Set(Writable(WIA_IPA_TYMED, Value::I4(TYMED_FILE)));
-            builder.Child(Generation::One, std::move(item));
+            device.Child(Generation::One, std::move(item));
         }
-        return builder;
-    };
-    for (const LONG pages : {0, 1, 2}) {
-        Desk desk{Generation::One, device(pages)};
-        const Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1));
+        Desk desk{Generation::One, device};
+        const Outcome outcome = Scan(desk);
         EXPECT_EQ(outcome.status, pages == 1 ? ERR_WIA_PAPER_EMPTY : SUCCESS) << pages;
         EXPECT_EQ(outcome.fileCount, 1u);
     }

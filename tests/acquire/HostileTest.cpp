@@ -1,27 +1,25 @@
 /**
  * Devices that are broken or mean harm: whatever they send, there is a status, nothing leaks, and the next
- * acquisition in the same session works.
+ * acquisition in the same session works. What the receivers make of each byte is the library area's.
  */
-#include <cstring>
-
 #include "Desk.h"
 
 namespace vorn::test {
 namespace {
 
-class HostileDevice : public LibraryTest {
+class HostileDevice : public AcquireTest {
 protected:
-    /** Transfers the item with that edit, then a good one on the same desk. */
-    Outcome Transfer(const Road& road, const TreeEdit& edit, Notes notes = {}, LONG pages = 1)
+    /** What a 2.0 feeder's downloads bring; then its glass is scanned on the same desk. */
+    Outcome Download(const Road& road, std::function<HRESULT(IWiaTransferCallback*)> download, LONG pages = 1)
     {
-        const WCHAR* name = road.generation == Generation::One ? VORN_TEXT("Scan") : VORN_TEXT("Feeder");
-        Desk desk{road, ScannerWith(NumberedPages(1), true).EditItem(name, edit), pages};
-        Outcome outcome = desk.Acquire(Named(Folder() / "a.bmp", 1), std::move(notes));
-        if (road.generation == Generation::Two) {
-            desk.item = desk.Child(VORN_TEXT("Flatbed"));
-            desk.SetMedium(road.file);
-            EXPECT_EQ(Delivered(desk.Acquire(Named(Folder() / "a.bmp", 1)), Folder()), "1") << "the next one";
-        }
+        const TreeEdit edit = [&](ItemDefinition& item) {
+            item.download = [&](LONG, IWiaTransferCallback* receiver) { return download(receiver); };
+        };
+        Desk desk{road, ScannerWith(NumberedPages(1), true).EditItem(VORN_TEXT("Feeder"), edit), pages};
+        Outcome outcome = Scan(desk);
+        desk.item = desk.Child(VORN_TEXT("Flatbed"));
+        desk.SetMedium(road.file);
+        EXPECT_EQ(Delivered(Scan(desk), Folder()), "1") << "the next one";
         return outcome;
     }
 };
@@ -46,23 +44,14 @@ public:
         header.guidFormatID = format;
         return Tell(IT_MSG_DATA_HEADER, 0, sizeof(header), &header);
     }
-    /** The header of a DIB of 24 bits. */
-    Teller& Header(int32_t width = 4, int32_t height = 2, uint16_t depth = 24, uint32_t colors = 0)
+    /** The header of a DIB of 24 bits, 2 pixels high. */
+    Teller& Header(BYTE width = 4)
     {
-        BYTE header[40] = {40};
-        std::memcpy(header + 4, &width, 4);
-        std::memcpy(header + 8, &height, 4);
-        header[12] = 1;
-        std::memcpy(header + 14, &depth, 2);
-        std::memcpy(header + 32, &colors, 4);
+        const BYTE header[40] = {40, 0, 0, 0, width, 0, 0, 0, 2, 0, 0, 0, 1, 0, 24};
         return Tell(IT_MSG_DATA, 0, 40, header);
     }
-    /** Bytes of 5, at that offset after the header; 24 are a page. */
-    Teller& Band(LONG offset = 0, LONG length = 24)
-    {
-        const std::vector<BYTE> data(static_cast<size_t>(std::max<LONG>(length, 1)), 5);
-        return Tell(IT_MSG_DATA, 40 + offset, length, data.data());
-    }
+    /** Bytes of 5 behind the header; 24 are a page. */
+    Teller& Band(LONG length = 24) { return Tell(IT_MSG_DATA, 40, length, std::vector<BYTE>(25, 5).data()); }
     Teller& End() { return Tell(IT_MSG_TERMINATION); }
     HRESULT Result() const { return result_; }
 
@@ -87,61 +76,37 @@ TEST_F(HostileDevice, BandsOf10)
         {"two ends", [](Teller& t) { t.Format().Header().Band().End().End(); }, SUCCESS, "5"},
         {"a header twice", [](Teller& t) { t.Format().Header().Header().Band().End(); }, SUCCESS, "5"},
         {"a format twice", [](Teller& t) { t.Format().Format().Header().Band().End(); }, SUCCESS, "5"},
-        {"an empty band", [](Teller& t) { t.Format().Header().Band(0, 0).Band().End(); }, SUCCESS, "5"},
-        {"reversed bands", [](Teller& t) { t.Format().Header().Band(12, 12).Band(0, 12).End(); }, SUCCESS,
-         "5"},
-        {"a band past the end", [](Teller& t) { t.Format().Header().Band(0, 25).End(); }, ERR_WIA_UNEXPECTED,
-         "0"},
-        {"a band far past the end", [](Teller& t) { t.Format().Header().Band(INT32_MAX - 64).End(); },
-         ERR_WIA_UNEXPECTED, "0"},
-        {"a band before the beginning", [](Teller& t) { t.Format().Header().Band(-100).End(); },
-         ERR_WIA_UNEXPECTED, "0"},
-        {"a negative length", [](Teller& t) { t.Format().Header().Band(0, -24).End(); }, ERR_WIA_UNEXPECTED,
-         "0"},
-        {"no data", [](Teller& t) { t.Format().Header().Tell(IT_MSG_DATA, 40, 24).End(); },
-         ERR_WIA_UNEXPECTED, "0"},
-        {"no format data", [](Teller& t) { t.Tell(IT_MSG_DATA_HEADER).End(); }, ERR_WIA_UNEXPECTED, ""},
-        {"a header cut short", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28\0\0").End(); },
-         RESULT_FALSE, ""},
-        {"a picture of no width", [](Teller& t) { t.Format().Header(0).End(); }, ERR_WIA_UNEXPECTED, ""},
-        {"a picture too wide", [](Teller& t) { t.Format().Header(1 << 30, 1 << 30).End(); },
-         ERR_WIA_UNEXPECTED, ""},
-        {"a height that has no magnitude", [](Teller& t) { t.Format().Header(4, INT32_MIN).End(); },
-         ERR_WIA_UNEXPECTED, ""},
-        {"a depth that there is not", [](Teller& t) { t.Format().Header(4, 2, 3).End(); }, ERR_WIA_UNEXPECTED,
+        {"an empty band", [](Teller& t) { t.Format().Header().Band(0).Band().End(); }, SUCCESS, "5"},
+        {"too long", [](Teller& t) { t.Format().Header().Band(25).End(); }, ERR_WIA_UNEXPECTED, "0"},
+        {"no width", [](Teller& t) { t.Format().Header(0).End(); }, ERR_WIA_UNEXPECTED, ""},
+        {"no data", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 40).End(); }, ERR_WIA_UNEXPECTED, ""},
+        {"half a header", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28").End(); }, RESULT_FALSE,
          ""},
-        {"another size on page 2",
-         [](Teller& t) { t.Format().Header().Band().Tell(IT_MSG_NEW_PAGE).Header(400, 200).End(); },
-         ERR_WIA_UNEXPECTED, "5"},
         {"data after the end", [](Teller& t) { t.Format().Header().Band().End().Band(); }, SUCCESS, "5"},
         {"unknown messages", [](Teller& t) { t.Tell(0).Tell(8).Tell(-1).Tell(6).Tell(99); }, SUCCESS, ""},
-        {"a noise of another format", [](Teller& t) { t.Format(WiaImgFmt_JPEG).Band().End(); },
-         ERR_WIA_UNEXPECTED, ""},
+        {"noise as JPEG", [](Teller& t) { t.Format(WiaImgFmt_JPEG).Band().End(); }, ERR_WIA_UNEXPECTED, ""},
     };
-    // An end is told once, process-wide: begin after a transfer that ended.
-    Transfer(kMemory1, [](ItemDefinition&) {});
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
-        bool first = true;
-        Desk desk{kMemory1,
-                  ScannerWith({}).EditItem(VORN_TEXT("Scan"),
-                                           [&](ItemDefinition& item) {
-                                               item.banded = [&](IWiaDataCallback* callback, const auto&) {
-                                                   Teller teller{callback};
-                                                   if (std::exchange(first, false))
-                                                       row.tell(teller);
-                                                   else
-                                                       teller.Format().Header().Band().End();
-                                                   return teller.Result();
-                                               };
-                                           }),
-                  1};
-        const Outcome outcome = desk.Acquire();
-        EXPECT_EQ(outcome.status, row.status);
-        EXPECT_EQ(outcome.Pages(), row.pages);
-        const Outcome next = desk.Acquire();
-        EXPECT_EQ(next.status, SUCCESS);
-        EXPECT_EQ(next.Pages(), "5") << "the next one";
+        std::function<void(Teller&)> tell;
+        const std::function<void(Teller&)> good = [](Teller& t) { t.Format().Header().Band().End(); };
+        const TreeEdit edit = [&](ItemDefinition& item) {
+            item.banded = [&](IWiaDataCallback* callback, const auto&) {
+                Teller teller{callback};
+                tell(teller);
+                return teller.Result();
+            };
+        };
+        Desk desk{kMemory1, ScannerWith({}).EditItem(VORN_TEXT("Scan"), edit), 1};
+        // An end is told once, process-wide: begin after a transfer that ended.
+        for (const auto& [told, status, pages] : {std::tuple{&good, +SUCCESS, "5"},
+                                                  {&row.tell, +row.status, row.pages},
+                                                  {&good, +SUCCESS, "5"}}) {
+            tell = *told;
+            const Outcome outcome = desk.Acquire();
+            EXPECT_EQ(outcome.status, status);
+            EXPECT_EQ(outcome.Pages(), pages);
+        }
     }
 }
 
@@ -152,9 +117,9 @@ public:
 
     Stream& Begin()
     {
-        IStream* given = nullptr;
-        if (receiver_->GetNextStream(0, nullptr, nullptr, &given) == S_OK && given)
-            stream_ = ComPtr<IStream>::Adopt(given);
+        ComPtr<IStream> given;
+        if (receiver_->GetNextStream(0, nullptr, nullptr, given.Out()) == S_OK)
+            stream_ = std::move(given);
         return *this;
     }
     Stream& Write(const std::string& bytes)
@@ -183,9 +148,9 @@ private:
 
 TEST_F(HostileDevice, StreamsOf20)
 {
-    AddPage(Folder() / "page.bmp", 5);
-    const std::string page = BytesOf(Folder() / "page.bmp");
+    const std::string page = PageFile(5);
     const ULONG64 size = page.size();
+    constexpr LONG kOver = WIA_TRANSFER_MSG_END_OF_TRANSFER;
     struct Row {
         const char* fault;
         std::function<void(Stream&)> tell;
@@ -194,53 +159,37 @@ TEST_F(HostileDevice, StreamsOf20)
     };
     const Row rows[] = {
         {"nothing at all", [](Stream&) {}, "", ERR_FILE_COPY},
-        {"a good page", [&](Stream& s) { s.Begin().Write(page).End(size); }, "5", SUCCESS},
         {"ends before begin", [](Stream& s) { s.End(0).End(9); }, "", ERR_FILE_COPY},
-        {"end before begin, then a page", [&](Stream& s) { s.End(0).Begin().Write(page).End(size); }, "5",
-         SUCCESS},
+        {"then a page", [&](Stream& s) { s.End(0).Begin().Write(page).End(size); }, "5", SUCCESS},
         {"begins twice", [&](Stream& s) { s.Begin().Begin().Write(page).End(size); }, "5", SUCCESS},
-        {"no end of the stream",
-         [&](Stream& s) { s.Begin().Write(page).Tell(1).Tell(WIA_TRANSFER_MSG_END_OF_TRANSFER); }, "empty",
+        {"a stream's end missing", [&](Stream& s) { s.Begin().Write(page).Tell(1).Tell(kOver); }, "empty",
          SUCCESS},
-        {"no end of the transfer", [&](Stream& s) { s.Begin().Write(page).Tell(2, size); }, "5", SUCCESS},
+        {"the other end missing", [&](Stream& s) { s.Begin().Write(page).Tell(2, size); }, "5", SUCCESS},
         {"no end at all", [&](Stream& s) { s.Begin().Write(page); }, "", SUCCESS},
         {"claims nothing", [&](Stream& s) { s.Begin().Write(page).End(0); }, "", SUCCESS},
-        {"claims more than there is", [&](Stream& s) { s.Begin().Write(page).End(INT32_MAX); }, "5", SUCCESS},
-        {"claims a negative size", [&](Stream& s) { s.Begin().Write(page).End(UINT32_MAX); }, "", SUCCESS},
-        {"half a page", [&](Stream& s) { s.Begin().Write(page.substr(0, size / 2)).End(size / 2); }, "",
-         SUCCESS},
+        {"half a page", [&](Stream& s) { s.Begin().Write(page.substr(0, 99)).End(99); }, "", SUCCESS},
         {"noise", [](Stream& s) { s.Begin().Write(std::string(999, 'x')).Tell(1).End(999); }, "", SUCCESS},
         {"an empty stream", [](Stream& s) { s.Begin().Tell(1).End(0); }, "", SUCCESS},
-        {"unknown messages",
-         [&](Stream& s) { s.Tell(0).Tell(5).Begin().Tell(6).Tell(-1).Write(page).End(size); }, "5", SUCCESS},
+        {"unknown messages", [&](Stream& s) { s.Tell(0).Begin().Tell(-1).Write(page).End(size); }, "5",
+         SUCCESS},
     };
     for (const Row& row : rows) {
-        const TreeEdit edit = [&](ItemDefinition& item) {
-            item.download = [&](LONG, IWiaTransferCallback* receiver) {
-                Stream stream{receiver};
-                row.tell(stream);
-                return S_OK;
-            };
-        };
         SCOPED_TRACE(row.fault);
-        const Outcome memory = Transfer(kMemory2, edit);
+        const auto download = [&](IWiaTransferCallback* receiver) {
+            Stream stream{receiver};
+            row.tell(stream);
+            return S_OK;
+        };
+        const Outcome memory = Download(kMemory2, download);
         EXPECT_EQ(memory.status, SUCCESS);
         EXPECT_EQ(memory.Pages(), row.memory);
-        EXPECT_EQ(Transfer(kFile2, edit).status, row.fileStatus);
+        EXPECT_EQ(Download(kFile2, download).status, row.fileStatus);
     }
-}
-
-TEST_F(HostileDevice, DownloadsThatNeverBringAnything)
-{
     for (const HRESULT answer : {S_OK, S_FALSE}) {
-        const Outcome outcome = Transfer(
-            kMemory2,
-            [&](ItemDefinition& item) {
-                item.download = [&](LONG, IWiaTransferCallback*) { return answer; };
-            },
-            {}, 0);
-        EXPECT_EQ(outcome.status, SUCCESS);
-        EXPECT_TRUE(outcome.calls.empty());
+        const Outcome endless = Download(
+            kMemory2, [=](IWiaTransferCallback*) { return answer; }, 0);
+        EXPECT_EQ(endless.status, SUCCESS) << "downloads that never bring anything";
+        EXPECT_TRUE(endless.calls.empty());
     }
 }
 
@@ -254,16 +203,15 @@ TEST_F(HostileDevice, TenThousandPages)
             uint32_t pages = 0;
             uint64_t tracked = 0;
         } count;
-        const int32_t status = Vorn_WiaAcquire(
-            desk.Session(), nullptr, 0, desk.item, nullptr, nullptr, nullptr,
-            [](WiaSession*, BitmapHandle* bitmap, const WCHAR*, int32_t, int32_t, void* data) {
-                auto& heard = *static_cast<Count*>(data);
-                heard.pages += bitmap != nullptr;
-                heard.tracked = std::max(heard.tracked, KrnTrackedCount());
-                return heard.pages < 10000 ? 1 : ERR_ABORTED;
-            },
-            &count);
-        EXPECT_EQ(status, SUCCESS);
+        const auto note = [](WiaSession*, BitmapHandle* bitmap, const WCHAR*, int32_t, int32_t, void* data) {
+            auto& heard = *static_cast<Count*>(data);
+            heard.pages += bitmap != nullptr;
+            heard.tracked = std::max(heard.tracked, KrnTrackedCount());
+            return heard.pages < 10000 ? 1 : ERR_ABORTED;
+        };
+        EXPECT_EQ(
+            Vorn_WiaAcquire(desk.Session(), nullptr, 0, desk.item, nullptr, nullptr, nullptr, note, &count),
+            SUCCESS);
         EXPECT_EQ(count.pages, 10000u);
         EXPECT_LE(count.tracked, KrnTrackedCount() + 16);
     }
