@@ -86,10 +86,10 @@ TEST_F(HostileDevice, BandsOf10)
         {"unknown messages", [](Teller& t) { t.Tell(0).Tell(8).Tell(-1).Tell(6).Tell(99); }, SUCCESS, ""},
         {"noise as JPEG", [](Teller& t) { t.Format(WiaImgFmt_JPEG).Band().End(); }, ERR_WIA_UNEXPECTED, ""},
     };
+    const std::function<void(Teller&)> good = [](Teller& t) { t.Format().Header().Band().End(); };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
         std::function<void(Teller&)> tell;
-        const std::function<void(Teller&)> good = [](Teller& t) { t.Format().Header().Band().End(); };
         const TreeEdit edit = [&](ItemDefinition& item) {
             item.banded = [&](IWiaDataCallback* callback, const auto&) {
                 Teller teller{callback};
@@ -98,15 +98,15 @@ TEST_F(HostileDevice, BandsOf10)
             };
         };
         Desk desk{kMemory1, ScannerWith({}).EditItem(VORN_TEXT("Scan"), edit), 1};
-        // An end is told once, process-wide: begin after a transfer that ended.
-        for (const auto& [told, status, pages] : {std::tuple{&good, +SUCCESS, "5"},
-                                                  {&row.tell, +row.status, row.pages},
-                                                  {&good, +SUCCESS, "5"}}) {
-            tell = *told;
+        const auto acquire = [&](const auto& told, int32_t status, const char* pages) {
+            tell = told;
             const Outcome outcome = desk.Acquire();
             EXPECT_EQ(outcome.status, status);
             EXPECT_EQ(outcome.Pages(), pages);
-        }
+        };
+        acquire(good, SUCCESS, "5");  // an end is told once, process-wide: begin after a transfer that ended
+        acquire(row.tell, row.status, row.pages);
+        acquire(good, SUCCESS, "5");
     }
 }
 

@@ -72,27 +72,6 @@ TEST_F(MemoryTransfer, KeepsABufferSizeFoundForTheLaterItemsOfTheCall)
     }
 }
 
-TEST_F(MemoryTransfer, HandsOverEachPageBetweenItsBeginAndTheNext)
-{
-    for (const Road& road : {kMemory1, kMemory2}) {
-        SCOPED_TRACE(road.name);
-        Desk desk{road, ScannerWith(NumberedPages(3), true), 3};
-        desk.Acquire();  // a first report tells the state that the transfer before left
-        const Outcome outcome = desk.Acquire();
-        std::string heard;
-        for (const std::string& call : outcome.calls) {
-            // The report after a 1.0 page's begin tells that state once more.
-            if (call.front() == '1' && !heard.ends_with("begin "))
-                heard += "begin ";
-            if (call == "2 100 +")
-                heard += "page ";
-        }
-        // The later pages of a 1.0 transfer come into the first one's bitmap.
-        EXPECT_EQ(heard, road.generation == Generation::One ? "begin page page page "
-                                                            : "begin page begin page begin page ");
-    }
-}
-
 TEST_F(MemoryTransfer, ArrivesInBandsOfAnySize)
 {
     const CannedPage page = PlainPage(100, 50, 8, 7);
