@@ -101,6 +101,20 @@ TEST_F(EntryPoints, TransferTheItemsOfTheDialogInTheirOrder)
     }
 }
 
+TEST_F(EntryPoints, PutTheItemsTogetherInTheFreeNameThatTheFirstOneTook)
+{
+    dialogs_->choice = {2, 0};
+    AddPage(Folder() / "a.tif", 9);
+    Desk desk{Generation::One, CameraWith(3)};
+    for (const WCHAR* name : {VORN_TEXT("Picture 1"), VORN_TEXT("Picture 3")}) {
+        desk.item = desk.Child(name);
+        desk.SetMedium(true);
+        desk.SetFormat(WiaImgFmt_TIFF);
+    }
+    EXPECT_EQ(desk.Acquire(Named(Folder() / "a.tif", 0, 1)).status, SUCCESS);
+    EXPECT_EQ(In(Folder()), "a (1).tif=3 1, a.tif=9");
+}
+
 TEST_F(EntryPoints, EndAtTheFirstItemThatFails)
 {
     Desk desk{Generation::One, CameraWith(3)};
