@@ -3,9 +3,18 @@
 
 tool_packages='cmake g++ ninja-build libcli11-dev libtiff-dev'
 check_packages="$tool_packages libbenchmark-dev libgtest-dev pkg-config"
+windows_packages='cmake ninja-build g++-mingw-w64-x86-64-posix googletest imagemagick libcli11-dev wine wine64'
 
 root=$(dirname "$(readlink -f "$0")")
-build=$root/build/release
+
+# use_preset NAME: what the functions below configure and build.
+use_preset()
+{
+    preset=$1
+    build=$root/build/$preset
+}
+
+use_preset release
 
 say()
 {
@@ -64,7 +73,7 @@ configure()
     fi
     say 'configuring...'
     log=$root/build/configure.log
-    (cd "$root" && cmake --preset release --fresh -DVORN_BUILD_TESTS="$1" -DVORN_BUILD_BENCH="$1") \
+    (cd "$root" && cmake --preset "$preset" --fresh -DVORN_BUILD_TESTS="$1" -DVORN_BUILD_BENCH="$1") \
         </dev/null >"$log" 2>&1 || fail 'configuring failed.' "$log"
 }
 

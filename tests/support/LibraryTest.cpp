@@ -57,7 +57,10 @@ fs::path LibraryTest::TemporaryDirectory()
 
 std::set<std::string> LibraryTest::TemporaryFiles()
 {
-    return NamesIn(TemporaryDirectory());
+    std::set<std::string> names = NamesIn(TemporaryDirectory());
+    // Where the directory is the user's, tests have their own folders in it.
+    std::erase_if(names, [](const std::string& name) { return name.starts_with("vorn_test_"); });
+    return names;
 }
 
 }  // namespace vorn::test

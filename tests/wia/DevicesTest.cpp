@@ -51,6 +51,9 @@ TEST_F(Devices, RemoteOnesAreListedWhenNotOnlyLocalOnesAreAsked)
 
 TEST_F(Devices, AHiddenManagerCannotBeCreated)
 {
+#ifdef _WIN32
+    GTEST_SKIP() << "the classes are announced by the test program, not built in";
+#endif
     {
         const ScopedMissingManager missing{Generation::Two};
         EXPECT_FALSE(Manager2());
