@@ -45,12 +45,3 @@ endif()
 add_library(vorn_headers INTERFACE)
 target_include_directories(vorn_headers INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/Platform/include>)
-
-# A folder that is still to come is left out.
-function(vorn_add_folder folder)
-  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt)
-    add_subdirectory(${folder})
-  else()
-    message(STATUS "${folder}/ is not there yet: left out")
-  endif()
-endfunction()
