@@ -117,8 +117,16 @@ TEST_F(GlobalBlocks, MediumReleasesWhatItOwns)
     ASSERT_EQ(CreateStreamOnHGlobal(nullptr, TRUE, &medium.pstm), S_OK);
     ReleaseStgMedium(&medium);
 
-    medium.tymed = TYMED_FILE;  // without a name there is no file to delete
+    const ScratchFolder folder;
+    WriteBytes(folder.Path() / "file", "x");
+    const WString name = Wide(folder.Path() / "file");
+    medium.tymed = TYMED_FILE;
+    ReleaseStgMedium(&medium);  // without a name there is no file to delete
+    medium.tymed = TYMED_FILE;
+    medium.lpszFileName = static_cast<LPOLESTR>(CoTaskMemAlloc((name.size() + 1) * sizeof(WCHAR)));
+    std::copy_n(name.c_str(), name.size() + 1, medium.lpszFileName);
     ReleaseStgMedium(&medium);
+    EXPECT_EQ(NamesIn(folder.Path()).size(), 0u);
     ReleaseStgMedium(nullptr);
 }
 

@@ -6,11 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
-
 #include "com.h"
 #include "comobject.h"
+#include "support/Files.h"
 
 namespace vorn::test {
 
@@ -30,18 +28,13 @@ public:
     HRESULT STDMETHODCALLTYPE Write(const void*, ULONG, ULONG*) override { return E_NOTIMPL; }
 };
 
-inline LARGE_INTEGER Move(LONGLONG offset)
+/** A copy of `elements` that CoTaskMemFree frees. */
+template <typename Element>
+Element* Task(std::initializer_list<Element> elements)
 {
-    LARGE_INTEGER move{};
-    move.QuadPart = offset;
-    return move;
-}
-
-inline ULARGE_INTEGER Size(ULONGLONG size)
-{
-    ULARGE_INTEGER value{};
-    value.QuadPart = size;
-    return value;
+    auto* block = static_cast<Element*>(CoTaskMemAlloc(sizeof(Element) * elements.size()));
+    std::copy(elements.begin(), elements.end(), block);
+    return block;
 }
 
 }  // namespace vorn::test
