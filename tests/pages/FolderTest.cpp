@@ -1,7 +1,5 @@
-#include <filesystem>
-#include <fstream>
-
 #include "Pages.h"
+#include "support/Files.h"
 #include "wia/virtual/FolderListing.h"
 #include "wia/virtual/ImageFolder.h"
 #include "wia/virtual/Resample.h"
@@ -9,24 +7,23 @@
 namespace vorn::wia {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(NaturalOrder, CountsNumbersAndIgnoresCase)
 {
-    const WStringView ordered[] = {VORN_TEXT(""),
-                                   VORN_TEXT("page"),
-                                   VORN_TEXT("page1"),
-                                   VORN_TEXT("Page02"),
-                                   VORN_TEXT("page2"),
-                                   VORN_TEXT("page2b"),
-                                   VORN_TEXT("PAGE10"),
-                                   VORN_TEXT("page10a"),
-                                   VORN_TEXT("page123456789012345678901"),
-                                   VORN_TEXT("page123456789012345678902"),
-                                   VORN_TEXT("pagex")};
+    const char* ordered[] = {"",
+                             "page",
+                             "page1",
+                             "Page02",
+                             "page2",
+                             "page2b",
+                             "PAGE10",
+                             "page10a",
+                             "page123456789012345678901",
+                             "page123456789012345678902",
+                             "pagex"};
     for (size_t i = 0; i < std::size(ordered); ++i)
         for (size_t k = 0; k < std::size(ordered); ++k)
-            EXPECT_EQ(NaturallyBefore(ordered[i], ordered[k]), i < k) << i << " and " << k;
+            EXPECT_EQ(NaturallyBefore(test::Wide(ordered[i]), test::Wide(ordered[k])), i < k)
+                << ordered[i] << " and " << ordered[k];
 }
 
 TEST(RangeBehind, TakesTheNearestPixelOrAllThatAreCovered)
@@ -50,115 +47,49 @@ TEST(RangeBehind, TakesTheNearestPixelOrAllThatAreCovered)
             << each.index << " x " << each.ratio;
 }
 
-class Folder : public testing::Test {
+class PictureFolder : public testing::Test {
 protected:
-    Folder()
-    {
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        // A name that is no ASCII has to survive the way to the file library.
-        path_ = fs::temp_directory_path() / (std::string{"vornwia-pages-"} + test->name()) / u8"pàges-页";
-        fs::remove_all(path_.parent_path());
-        fs::create_directories(path_);
-    }
-    ~Folder() override
-    {
-        std::error_code ignored;
-        fs::remove_all(path_.parent_path(), ignored);
-    }
-
-    void Write(const fs::path& name, const std::vector<uint8_t>& bytes)
-    {
-        std::ofstream{path_ / name, std::ios::binary}.write(reinterpret_cast<const char*>(bytes.data()),
-                                                            static_cast<std::streamsize>(bytes.size()));
-    }
-
-    /** A picture of one colour or of noise in a file, for each geometry a page. */
-    std::vector<uint8_t> Tiff(const std::vector<PageGeometry>& pages)
-    {
-        CheckedSink sink;
-        const auto encoder = MakeDocumentEncoder(WiaImgFmt_TIFF);
-        for (const PageGeometry& geometry : pages) {
-            sink.ExpectNextPage();
-            EXPECT_EQ(encoder->Encode(*ReadyPage(geometry, RandomImage(geometry)), sink, 4096), S_OK);
-        }
-        return sink.bytes;
-    }
-    std::vector<uint8_t> Bmp(const PageGeometry& geometry, const std::vector<uint8_t>& image)
-    {
-        CheckedSink sink;
-        EXPECT_EQ(MakePageEncoder(WiaImgFmt_BMP)->Encode(*ReadyPage(geometry, image), sink, 4096), S_OK);
-        return sink.bytes;
-    }
+    void Write(const char* name, const std::string& bytes) { test::WriteBytes(folder_.Path() / name, bytes); }
+    void WriteBmp(const char* name, const CannedPage& page) { Write(name, Encoded(WiaImgFmt_BMP, page)); }
 
     std::shared_ptr<PageSource> Open(double sheetWidthInches = 8.5)
     {
         std::shared_ptr<PageSource> source;
-        EXPECT_EQ(ImageFolder::Open(path_.string<WCHAR>().c_str(), sheetWidthInches, source), S_OK);
+        EXPECT_EQ(ImageFolder::Open(test::Wide(folder_.Path()).c_str(), sheetWidthInches, source), S_OK);
         return source;
     }
 
-    static PageRequest Request(uint32_t bits, uint32_t width, uint32_t height, uint32_t xDpi = 300,
-                               uint32_t yDpi = 200)
-    {
-        PageRequest request;
-        request.xDpi = xDpi;
-        request.yDpi = yDpi;
-        request.bitsPerPixel = bits;
-        request.width = width;
-        request.height = height;
-        return request;
-    }
+    /** The first page of the folder, as it is scanned now. */
+    CannedPage ScanFirst(const PageRequest& request) { return Scan(*Open(), request, 3); }
 
-    /** The next page as the rows of a DIB, read a few rows at a time. */
-    static std::vector<uint8_t> Scan(PageSource& source, const PageRequest& request)
-    {
-        std::unique_ptr<Page> page;
-        EXPECT_EQ(source.NextPage(request, page), S_OK);
-        if (!page)
-            return {};
-        const uint64_t rowBytes = page->Geometry().RowBytes();
-        std::vector<uint8_t> rows(page->Geometry().ImageBytes(), 0xA5);
-        for (uint32_t y = 0, count; y < request.height; y += count) {
-            count = std::min(3u, request.height - y);
-            EXPECT_EQ(page->ReadRows(rows.data() + (request.height - y - count) * rowBytes, count,
-                                     RowOrder::BottomUp),
-                      S_OK);
-        }
-        return rows;
-    }
-
-    fs::path path_;
+    test::ScratchFolder folder_;
 };
 
-TEST_F(Folder, WithoutImagesIsRefused)
+TEST_F(PictureFolder, WithoutImagesIsRefused)
 {
-    Write("notes.txt", {1, 2, 3});
-    fs::create_directory(path_ / "folder.bmp");
+    Write("notes.txt", "abc");
+    std::filesystem::create_directory(folder_.Path() / "folder.bmp");
     std::shared_ptr<PageSource> source;
-    EXPECT_EQ(ImageFolder::Open(path_.string<WCHAR>().c_str(), 8.5, source), E_INVALIDARG);
-    EXPECT_EQ(ImageFolder::Open((path_ / "missing").string<WCHAR>().c_str(), 8.5, source), E_INVALIDARG);
-    EXPECT_EQ(ImageFolder::Open(nullptr, 8.5, source), E_INVALIDARG);
+    const WString empty = test::Wide(folder_.Path()), missing = test::Wide(folder_.Path() / "missing");
+    for (const WCHAR* folder : {empty.c_str(), missing.c_str(), static_cast<const WCHAR*>(nullptr)})
+        EXPECT_EQ(ImageFolder::Open(folder, 8.5, source), E_INVALIDARG);
     EXPECT_EQ(source, nullptr);
 }
 
-TEST_F(Folder, FeedsEveryPageOfEveryFileInNaturalOrder)
+TEST_F(PictureFolder, FeedsEveryPageOfEveryFileInNaturalOrder)
 {
-    // The widths tell the pages apart: all of a page but its picture is white.
-    const std::vector<uint32_t> widths = {5, 9, 14, 20};
-    const auto page = [](uint32_t width) { return MakeGeometry(width, 4, 24); };
-    Write("page10.bmp", Bmp(page(20), RandomImage(page(20))));
-    Write("Page1.BMP", Bmp(page(5), RandomImage(page(5))));
-    Write("page2.tif", Tiff({page(9), page(14)}));
+    const CannedPage pages[] = {Noise(5, 4, 24), Noise(9, 4, 24), Noise(14, 4, 24), Noise(20, 4, 24)};
+    TiffDocument document;
+    ASSERT_EQ(document.Add(pages[1]), S_OK);
+    ASSERT_EQ(document.Add(pages[2]), S_OK);
+    WriteBmp("page10.bmp", pages[3]);
+    WriteBmp("Page1.BMP", pages[0]);
+    Write("page2.tif", document.sink.bytes);
 
     const auto source = Open();
-    for (const uint32_t width : widths) {
+    for (const CannedPage& page : pages) {
         ASSERT_TRUE(source->HasPage());
-        const PageRequest request = Request(24, 30, 1);
-        const std::vector<uint8_t> row = Scan(*source, request);
-        const auto end =
-            std::find_if_not(row.rbegin() + 2, row.rend(), [](uint8_t level) { return level == 255; });
-        const auto pictureBytes = static_cast<uint32_t>(row.rend() - end);
-        EXPECT_EQ((pictureBytes + 2) / 3, width);
+        ExpectSamePicture(Scan(*source, Request(24, page.geometry.width, 4), 3), page);
     }
     EXPECT_FALSE(source->HasPage());
     std::unique_ptr<Page> none;
@@ -166,90 +97,76 @@ TEST_F(Folder, FeedsEveryPageOfEveryFileInNaturalOrder)
 }
 
 // Catches a shift or blur at the picture's own resolution, and a change of its colours.
-TEST_F(Folder, DeliversThePixelsThemselvesAtTheirOwnResolution)
+TEST_F(PictureFolder, DeliversThePixelsThemselvesAtTheirOwnResolution)
 {
     const PaletteEntry black{0, 0, 0, 0}, white{255, 255, 255, 0};
-    const PageGeometry kinds[] = {MakeGeometry(37, 11, 24), MakeGeometry(37, 11, 8),
-                                  MakeGeometry(37, 11, 1, {black, white})};
-    for (const PageGeometry& geometry : kinds) {
-        const std::vector<uint8_t> image = RandomImage(geometry);
-        Write("a.bmp", Bmp(geometry, image));
-        Write("b.tif", Tiff({geometry}));
-        const auto source = Open();
-        for (const char* file : {"BMP", "TIFF"})
-            EXPECT_EQ(Scan(*source, Request(geometry.bitsPerPixel, 37, 11)), image)
-                << file << ", " << geometry.bitsPerPixel << " bits";
+    for (const CannedPage& page : {Noise(37, 11, 24), Noise(37, 11, 8), Noise(37, 11, 1, {black, white})}) {
+        WriteBmp("a.bmp", page);
+        EXPECT_EQ(ScanFirst(Request(page.geometry.bitsPerPixel, 37, 11)).pixels, page.pixels);
 
         // A cut from its middle, 5 wider and 2 higher than what is left of the picture.
-        PageRequest cut = Request(24, 25, 8);
-        cut.x = 17;
-        cut.y = 5;
-        std::shared_ptr<PageSource> again = Open();
-        const std::vector<uint8_t> rows = Scan(*again, cut);
-        const std::vector<PaletteEntry> palette = [&] {
-            std::vector<PaletteEntry> colors = geometry.palette;
-            for (uint32_t i = 0; colors.empty() || (colors.size() < 256 && geometry.palette.empty()); ++i)
-                colors.push_back(
-                    {static_cast<uint8_t>(i), static_cast<uint8_t>(i), static_cast<uint8_t>(i), 0});
-            return colors;
-        }();
+        PageRequest request = Request(24, 25, 8);
+        request.x = 17;
+        request.y = 5;
+        const CannedPage cut = ScanFirst(request);
         for (uint32_t y = 0; y < 8; ++y)
-            for (uint32_t x = 0; x < 25; ++x) {
-                const bool inside = x + 17 < 37 && y + 5 < 11;
-                const uint32_t expected = !inside ? 0xFFFFFF
-                                                  : ColorAt(image.data() + (10 - y - 5) * geometry.RowBytes(),
-                                                            x + 17, geometry.bitsPerPixel, palette.data());
-                ASSERT_EQ(ColorAt(rows.data() + (7 - y) * 76, x, 24, nullptr), expected) << x << ", " << y;
-            }
+            for (uint32_t x = 0; x < 25; ++x)
+                ASSERT_EQ(ColorAt(cut, x, y),
+                          x + 17 < 37 && y + 5 < 11 ? ColorAt(page, x + 17, y + 5) : 0xFFFFFF)
+                    << page.geometry.bitsPerPixel << " bits, pixel " << x << ", " << y;
     }
 }
 
-TEST_F(Folder, AveragesWhenReducingAndRepeatsWhenEnlarging)
+TEST_F(PictureFolder, AveragesWhenReducingAndRepeatsWhenEnlarging)
 {
-    PageGeometry geometry = MakeGeometry(4, 2, 8);
-    geometry.yDpi = 300;
-    // Bottom row first, as a DIB has it.
-    Write("a.bmp", Bmp(geometry, {30, 40, 100, 101, 10, 20, 200, 202}));
-
-    EXPECT_EQ(Scan(*Open(), Request(8, 3, 2, 150, 150)),
-              (std::vector<uint8_t>{255, 255, 255, 0, 25, 151, 255, 0}));
-    EXPECT_EQ(Scan(*Open(), Request(8, 8, 2, 600, 300)),
-              (std::vector<uint8_t>{30, 30, 40, 40, 100, 100, 101, 101, 10, 10, 20, 20, 200, 200, 202, 202}));
-    EXPECT_EQ(Scan(*Open(), Request(8, 4, 2, 300, 600)),
-              (std::vector<uint8_t>{10, 20, 200, 202, 10, 20, 200, 202}));
-    EXPECT_EQ(Scan(*Open(), Request(1, 4, 2, 300, 300)), (std::vector<uint8_t>{0, 0, 0, 0, 0x30, 0, 0, 0}));
+    CannedPage page = Noise(4, 2, 8);
+    page.geometry.yDpi = 300;
+    page.pixels = {30, 40, 100, 101, 10, 20, 200, 202};  // the bottom row first
+    WriteBmp("a.bmp", page);
+    const struct {
+        PageRequest request;
+        std::vector<uint8_t> expected;
+    } cases[] = {
+        {Request(8, 3, 2, 150, 150), {255, 255, 255, 0, 25, 151, 255, 0}},
+        {Request(8, 8, 2, 600, 300),
+         {30, 30, 40, 40, 100, 100, 101, 101, 10, 10, 20, 20, 200, 200, 202, 202}},
+        {Request(8, 4, 2, 300, 600), {10, 20, 200, 202, 10, 20, 200, 202}},
+        {Request(1, 4, 2, 300, 300), {0, 0, 0, 0, 0x30, 0, 0, 0}},
+    };
+    for (const auto& each : cases)
+        EXPECT_EQ(ScanFirst(each.request).pixels, each.expected);
 }
 
-TEST_F(Folder, PictureOfUnknownResolutionFillsTheSheet)
+TEST_F(PictureFolder, PictureOfUnknownResolutionFillsTheSheet)
 {
-    PageGeometry geometry = MakeGeometry(4, 1, 8);
-    geometry.xDpi = geometry.yDpi = 0;
-    Write("a.bmp", Bmp(geometry, {1, 2, 3, 4}));
+    CannedPage page = Noise(4, 1, 8);
+    page.geometry.xDpi = page.geometry.yDpi = 0;
+    page.pixels = {1, 2, 3, 4};
+    WriteBmp("a.bmp", page);
     // 4 pixels over 2 inches at 4 dpi: two wanted ones each.
-    EXPECT_EQ(Scan(*Open(2), Request(8, 8, 1, 4, 4)), (std::vector<uint8_t>{1, 1, 2, 2, 3, 3, 4, 4}));
+    EXPECT_EQ(Scan(*Open(2), Request(8, 8, 1, 4, 4), 3).pixels,
+              (std::vector<uint8_t>{1, 1, 2, 2, 3, 3, 4, 4}));
 }
 
-TEST_F(Folder, GoesOnAfterAFileThatCannotBeRead)
+TEST_F(PictureFolder, GoesOnAfterAFileThatCannotBeRead)
 {
-    const PageGeometry geometry = MakeGeometry(4, 4, 24);
-    const std::vector<uint8_t> image = RandomImage(geometry);
-    std::vector<uint8_t> cutShort = Bmp(geometry, image);
-    cutShort.erase(cutShort.end() - 7, cutShort.end());
-    Write("1.bmp", Bmp(geometry, image));
-    Write("2.bmp", cutShort);
-    Write("3.tif", {'n', 'o', ' ', 'i', 'm', 'a', 'g', 'e'});
-    Write("4.tif", {});
-    Write("5.bmp", Bmp(geometry, image));
+    const CannedPage page = Noise(4, 4, 24);
+    const std::string whole = Encoded(WiaImgFmt_BMP, page);
+    Write("1.bmp", whole);
+    Write("2.bmp", whole.substr(0, whole.size() - 7));
+    Write("3.tif", "no image");
+    Write("4.tif", "");
+    Write("5.bmp", whole);
 
     const auto source = Open();
     const PageRequest request = Request(24, 4, 4);
-    EXPECT_EQ(Scan(*source, request), image);
+    ExpectSamePicture(Scan(*source, request, 3), page);
     for (int i = 0; i < 3; ++i) {
-        std::unique_ptr<Page> page;
-        EXPECT_EQ(source->NextPage(request, page), WIA_ERROR_GENERAL_ERROR) << "file " << i + 2;
-        EXPECT_EQ(page, nullptr);
+        std::unique_ptr<Page> none;
+        EXPECT_EQ(source->NextPage(request, none), WIA_ERROR_GENERAL_ERROR) << "file " << i + 2;
+        EXPECT_EQ(none, nullptr);
     }
-    EXPECT_EQ(Scan(*source, request), image);
+    ExpectSamePicture(Scan(*source, request, 3), page);
     EXPECT_FALSE(source->HasPage());
 }
 

@@ -1,14 +1,14 @@
 /**
  * @file Pages.h
- * Pages to encode, and a sink that holds encoders to what they promise.
+ * Pictures, the files that show them, and a sink that holds encoders to what they promise.
  */
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "Vornfilx.h"
@@ -16,12 +16,6 @@
 #include "wia/virtual/CannedPages.h"
 
 namespace vorn::wia {
-
-inline PageGeometry MakeGeometry(uint32_t width, uint32_t height, uint32_t bits,
-                                 std::vector<PaletteEntry> palette = {})
-{
-    return {width, height, bits, 300, 200, std::move(palette)};
-}
 
 /** Colours that no two entries share and that are no greys. */
 inline std::vector<PaletteEntry> ColorfulPalette(uint32_t count)
@@ -33,62 +27,107 @@ inline std::vector<PaletteEntry> ColorfulPalette(uint32_t count)
     return palette;
 }
 
-/** The rows of a DIB with random pixels that stay inside the palette, and zeros in the padding. */
-inline std::vector<uint8_t> RandomImage(const PageGeometry& geometry)
+/** A page of random pixels that stay inside the palette, with zeros in the padding of its rows. */
+inline CannedPage Noise(uint32_t width, uint32_t height, uint32_t bits,
+                        std::vector<PaletteEntry> palette = {})
 {
-    std::minstd_rand random{geometry.width * 31 + geometry.bitsPerPixel};
-    std::vector<uint8_t> image(geometry.ImageBytes());
-    const uint32_t bits = geometry.bitsPerPixel;
-    for (uint32_t y = 0; y < geometry.height; ++y) {
-        uint8_t* row = image.data() + y * geometry.RowBytes();
-        if (bits == 24) {
-            std::generate(row, row + geometry.width * 3, [&] { return static_cast<uint8_t>(random() >> 8); });
-            continue;
-        }
-        const uint32_t colors =
-            geometry.palette.empty() ? 1u << bits : static_cast<uint32_t>(geometry.palette.size());
-        for (uint32_t x = 0; x < geometry.width; ++x) {
-            const uint32_t value = static_cast<uint32_t>(random() >> 8) % colors;
-            uint8_t& byte = row[x * bits / 8];
-            byte = static_cast<uint8_t>(byte | value << (8 - bits - x * bits % 8));
+    const uint32_t depth = std::min(bits, 8u);
+    const auto levels = palette.empty() ? 1u << depth : static_cast<uint32_t>(palette.size());
+    CannedPage page;
+    page.geometry = {width, height, bits, 300, 200, std::move(palette)};
+    page.pixels.resize(page.geometry.ImageBytes());
+    std::minstd_rand random{width * 31 + bits};
+    for (uint32_t y = 0; y < height; ++y) {
+        for (uint32_t bit = 0; bit < width * bits; bit += depth) {
+            uint8_t& byte = page.pixels[y * page.geometry.RowBytes() + bit / 8];
+            const auto level = static_cast<uint32_t>(random() >> 8) % levels;
+            byte = static_cast<uint8_t>(byte | level << (8 - depth - bit % 8));
         }
     }
-    return image;
-}
-
-/** A page that has to be scanned: it hides that its picture is ready, and can fail at a row. */
-class StreamedPage final : public Page {
-public:
-    explicit StreamedPage(std::unique_ptr<Page> page) : page_{std::move(page)} {}
-
-    const PageGeometry& Geometry() const noexcept override { return page_->Geometry(); }
-    HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) override
-    {
-        largestRead = std::max(largestRead, count);
-        nextRow_ += count;
-        return nextRow_ > failAtRow ? failure : page_->ReadRows(rows, count, order);
-    }
-
-    uint32_t largestRead = 0;
-    uint32_t failAtRow = UINT32_MAX;
-    HRESULT failure = WIA_ERROR_PAPER_JAM;
-
-private:
-    std::unique_ptr<Page> page_;
-    uint32_t nextRow_ = 0;
-};
-
-inline std::unique_ptr<Page> ReadyPage(const PageGeometry& geometry, const std::vector<uint8_t>& image)
-{
-    std::unique_ptr<Page> page;
-    MakeCannedPages({{geometry, image}})->NextPage({}, page);
     return page;
 }
 
-inline std::unique_ptr<StreamedPage> ScannedPage(const PageGeometry& geometry,
-                                                 const std::vector<uint8_t>& image)
+/** A pixel as 0xRRGGBB; `y` counts from the top. */
+inline uint32_t ColorAt(const CannedPage& page, uint32_t x, uint32_t y)
 {
-    return std::make_unique<StreamedPage>(ReadyPage(geometry, image));
+    const PageGeometry& geometry = page.geometry;
+    const uint32_t bits = geometry.bitsPerPixel;
+    const uint8_t* row = page.pixels.data() + (geometry.height - 1 - y) * geometry.RowBytes();
+    if (bits == 24)
+        return row[x * 3] | row[x * 3 + 1] << 8 | row[x * 3 + 2] << 16;
+    const uint32_t last = (1u << bits) - 1;
+    const uint32_t value = row[x * bits / 8] >> (8 - bits - x * bits % 8) & last;
+    if (geometry.palette.empty())
+        return value * 255 / last * 0x010101;
+    const PaletteEntry& color = geometry.palette.at(value);
+    return color.blue | color.green << 8 | color.red << 16;
+}
+
+inline void ExpectSamePicture(const CannedPage& got, const CannedPage& wanted)
+{
+    const PageGeometry &g = got.geometry, &w = wanted.geometry;
+    ASSERT_EQ(std::tie(g.width, g.height, g.bitsPerPixel, g.xDpi, g.yDpi),
+              std::tie(w.width, w.height, w.bitsPerPixel, w.xDpi, w.yDpi));
+    for (uint32_t y = 0; y < w.height; ++y)
+        for (uint32_t x = 0; x < w.width; ++x)
+            ASSERT_EQ(ColorAt(got, x, y), ColorAt(wanted, x, y)) << "pixel " << x << ", " << y;
+}
+
+/** What the file library sees in the bytes of a file. @return its status */
+inline int32_t Decode(const std::string& file, CannedPage& decoded, uint32_t page = 1)
+{
+    BitmapHandle bitmap = {};
+    FilLoadOptions options;
+    FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+    options.page = page;
+    const int32_t status = FilLoadMemory(file.data(), &bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR,
+                                         static_cast<int32_t>(file.size()), &options, nullptr);
+    if (status != FIL_SUCCESS || KrnAccessBitmap(&bitmap) != KRN_SUCCESS)
+        return status;
+    decoded.geometry = {bitmap.width, bitmap.height, bitmap.bitsPerPixel, bitmap.xDpi, bitmap.yDpi, {}};
+    for (const uint8_t* entry = bitmap.palette; entry < bitmap.palette + bitmap.paletteCount * 4; entry += 4)
+        decoded.geometry.palette.push_back({entry[0], entry[1], entry[2], 0});
+    const uint64_t rowBytes = decoded.geometry.RowBytes();
+    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
+    for (uint32_t y = 0; y < bitmap.height; ++y) {
+        const uint32_t line = bottomUp ? y : bitmap.height - 1 - y;
+        const uint8_t* row = static_cast<const uint8_t*>(bitmap.image) + size_t{line} * bitmap.rowBytes;
+        decoded.pixels.insert(decoded.pixels.end(), row, row + rowBytes);
+    }
+    KrnFreeBitmap(&bitmap);
+    return status;
+}
+
+/** The next page of a source, read `rowsPerRead` rows at a time. */
+inline CannedPage Scan(PageSource& source, const PageRequest& request, uint32_t rowsPerRead,
+                       RowOrder order = RowOrder::BottomUp)
+{
+    std::unique_ptr<Page> page;
+    EXPECT_EQ(source.NextPage(request, page), S_OK);
+    if (!page)
+        return {};
+    CannedPage scan{page->Geometry(), {}};
+    EXPECT_EQ(scan.geometry.palette.size(), request.bitsPerPixel == 24 ? 0u : 1u << request.bitsPerPixel);
+    const uint64_t rowBytes = scan.geometry.RowBytes();
+    scan.pixels.resize(scan.geometry.ImageBytes());
+    std::vector<uint8_t> rows(rowsPerRead * rowBytes);
+    for (uint32_t left = scan.geometry.height; left > 0;) {
+        const uint32_t count = std::min(rowsPerRead, left);
+        std::fill(rows.begin(), rows.end(), uint8_t{0xA5});
+        EXPECT_EQ(page->ReadRows(rows.data(), count, order), S_OK);
+        for (uint32_t i = 0; i < count; ++i) {
+            const uint32_t place = order == RowOrder::BottomUp ? count - 1 - i : i;
+            std::copy_n(rows.data() + place * rowBytes, rowBytes, scan.pixels.data() + --left * rowBytes);
+        }
+    }
+    return scan;
+}
+
+inline std::unique_ptr<Page> PageOf(const CannedPage& canned)
+{
+    std::unique_ptr<Page> page;
+    EXPECT_EQ(MakeCannedPages({canned})->NextPage({}, page), S_OK);
+    return page;
 }
 
 /** Keeps what is written, and checks order, sizes and percentages on the way. */
@@ -102,11 +141,10 @@ public:
 
     HRESULT Begin(uint64_t totalBytes, uint32_t headerBytes) override
     {
-        EXPECT_TRUE(pieces.empty()) << "begun after a write, or twice";
+        EXPECT_EQ(calls, 0u) << "begun after a write, or twice";
         total = totalBytes;
         header = headerBytes;
-        ++calls;
-        return calls == failAtCall ? failure : S_OK;
+        return Answer();
     }
 
     HRESULT Write(uint64_t offset, const uint8_t* data, uint32_t size, uint32_t percent) override
@@ -116,93 +154,54 @@ public:
         EXPECT_GE(percent, lastPercent);
         EXPECT_LE(percent, 100u);
         EXPECT_GT(size, 0u);
-        if (pieces.empty()) {
-            EXPECT_EQ(size, header);
-        }
+        EXPECT_TRUE(!pieces.empty() || size == header) << "the first write is not the header";
         lastPercent = percent;
         pieces.push_back({offset, size, data});
         written += size;
-        if (bytes.size() < offset + size)
-            bytes.resize(offset + size);
+        bytes.resize(std::max<size_t>(bytes.size(), offset + size));
         std::copy_n(data, size, bytes.begin() + static_cast<ptrdiff_t>(offset));
-        ++calls;
-        return calls == failAtCall ? failure : S_OK;
+        return Answer();
     }
 
-    /** Before the next page of a document: keeps the bytes only. */
-    void ExpectNextPage()
-    {
-        pieces.clear();
-        lastPercent = calls = 0;
-        written = total = 0;
-        failAtCall = UINT32_MAX;
-    }
-
-    std::vector<uint8_t> bytes;
+    std::string bytes;
     std::vector<Piece> pieces;
     uint64_t total = 0, written = 0;
     uint32_t header = 0, lastPercent = 0;
     uint32_t calls = 0, failAtCall = UINT32_MAX;
     HRESULT failure = S_FALSE;
+
+private:
+    HRESULT Answer() { return ++calls == failAtCall ? failure : S_OK; }
 };
 
-/** A bitmap of the kernel library. */
-class Loaded {
-public:
-    Loaded() = default;
-    Loaded(const Loaded&) = delete;
-    Loaded& operator=(const Loaded&) = delete;
-    ~Loaded() { KrnFreeBitmap(&bitmap); }
-
-    int32_t FromMemory(const std::vector<uint8_t>& bytes, uint32_t page = 1)
-    {
-        FilLoadOptions options;
-        FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
-        options.page = page;
-        const int32_t result = FilLoadMemory(bytes.data(), &bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR,
-                                             static_cast<int32_t>(bytes.size()), &options, nullptr);
-        return result == FIL_SUCCESS ? KrnAccessBitmap(&bitmap) : result;
-    }
-
-    BitmapHandle bitmap = {};
-};
-
-/** A pixel's colour as 0xRRGGBB. A palette has 4 bytes an entry: it is one of PaletteEntry, or a bitmap's. */
-inline uint32_t ColorAt(const uint8_t* row, uint32_t x, uint32_t bits, const void* palette)
+/** The file of one page. */
+inline std::string Encoded(REFGUID format, const CannedPage& page)
 {
-    const uint8_t* color = row + size_t{x} * 3;
-    if (bits <= 8)
-        color = static_cast<const uint8_t*>(palette) +
-                4 * (row[x * bits / 8] >> (8 - bits - x * bits % 8) & ((1u << bits) - 1));
-    return color[0] | color[1] << 8 | color[2] << 16;
+    CheckedSink sink;
+    EXPECT_EQ(MakePageEncoder(format)->Encode(*PageOf(page), sink, 4096), S_OK);
+    return sink.bytes;
 }
 
-/** Expects the bitmap to show the same picture as the rows of a DIB. */
-inline void ExpectSamePicture(const BitmapHandle& bitmap, const PageGeometry& geometry,
-                              const std::vector<uint8_t>& image)
-{
-    ASSERT_EQ(uint32_t{bitmap.width}, geometry.width);
-    ASSERT_EQ(uint32_t{bitmap.height}, geometry.height);
-    ASSERT_EQ(uint32_t{bitmap.bitsPerPixel}, geometry.bitsPerPixel);
-    EXPECT_EQ(double{bitmap.xDpi}, geometry.xDpi);
-    EXPECT_EQ(double{bitmap.yDpi}, geometry.yDpi);
+/** The pages of one file, as they are added. */
+struct TiffDocument {
+    HRESULT Add(const CannedPage& page, uint32_t failAtCall = UINT32_MAX)
+    {
+        std::string bytes = std::move(sink.bytes);
+        sink = {};
+        sink.bytes = std::move(bytes);
+        sink.failAtCall = failAtCall;
+        return encoder->Encode(*PageOf(page), sink, 1000);
+    }
 
-    std::vector<PaletteEntry> palette = geometry.palette;
-    for (uint32_t i = 0; palette.size() < 256 && geometry.palette.empty(); ++i) {
-        const uint32_t last = geometry.bitsPerPixel <= 8 ? (1u << geometry.bitsPerPixel) - 1 : 255;
-        const uint8_t level = static_cast<uint8_t>(std::min(i, last) * 255 / last);
-        palette.push_back({level, level, level, 0});
-    }
-    for (uint32_t y = 0; y < geometry.height; ++y) {
-        const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
-        const uint8_t* got = static_cast<const uint8_t*>(bitmap.image) +
-                             size_t{bottomUp ? y : geometry.height - 1 - y} * bitmap.rowBytes;
-        const uint8_t* wanted = image.data() + y * geometry.RowBytes();
-        for (uint32_t x = 0; x < geometry.width; ++x)
-            ASSERT_EQ(ColorAt(got, x, bitmap.bitsPerPixel, bitmap.palette),
-                      ColorAt(wanted, x, geometry.bitsPerPixel, palette.data()))
-                << "pixel " << x << ", row " << y << " from the bottom";
-    }
+    const std::unique_ptr<PageEncoder> encoder = MakeDocumentEncoder(WiaImgFmt_TIFF);
+    CheckedSink sink;
+};
+
+/** For a part of the sheet at its top left. */
+inline PageRequest Request(uint32_t bits, uint32_t width, uint32_t height, uint32_t xDpi = 300,
+                           uint32_t yDpi = 200)
+{
+    return {.xDpi = xDpi, .yDpi = yDpi, .bitsPerPixel = bits, .width = width, .height = height};
 }
 
 }  // namespace vorn::wia
