@@ -46,10 +46,11 @@ std::string LastPart(const std::string& path)
     return path.substr(path.find_last_of("/\\") + 1);
 }
 
-/** "2 0 /folder/a.bmp" without the folder. */
+/** "2 0 /folder/a.bmp" or "2 0 C:\\folder\\a.bmp" without the folder. */
 std::string WithoutFolder(const std::string& call)
 {
-    const size_t name = call.find('/');
+    const size_t drive = call.find(":\\");
+    const size_t name = drive == std::string::npos ? call.find('/') : drive - 1;
     return name == std::string::npos ? call : call.substr(0, name) + LastPart(call);
 }
 

@@ -66,7 +66,7 @@ TEST_F(EntryPoints, ShowTheDialogForAScannerOnlyWhenAskedAndForEveryOtherDevice)
         const int32_t status = Scan(desk).status;
         const std::string asked = Asked();
         EXPECT_EQ(status, asked.empty() ? SUCCESS : DIALOG_CANCELLED);
-        return asked.substr(0, asked.find(" /"));
+        return asked.substr(0, asked.find(std::string{" "} + Narrow(Wide(Folder()).c_str())));
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.flags);

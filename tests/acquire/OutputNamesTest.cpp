@@ -70,7 +70,9 @@ TEST_F(OutputNames, NumberWhateverNameThereIs)
     std::filesystem::create_directory(folder);
     const std::pair<std::filesystem::path, const char*> rows[] = {
         {folder / "page", "page (1)"},
+#ifndef _WIN32  // which drops the dot
         {folder / "page.", "page (1)."},
+#endif
         {folder / ".hidden", " (1).hidden"},
         {folder / "page.of.two.tif", "page.of.two (1).tif"},
         {folder / u8"caf\u00e9 \u65e5\u672c.tif", "caf\xc3\xa9 \xe6\x97\xa5\xe6\x9c\xac (1).tif"},
@@ -84,7 +86,7 @@ TEST_F(OutputNames, NumberWhateverNameThereIs)
         EXPECT_EQ(outcome.status, SUCCESS);
         EXPECT_EQ(outcome.files, (std::vector<std::string>{name.filename().string(), numbered}));
         EXPECT_EQ(PagesOf(name), "1");
-        EXPECT_EQ(PagesOf(folder / numbered), "2");
+        EXPECT_EQ(PagesOf(folder / reinterpret_cast<const char8_t*>(numbered)), "2");
     }
     // A directory has the name: it is taken like a file's.
     std::filesystem::create_directory(folder / "sub.tif");

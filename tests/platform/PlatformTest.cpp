@@ -23,9 +23,6 @@ static_assert(sizeof(STATPROPSTG) == 16 && offsetof(STATPROPSTG, propid) == 8);
 static_assert(offsetof(STATPROPSTG, vt) == 12);
 static_assert(sizeof(STGMEDIUM) == 24 && offsetof(STGMEDIUM, lpszFileName) == 8);
 static_assert(offsetof(STGMEDIUM, pUnkForRelease) == 16);
-static_assert(sizeof(BITMAPFILEHEADER) == 14 && offsetof(BITMAPFILEHEADER, bfOffBits) == 10);
-static_assert(sizeof(BITMAPINFOHEADER) == 40 && offsetof(BITMAPINFOHEADER, biClrUsed) == 32);
-static_assert(sizeof(RGBQUAD) == 4 && offsetof(RGBQUAD, rgbRed) == 2);
 
 static_assert(sizeof(WIA_FORMAT_INFO) == 20 && offsetof(WIA_FORMAT_INFO, lTymed) == 16);
 static_assert(sizeof(WIA_DATA_CALLBACK_HEADER) == 28);

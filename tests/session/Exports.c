@@ -28,7 +28,7 @@ int main(void)
     WiaSession* session = NULL;
     if (Vorn_WiaInitSession(3, &session) != ERR_INVALID_WIA_VERSION || session)
         return 2;
-    if (Vorn_WiaInitSession(2, &session) != SUCCESS || Vorn_WiaGetSelectedDevice(session))
+    if (Vorn_WiaInitSession(1, &session) != SUCCESS || Vorn_WiaGetSelectedDevice(session))
         return 3;
     return Vorn_WiaEndSession(session) == SUCCESS ? 0 : 4;
 }

@@ -21,9 +21,19 @@ std::string TrackedReport()
 
 std::string Narrow(const WCHAR* text)
 {
+#ifdef _WIN32
+    // In UTF-8, as the texts that tests expect, whatever the code page.
+    std::string narrow(
+        static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr)), 0);
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr,
+                        nullptr);
+    if (!narrow.empty())
+        narrow.pop_back();
+#else
     char* copy = KrnAllocAnsiCopy(text);
     std::string narrow{copy ? copy : ""};
     KrnFreeAnsiCopy(copy);
+#endif
     return narrow;
 }
 
