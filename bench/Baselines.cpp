@@ -84,11 +84,11 @@ size_t Done(ssize_t moved)
 
 void ReadOnce(IWiaPropertyStorage& storage, PROPID id)
 {
-    PROPSPEC spec{};
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = id;
+    PROPSPEC propSpec{};
+    propSpec.ulKind = PRSPEC_PROPID;
+    propSpec.propid = id;
     PROPVARIANT value{};
-    if (storage.ReadMultiple(1, &spec, &value) != S_OK)
+    if (storage.ReadMultiple(1, &propSpec, &value) != S_OK)
         throw std::runtime_error{"the device does not tell its resolution"};
     benchmark::DoNotOptimize(value.lVal);
     PropVariantClear(&value);

@@ -49,22 +49,22 @@ HRESULT ConvertToLong(const PROPVARIANT& read, int32_t* value)
 }
 
 /** Reads one value of a storage; 1 means that the item has no such property. */
-HRESULT ReadValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, PropVariant& value)
+HRESULT ReadValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, PropVariant& value)
 {
-    return storage->ReadMultiple(1, &spec, &value);
+    return storage->ReadMultiple(1, &propSpec, &value);
 }
 
-HRESULT ReadLongValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, int32_t* value)
+HRESULT ReadLongValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, int32_t* value)
 {
     PropVariant read;
-    const HRESULT result = ReadValue(storage, spec, read);
+    const HRESULT result = ReadValue(storage, propSpec, read);
     return result == S_OK ? ConvertToLong(read, value) : result;
 }
 
-HRESULT ReadGuidValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, GUID* value)
+HRESULT ReadGuidValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, GUID* value)
 {
     PropVariant read;
-    const HRESULT result = ReadValue(storage, spec, read);
+    const HRESULT result = ReadValue(storage, propSpec, read);
     if (result != S_OK)
         return result;
     if (read.vt == VT_CLSID && read.puuid) {
@@ -76,10 +76,10 @@ HRESULT ReadGuidValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, GUID* 
     return S_FALSE;
 }
 
-HRESULT ReadTimeValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, SYSTEMTIME* value)
+HRESULT ReadTimeValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, SYSTEMTIME* value)
 {
     PropVariant read;
-    const HRESULT result = ReadValue(storage, spec, read);
+    const HRESULT result = ReadValue(storage, propSpec, read);
     if (result != S_OK)
         return result;
     constexpr ULONG fields = sizeof(SYSTEMTIME) / sizeof(uint16_t);
@@ -109,10 +109,10 @@ HRESULT DeliverCounted(const Unit* source, uint64_t needed, Unit* buffer, uint64
     return S_OK;
 }
 
-HRESULT ReadStringValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, WCHAR* buffer, uint64_t* size)
+HRESULT ReadStringValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, WCHAR* buffer, uint64_t* size)
 {
     PropVariant read;
-    const HRESULT result = ReadValue(storage, spec, read);
+    const HRESULT result = ReadValue(storage, propSpec, read);
     if (result != S_OK)
         return result;
     if (read.vt != VT_BSTR && read.vt != VT_LPWSTR)
@@ -122,10 +122,11 @@ HRESULT ReadStringValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, WCHA
     return length ? DeliverCounted(text, length + 1, buffer, size) : S_OK;
 }
 
-HRESULT ReadBufferValue(IWiaPropertyStorage* storage, const PROPSPEC& spec, uint8_t* buffer, uint64_t* size)
+HRESULT ReadBufferValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, uint8_t* buffer,
+                        uint64_t* size)
 {
     PropVariant read;
-    const HRESULT result = ReadValue(storage, spec, read);
+    const HRESULT result = ReadValue(storage, propSpec, read);
     if (result != S_OK)
         return result;
     if (read.vt != (VT_VECTOR | VT_UI1))
@@ -142,7 +143,7 @@ struct PropertyAddress {
     uint32_t id;
 };
 
-/** The frame of the ten operations: checks, storage, specification, access, status. */
+/** The frame of the ten operations: checks, storage, address, access, status. */
 template <typename Access>
 int32_t AccessProperty(const PropertyAddress& address, Access access)
 {
@@ -158,16 +159,16 @@ int32_t AccessProperty(const PropertyAddress& address, Access access)
 template <typename Reader, typename... Values>
 int32_t ReadProperty(const PropertyAddress& address, Reader reader, Values*... values)
 {
-    return AccessProperty(address, [&](IWiaPropertyStorage* storage, const PROPSPEC& spec) {
-        return reader(storage, spec, values...);
+    return AccessProperty(address, [&](IWiaPropertyStorage* storage, const PROPSPEC& propSpec) {
+        return reader(storage, propSpec, values...);
     });
 }
 
 /** Writes a value that the caller built and releases. */
 int32_t WriteProperty(const PropertyAddress& address, const PROPVARIANT& value)
 {
-    return AccessProperty(address, [&](IWiaPropertyStorage* storage, const PROPSPEC& spec) {
-        return storage->WriteMultiple(1, &spec, &value, WIA_IPA_FIRST);
+    return AccessProperty(address, [&](IWiaPropertyStorage* storage, const PROPSPEC& propSpec) {
+        return storage->WriteMultiple(1, &propSpec, &value, WIA_IPA_FIRST);
     });
 }
 
@@ -175,15 +176,15 @@ int32_t WriteProperty(const PropertyAddress& address, const PROPVARIANT& value)
 
 PROPSPEC SpecifyProperty(const WCHAR* name, uint32_t id) noexcept
 {
-    PROPSPEC spec{};
+    PROPSPEC propSpec{};
     if (name) {
-        spec.ulKind = PRSPEC_LPWSTR;
-        spec.lpwstr = const_cast<WCHAR*>(name);
+        propSpec.ulKind = PRSPEC_LPWSTR;
+        propSpec.lpwstr = const_cast<WCHAR*>(name);
     } else {
-        spec.ulKind = PRSPEC_PROPID;
-        spec.propid = id;
+        propSpec.ulKind = PRSPEC_PROPID;
+        propSpec.propid = id;
     }
-    return spec;
+    return propSpec;
 }
 
 HRESULT ReadLongProperty(IWiaPropertyStorage* storage, uint32_t id, int32_t* value) noexcept

@@ -91,10 +91,10 @@ std::string Narrow(WStringView text)
 
 PROPSPEC Spec(PROPID id)
 {
-    PROPSPEC spec{};
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = id;
-    return spec;
+    PROPSPEC propSpec{};
+    propSpec.ulKind = PRSPEC_PROPID;
+    propSpec.propid = id;
+    return propSpec;
 }
 
 std::vector<Node> Node::Children() const
@@ -121,16 +121,16 @@ Node Node::Child(const char* name) const
 
 Value Node::Read(PROPID id) const
 {
-    const PROPSPEC spec = Spec(id);
+    const PROPSPEC propSpec = Spec(id);
     PROPVARIANT variant{};
-    Storage()->ReadMultiple(1, &spec, &variant);
+    Storage()->ReadMultiple(1, &propSpec, &variant);
     return Value::Adopt(variant);
 }
 
 HRESULT Node::Write(PROPID id, const Value& value) const
 {
-    const PROPSPEC spec = Spec(id);
-    return Storage()->WriteMultiple(1, &spec, &value.Get(), WIA_IPA_FIRST);
+    const PROPSPEC propSpec = Spec(id);
+    return Storage()->WriteMultiple(1, &propSpec, &value.Get(), WIA_IPA_FIRST);
 }
 
 Received Node::Banded(ULONG bufferSize, const Answer& answer) const

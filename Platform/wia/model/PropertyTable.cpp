@@ -50,13 +50,13 @@ Property* PropertyTable::Find(PROPID id) const noexcept
     return place ? properties_[place->index].get() : nullptr;
 }
 
-Property* PropertyTable::Find(const PROPSPEC& spec) const noexcept
+Property* PropertyTable::Find(const PROPSPEC& propSpec) const noexcept
 {
-    if (spec.ulKind == PRSPEC_PROPID)
-        return Find(spec.propid);
-    if (spec.ulKind != PRSPEC_LPWSTR || !spec.lpwstr)
+    if (propSpec.ulKind == PRSPEC_PROPID)
+        return Find(propSpec.propid);
+    if (propSpec.ulKind != PRSPEC_LPWSTR || !propSpec.lpwstr)
         return nullptr;
-    const WStringView name{spec.lpwstr};
+    const WStringView name{propSpec.lpwstr};
     for (const PropertyPtr& property : properties_) {
         if (!property->name.empty() && SameName(property->name, name))
             return property.get();
@@ -114,10 +114,10 @@ void PropertyTable::SetRange(PROPID id, LONG minimum, LONG maximum) const
     property->valid = RangeValues(minimum, maximum, maximum, 1);
 }
 
-HRESULT PropertyTable::WriteOne(const PROPSPEC& spec, const PROPVARIANT& value,
+HRESULT PropertyTable::WriteOne(const PROPSPEC& propSpec, const PROPVARIANT& value,
                                 std::vector<Property*>& written)
 {
-    Property* property = Find(spec);
+    Property* property = Find(propSpec);
     if (!property)
         return E_INVALIDARG;
     if (!(property->access & WIA_PROP_WRITE))

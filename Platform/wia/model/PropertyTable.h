@@ -25,7 +25,7 @@ public:
     /** Null when there is none. */
     Property* Find(PROPID id) const noexcept;
     /** Names are compared without regard to the case of ASCII letters. */
-    Property* Find(const PROPSPEC& spec) const noexcept;
+    Property* Find(const PROPSPEC& propSpec) const noexcept;
     PropertyPtr Pointer(PROPID id) const noexcept;
 
     LONG Long(PROPID id, LONG fallback = 0) const noexcept;
@@ -53,7 +53,7 @@ public:
     HRESULT Write(ULONG count, const PROPSPEC* specs, const PROPVARIANT* values);
 
 private:
-    HRESULT WriteOne(const PROPSPEC& spec, const PROPVARIANT& value, std::vector<Property*>& written);
+    HRESULT WriteOne(const PROPSPEC& propSpec, const PROPVARIANT& value, std::vector<Property*>& written);
 
     /** Where the property of an id stands in `properties_`. */
     struct Place {

@@ -11,13 +11,13 @@ namespace vorn::wia {
 
 namespace {
 
-std::string SpecText(const PropertyTable& table, const PROPSPEC& spec)
+std::string SpecText(const PropertyTable& table, const PROPSPEC& propSpec)
 {
-    if (const Property* property = table.Find(spec))
+    if (const Property* property = table.Find(propSpec))
         return std::to_string(property->id);
-    if (spec.ulKind == PRSPEC_PROPID)
-        return std::to_string(spec.propid);
-    return spec.lpwstr ? LogText(spec.lpwstr) : "null";
+    if (propSpec.ulKind == PRSPEC_PROPID)
+        return std::to_string(propSpec.propid);
+    return propSpec.lpwstr ? LogText(propSpec.lpwstr) : "null";
 }
 
 std::string ValueText(const PROPVARIANT& value)
@@ -79,10 +79,10 @@ private:
 
 }  // namespace
 
-HRESULT PropertyStorage::ReadOne(const PROPSPEC& spec, PROPVARIANT& value)
+HRESULT PropertyStorage::ReadOne(const PROPSPEC& propSpec, PROPVARIANT& value)
 {
-    LogCall([&] { return logName_ + ".Read " + SpecText(table_, spec); });
-    const Property* property = table_.Find(spec);
+    LogCall([&] { return logName_ + ".Read " + SpecText(table_, propSpec); });
+    const Property* property = table_.Find(propSpec);
     if (const auto result = Interrupted(*device_, Step::ReadProperty, property ? property->id : 0))
         return *result;
     if (!property || !(property->access & WIA_PROP_READ))
@@ -162,10 +162,10 @@ HRESULT PropertyStorage::Enum(IEnumSTATPROPSTG** enumerator)
     });
 }
 
-HRESULT PropertyStorage::AttributesOf(const PROPSPEC& spec, ULONG& flags, PROPVARIANT& valid)
+HRESULT PropertyStorage::AttributesOf(const PROPSPEC& propSpec, ULONG& flags, PROPVARIANT& valid)
 {
-    LogCall([&] { return logName_ + ".Attributes " + SpecText(table_, spec); });
-    const Property* property = table_.Find(spec);
+    LogCall([&] { return logName_ + ".Attributes " + SpecText(table_, propSpec); });
+    const Property* property = table_.Find(propSpec);
     if (const auto result = Interrupted(*device_, Step::GetAttributes, property ? property->id : 0))
         return *result;
     if (!property)

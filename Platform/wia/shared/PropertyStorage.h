@@ -53,8 +53,8 @@ protected:
     void Unused() noexcept {}
 
 private:
-    HRESULT ReadOne(const PROPSPEC& spec, PROPVARIANT& value);
-    HRESULT AttributesOf(const PROPSPEC& spec, ULONG& flags, PROPVARIANT& valid);
+    HRESULT ReadOne(const PROPSPEC& propSpec, PROPVARIANT& value);
+    HRESULT AttributesOf(const PROPSPEC& propSpec, ULONG& flags, PROPVARIANT& valid);
 
     DevicePtr device_;
     PropertyTable& table_;

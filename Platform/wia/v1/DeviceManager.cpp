@@ -26,10 +26,10 @@ HRESULT WriteProperty(IUnknown& item, PROPID id, const Value& value)
     if (const HRESULT result = item.QueryInterface(IID_IWiaPropertyStorage, storage.OutVoid());
         FAILED(result))
         return result;
-    PROPSPEC spec{};
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = id;
-    return storage ? storage->WriteMultiple(1, &spec, &value.Get(), WIA_IPA_FIRST) : E_UNEXPECTED;
+    PROPSPEC propSpec{};
+    propSpec.ulKind = PRSPEC_PROPID;
+    propSpec.propid = id;
+    return storage ? storage->WriteMultiple(1, &propSpec, &value.Get(), WIA_IPA_FIRST) : E_UNEXPECTED;
 }
 
 /** Transfers one item into a file of the given name, in the given format when there is one. */

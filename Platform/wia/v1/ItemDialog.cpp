@@ -11,14 +11,14 @@ namespace {
 
 HRESULT SetIntent(const std::vector<Item*>& items, LONG intent)
 {
-    PROPSPEC spec{};
-    spec.ulKind = PRSPEC_PROPID;
-    spec.propid = WIA_IPS_CUR_INTENT;
+    PROPSPEC propSpec{};
+    propSpec.ulKind = PRSPEC_PROPID;
+    propSpec.propid = WIA_IPS_CUR_INTENT;
     const Value value = Value::I4(intent);
     for (Item* item : items) {
-        if (!item->Properties().Find(spec))
+        if (!item->Properties().Find(propSpec))
             continue;
-        if (const HRESULT result = item->Properties().Write(1, &spec, &value.Get()); FAILED(result))
+        if (const HRESULT result = item->Properties().Write(1, &propSpec, &value.Get()); FAILED(result))
             return result;
     }
     return S_OK;
