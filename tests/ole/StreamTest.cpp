@@ -112,6 +112,7 @@ TEST_F(Streams, BlockGrowsRarelyAndNotBeyondAPreparedSize)
     EXPECT_EQ(ReadAll(*stream.Get()).size(), 12800000u) << "the block's room is taken for data";
 
     ASSERT_EQ(stream->SetSize(Size(30000000)), S_OK);
+    ASSERT_EQ(stream->Seek(Move(30000000 - sizeof(data)), STREAM_SEEK_SET, nullptr), S_OK);
     EXPECT_EQ(stream->Write(data, sizeof(data), nullptr), S_OK);
     EXPECT_EQ(GlobalSize(block), 30000000u);
 }
@@ -150,6 +151,8 @@ TEST_F(Streams, BadArgumentsAreRefused)
     EXPECT_EQ(stream->Write(nullptr, 1, &count), STG_E_INVALIDPOINTER);
     EXPECT_EQ(count, 0u);
     EXPECT_EQ(stream->Read(nullptr, 1, &count), STG_E_INVALIDPOINTER);
+    EXPECT_EQ(stream->Write(nullptr, 0, nullptr), S_OK) << "nothing needs no memory";
+    EXPECT_EQ(stream->Read(nullptr, 0, nullptr), S_OK);
     EXPECT_EQ(stream->Seek(Move(0), 3, nullptr), STG_E_INVALIDFUNCTION);
     EXPECT_EQ(stream->Stat(nullptr, 0), STG_E_INVALIDPOINTER);
     EXPECT_EQ(stream->Clone(nullptr), STG_E_INVALIDPOINTER);
