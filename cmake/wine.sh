@@ -27,4 +27,6 @@ if [ ! -f "$WINEPREFIX/.made" ]; then
         touch "$WINEPREFIX/.made"
     ) 9>"$WINEPREFIX/.lock"
 fi
+# Wine stays for a minute after its last program, so that the next need not wait for it to start.
+wineserver -p60 2>/dev/null || true
 exec wine "$@"
