@@ -19,14 +19,18 @@ export WINEPREFIX="${VORN_WINEPREFIX:-$(prefix_of "$1")}"
 export WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES='mscoree=;mshtml='
 unset DISPLAY WAYLAND_DISPLAY
 
-if [ ! -f "$WINEPREFIX/.made" ]; then
-    mkdir -p "$WINEPREFIX"
-    (
-        flock 9
-        [ -f "$WINEPREFIX/.made" ] || wine wineboot -i </dev/null >"$WINEPREFIX/made.log" 2>&1
+# Wine's own processes are started here and stay for a minute after the last program: started by the program, they
+# would keep its standard output open.
+mkdir -p "$WINEPREFIX"
+(
+    flock 9
+    if [ ! -f "$WINEPREFIX/.made" ]; then
+        wine wineboot -i >"$WINEPREFIX/made.log" 2>&1 9>&-
+        wineserver -w  # the services that ran meanwhile knew nothing of what was being made
         touch "$WINEPREFIX/.made"
-    ) 9>"$WINEPREFIX/.lock"
-fi
-# Wine stays for a minute after its last program, so that the next need not wait for it to start.
-wineserver -p60 2>/dev/null || true
+    fi
+    if wineserver -p60 >/dev/null 2>&1 9>&-; then
+        wine wineboot >/dev/null 2>&1 9>&-
+    fi
+) 9>"$WINEPREFIX/.lock" </dev/null
 exec wine "$@"
