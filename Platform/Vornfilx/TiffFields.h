@@ -37,8 +37,6 @@ constexpr uint32_t NumberBytes(Type type) noexcept
     return type == Type::Text ? 1 : type == Type::Short ? 2 : type == Type::Long8 ? 8 : 4;
 }
 
-enum Photometric : uint32_t { kWhiteIsZero = 0, kBlackIsZero = 1, kRgb = 2, kPalette = 3 };
-
 /** Builds a directory for a place in a file. May throw std::bad_alloc. */
 class FieldWriter {
 public:

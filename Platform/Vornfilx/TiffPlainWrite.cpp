@@ -6,52 +6,13 @@
 #include <cmath>
 #include <new>
 
-#include "Pixels.h"
 #include "TiffChain.h"
 #include "TiffFields.h"
 #include "TiffPages.h"
+#include "TiffStrips.h"
 
 namespace vorn::fil::tiff {
 namespace {
-
-/** Strips of this size are few enough for large pages and small enough for readers that hold one at a time. */
-constexpr uint64_t kStripBytes = 128 * 1024;
-
-uint8_t GreyOfRamp(uint32_t index, uint32_t last) noexcept
-{
-    return static_cast<uint8_t>(index * 255 / last);
-}
-
-/** The photometric interpretation that tells the palette: a grey ramp needs no table. */
-Photometric PhotometricOf(const BitmapHandle& bitmap) noexcept
-{
-    if (bitmap.bitsPerPixel > 8)
-        return kRgb;
-    const uint32_t last = (1u << bitmap.bitsPerPixel) - 1;
-    if (!bitmap.palette)
-        return kBlackIsZero;
-    if (bitmap.paletteCount <= last)
-        return kPalette;
-    bool rising = true, falling = true;
-    for (uint32_t i = 0; i <= last; ++i) {
-        const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
-        const bool grey = entry[0] == entry[1] && entry[1] == entry[2];
-        rising = rising && grey && entry[0] == GreyOfRamp(i, last);
-        falling = falling && grey && entry[0] == GreyOfRamp(last - i, last);
-    }
-    return rising ? kBlackIsZero : falling ? kWhiteIsZero : kPalette;
-}
-
-/** Bytes of a row in the file: without the padding that a bitmap's row has. */
-uint64_t FileRowBytes(const BitmapHandle& bitmap) noexcept
-{
-    return (uint64_t{bitmap.width} * bitmap.bitsPerPixel + 7) / 8;
-}
-
-uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept
-{
-    return static_cast<uint32_t>(std::clamp<uint64_t>(kStripBytes / FileRowBytes(bitmap), 1, bitmap.height));
-}
 
 /** Where the page's parts go, and in which kind of file. */
 struct Layout {
@@ -83,19 +44,9 @@ int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& 
     const Buffer strip{fileRowBytes * rowsPerStrip};
     if (!strip.Get())
         return FIL_ERR_OUT_OF_MEMORY;
-    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
-    const uint8_t* const image = static_cast<const uint8_t*>(bitmap.image);
     for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip) {
         const uint32_t rows = std::min(rowsPerStrip, bitmap.height - y);
-        for (uint32_t i = 0; i < rows; ++i) {
-            const uint32_t row = bottomUp ? bitmap.height - 1 - (y + i) : y + i;
-            const uint8_t* const from = image + uint64_t{row} * bitmap.rowBytes;
-            uint8_t* const to = strip.Get() + i * fileRowBytes;
-            if (bitmap.bitsPerPixel == 24)
-                SwapRedBlue(from, to, bitmap.width);
-            else
-                std::memcpy(to, from, static_cast<size_t>(fileRowBytes));
-        }
+        FillStrip(bitmap, y, rows, strip.Get());
         if (const int32_t status =
                 file.WriteAt(layout.stripsAt + y * fileRowBytes, strip.Get(), rows * fileRowBytes);
             status != FIL_SUCCESS)

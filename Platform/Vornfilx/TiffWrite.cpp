@@ -3,41 +3,13 @@
  */
 #include <algorithm>
 
-#include "Pixels.h"
 #include "TiffChain.h"
 #include "TiffPages.h"
 #include "TiffStream.h"
+#include "TiffStrips.h"
 
 namespace vorn::fil::tiff {
 namespace {
-
-/** Strips of this size are few enough for large pages and small enough for readers that hold one at a time. */
-constexpr uint64_t kStripBytes = 128 * 1024;
-
-uint8_t GreyOfRamp(uint32_t index, uint32_t last) noexcept
-{
-    return static_cast<uint8_t>(index * 255 / last);
-}
-
-/** The photometric interpretation that tells the palette: a grey ramp needs no table. */
-uint16_t PhotometricOf(const BitmapHandle& bitmap) noexcept
-{
-    if (bitmap.bitsPerPixel > 8)
-        return PHOTOMETRIC_RGB;
-    const uint32_t last = (1u << bitmap.bitsPerPixel) - 1;
-    if (!bitmap.palette)
-        return PHOTOMETRIC_MINISBLACK;
-    if (bitmap.paletteCount <= last)
-        return PHOTOMETRIC_PALETTE;
-    bool rising = true, falling = true;
-    for (uint32_t i = 0; i <= last; ++i) {
-        const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
-        const bool grey = entry[0] == entry[1] && entry[1] == entry[2];
-        rising = rising && grey && entry[0] == GreyOfRamp(i, last);
-        falling = falling && grey && entry[0] == GreyOfRamp(last - i, last);
-    }
-    return rising ? PHOTOMETRIC_MINISBLACK : falling ? PHOTOMETRIC_MINISWHITE : PHOTOMETRIC_PALETTE;
-}
 
 bool SetColorMap(TIFF* tiff, const BitmapHandle& bitmap) noexcept
 {
@@ -61,21 +33,10 @@ bool SetResolution(TIFF* tiff, const BitmapHandle& bitmap) noexcept
            TIFFSetField(tiff, TIFFTAG_YRESOLUTION, bitmap.yDpi);
 }
 
-/** Bytes of a row in the file: without the padding that a bitmap's row has. */
-uint64_t FileRowBytes(const BitmapHandle& bitmap) noexcept
-{
-    return (uint64_t{bitmap.width} * bitmap.bitsPerPixel + 7) / 8;
-}
-
-uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept
-{
-    return static_cast<uint32_t>(std::clamp<uint64_t>(kStripBytes / FileRowBytes(bitmap), 1, bitmap.height));
-}
-
 bool SetFields(TIFF* tiff, const BitmapHandle& bitmap) noexcept
 {
     const bool color = bitmap.bitsPerPixel == 24;
-    const uint16_t photometric = PhotometricOf(bitmap);
+    const Photometric photometric = PhotometricOf(bitmap);
     return TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, bitmap.width) &&
            TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, bitmap.height) &&
            TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, color ? 8 : bitmap.bitsPerPixel) &&
@@ -85,8 +46,8 @@ bool SetFields(TIFF* tiff, const BitmapHandle& bitmap) noexcept
            TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) &&
            TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, RowsPerStrip(bitmap)) &&
            TIFFSetField(tiff, TIFFTAG_SOFTWARE, "vornwia") &&
-           TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric) &&
-           (photometric != PHOTOMETRIC_PALETTE || SetColorMap(tiff, bitmap)) && SetResolution(tiff, bitmap);
+           TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, static_cast<uint16_t>(photometric)) &&
+           (photometric != kPalette || SetColorMap(tiff, bitmap)) && SetResolution(tiff, bitmap);
 }
 
 int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap) noexcept
@@ -96,20 +57,10 @@ int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap) noexcept
     const Buffer strip{fileRowBytes * rowsPerStrip};
     if (!strip.Get())
         return FIL_ERR_OUT_OF_MEMORY;
-    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
-    const uint8_t* const image = static_cast<const uint8_t*>(bitmap.image);
     uint32_t number = 0;
     for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip, ++number) {
         const uint32_t rows = std::min(rowsPerStrip, bitmap.height - y);
-        for (uint32_t i = 0; i < rows; ++i) {
-            const uint32_t row = bottomUp ? bitmap.height - 1 - (y + i) : y + i;
-            const uint8_t* const from = image + uint64_t{row} * bitmap.rowBytes;
-            uint8_t* const to = strip.Get() + i * fileRowBytes;
-            if (bitmap.bitsPerPixel == 24)
-                SwapRedBlue(from, to, bitmap.width);
-            else
-                std::memcpy(to, from, static_cast<size_t>(fileRowBytes));
-        }
+        FillStrip(bitmap, y, rows, strip.Get());
         if (TIFFWriteEncodedStrip(stream.Get(), number, strip.Get(),
                                   static_cast<tmsize_t>(rows * fileRowBytes)) < 0)
             return stream.Failure(FIL_ERR_OUT_OF_MEMORY);

@@ -1,0 +1,67 @@
+#include "TiffStrips.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Codec.h"
+#include "Pixels.h"
+
+namespace vorn::fil::tiff {
+namespace {
+
+/** Strips of this size are few enough for large pages and small enough for readers that hold one at a time. */
+constexpr uint64_t kStripBytes = 128 * 1024;
+
+uint8_t GreyOfRamp(uint32_t index, uint32_t last) noexcept
+{
+    return static_cast<uint8_t>(index * 255 / last);
+}
+
+}  // namespace
+
+Photometric PhotometricOf(const BitmapHandle& bitmap) noexcept
+{
+    if (bitmap.bitsPerPixel > 8)
+        return kRgb;
+    const uint32_t last = (1u << bitmap.bitsPerPixel) - 1;
+    if (!bitmap.palette)
+        return kBlackIsZero;
+    if (bitmap.paletteCount <= last)
+        return kPalette;
+    bool rising = true, falling = true;
+    for (uint32_t i = 0; i <= last; ++i) {
+        const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
+        const bool grey = entry[0] == entry[1] && entry[1] == entry[2];
+        rising = rising && grey && entry[0] == GreyOfRamp(i, last);
+        falling = falling && grey && entry[0] == GreyOfRamp(last - i, last);
+    }
+    return rising ? kBlackIsZero : falling ? kWhiteIsZero : kPalette;
+}
+
+uint64_t FileRowBytes(const BitmapHandle& bitmap) noexcept
+{
+    return (uint64_t{bitmap.width} * bitmap.bitsPerPixel + 7) / 8;
+}
+
+uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept
+{
+    return static_cast<uint32_t>(std::clamp<uint64_t>(kStripBytes / FileRowBytes(bitmap), 1, bitmap.height));
+}
+
+void FillStrip(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, uint8_t* strip) noexcept
+{
+    const uint64_t fileRowBytes = FileRowBytes(bitmap);
+    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
+    const uint8_t* const image = static_cast<const uint8_t*>(bitmap.image);
+    for (uint32_t i = 0; i < rows; ++i) {
+        const uint32_t row = bottomUp ? bitmap.height - 1 - (first + i) : first + i;
+        const uint8_t* const from = image + uint64_t{row} * bitmap.rowBytes;
+        uint8_t* const to = strip + i * fileRowBytes;
+        if (bitmap.bitsPerPixel == 24)
+            SwapRedBlue(from, to, bitmap.width);
+        else
+            std::memcpy(to, from, static_cast<size_t>(fileRowBytes));
+    }
+}
+
+}  // namespace vorn::fil::tiff
