@@ -89,7 +89,7 @@ std::string Narrow(WStringView text)
     return std::filesystem::path{text}.string();
 }
 
-PROPSPEC Spec(PROPID id)
+PROPSPEC Specify(PROPID id)
 {
     PROPSPEC propSpec{};
     propSpec.ulKind = PRSPEC_PROPID;
@@ -121,7 +121,7 @@ Node Node::Child(const char* name) const
 
 Value Node::Read(PROPID id) const
 {
-    const PROPSPEC propSpec = Spec(id);
+    const PROPSPEC propSpec = Specify(id);
     PROPVARIANT variant{};
     Storage()->ReadMultiple(1, &propSpec, &variant);
     return Value::Adopt(variant);
@@ -129,7 +129,7 @@ Value Node::Read(PROPID id) const
 
 HRESULT Node::Write(PROPID id, const Value& value) const
 {
-    const PROPSPEC propSpec = Spec(id);
+    const PROPSPEC propSpec = Specify(id);
     return Storage()->WriteMultiple(1, &propSpec, &value.Get(), WIA_IPA_FIRST);
 }
 

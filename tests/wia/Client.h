@@ -13,7 +13,7 @@
 #include "com.h"
 #include "comobject.h"
 #include "support/LibraryTest.h"
-#include "wia/shared/Interfaces.h"
+#include "wia/faces/Interfaces.h"
 #include "wia/virtual/DeviceBuilder.h"
 
 namespace vorn::wia::test {
@@ -23,7 +23,7 @@ using vorn::test::Wide;
 constexpr Generation kGenerations[] = {Generation::One, Generation::Two};
 
 std::string Narrow(WStringView text);
-PROPSPEC Spec(PROPID id);
+PROPSPEC Specify(PROPID id);
 
 /** Called with each notification's number, from 1; what it answers goes to the service. */
 using Answer = std::function<HRESULT(size_t notification)>;

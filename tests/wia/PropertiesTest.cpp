@@ -51,7 +51,7 @@ TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
 TEST_F(Properties, AWriteOfSeveralIsAllOrNothing)
 {
     const Node item = Open(Generation::One, "virtual:scanner").Child("Scan");
-    const PROPSPEC specs[] = {Spec(WIA_IPS_XRES), Spec(WIA_IPS_XEXTENT), Spec(WIA_IPS_YRES)};
+    const PROPSPEC specs[] = {Specify(WIA_IPS_XRES), Specify(WIA_IPS_XEXTENT), Specify(WIA_IPS_YRES)};
     // 5000 pixels are within the area at 600 dpi only: the first value bears on the second.
     const Value good[] = {Value::I4(600), Value::I4(5000), Value::I4(600)};
     const Value bad[] = {Value::I4(600), Value::I4(5000), Value::I4(7)};
@@ -76,7 +76,7 @@ TEST_F(Properties, MissingValuesAreEmptyAndNoValueAtAllIsTold)
 {
     const Node root = Open(Generation::One, "virtual:scanner");
     WCHAR name[] = VORN_TEXT("unique DEVICE id");
-    PROPSPEC specs[] = {Spec(WIA_DIP_DEV_ID), Spec(9999), Spec(0)};
+    PROPSPEC specs[] = {Specify(WIA_DIP_DEV_ID), Specify(9999), Specify(0)};
     specs[2].ulKind = PRSPEC_LPWSTR;
     specs[2].lpwstr = name;
     PROPVARIANT values[3];
@@ -194,7 +194,7 @@ TEST_F(Properties, AnswersOfADeviceReachTheClientAsTheyAre)
             .RootProperty(InRange(5001, 300, 75, 1200, 25))
             .FailProperty(WIA_DIP_DEV_TYPE, Step::ReadProperty, E_FAIL, 2));
     const auto storage = Open(Generation::Two).Storage();
-    PROPSPEC specs[] = {Spec(5000), Spec(5001)};
+    PROPSPEC specs[] = {Specify(5000), Specify(5001)};
     ULONG flags[2] = {};
     PROPVARIANT valid[2] = {};
     EXPECT_EQ(storage->GetPropertyAttributes(2, specs, flags, valid), S_OK);
@@ -204,7 +204,7 @@ TEST_F(Properties, AnswersOfADeviceReachTheClientAsTheyAre)
     EXPECT_EQ(range, (std::vector<LONG>{75, 300, 1200, 25}));
     PropVariantClear(&valid[1]);
 
-    const PROPSPEC type = Spec(WIA_DIP_DEV_TYPE);
+    const PROPSPEC type = Specify(WIA_DIP_DEV_TYPE);
     for (const HRESULT result : {S_OK, E_FAIL, S_OK})
         EXPECT_EQ(storage->ReadMultiple(1, &type, valid), result) << "the second read fails";
 }

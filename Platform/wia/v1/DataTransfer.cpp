@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "../faces/Capabilities.h"
+#include "../faces/Faulty.h"
 #include "../model/CallLog.h"
 #include "../model/FileNames.h"
-#include "../shared/Capabilities.h"
-#include "../shared/Faulty.h"
 #include "BandedTransfer.h"
 
 namespace vorn::wia {

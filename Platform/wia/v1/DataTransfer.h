@@ -4,8 +4,8 @@
  */
 #pragma once
 
+#include "../faces/Interfaces.h"
 #include "../model/Item.h"
-#include "../shared/Interfaces.h"
 
 namespace vorn::wia {
 

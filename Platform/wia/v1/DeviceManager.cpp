@@ -1,8 +1,8 @@
 #include "DeviceManager.h"
 
+#include "../faces/DeviceEnumerator.h"
+#include "../faces/Faulty.h"
 #include "../model/CallLog.h"
-#include "../shared/DeviceEnumerator.h"
-#include "../shared/Faulty.h"
 #include "ItemFace.h"
 
 namespace vorn::wia {

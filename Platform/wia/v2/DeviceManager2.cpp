@@ -1,8 +1,8 @@
 #include "DeviceManager2.h"
 
+#include "../faces/DeviceEnumerator.h"
+#include "../faces/Faulty.h"
 #include "../model/CallLog.h"
-#include "../shared/DeviceEnumerator.h"
-#include "../shared/Faulty.h"
 #include "ImageDialog.h"
 #include "ItemFace2.h"
 

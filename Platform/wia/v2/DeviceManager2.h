@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "../shared/Interfaces.h"
+#include "../faces/Interfaces.h"
 
 namespace vorn::wia {
 

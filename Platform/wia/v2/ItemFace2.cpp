@@ -1,8 +1,8 @@
 #include "ItemFace2.h"
 
+#include "../faces/Capabilities.h"
+#include "../faces/ItemEnumerator.h"
 #include "../model/CallLog.h"
-#include "../shared/Capabilities.h"
-#include "../shared/ItemEnumerator.h"
 #include "ImageDialog.h"
 
 namespace vorn::wia {

@@ -4,8 +4,8 @@
  */
 #pragma once
 
-#include "../shared/Part.h"
-#include "../shared/PropertyStorage.h"
+#include "../faces/Part.h"
+#include "../faces/PropertyStorage.h"
 #include "Transfer.h"
 
 namespace vorn::wia {

@@ -1,8 +1,8 @@
 #include "Transfer.h"
 
+#include "../faces/Capabilities.h"
+#include "../faces/Faulty.h"
 #include "../model/CallLog.h"
-#include "../shared/Capabilities.h"
-#include "../shared/Faulty.h"
 #include "StreamTransfer.h"
 
 namespace vorn::wia {

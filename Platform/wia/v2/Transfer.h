@@ -6,8 +6,8 @@
 
 #include <atomic>
 
+#include "../faces/Interfaces.h"
 #include "../model/Item.h"
-#include "../shared/Interfaces.h"
 
 namespace vorn::wia {
 
