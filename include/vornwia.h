@@ -1,7 +1,7 @@
 /**
  * @file vornwia.h
  * Flat, handle-based functions over Windows Image Acquisition, generations 1.0 and 2.0: open a session, list
- * and select devices, walk their items, read and write item properties, acquire images.
+ * and select devices, walk their items, read and write item properties, acquire images, show live video.
  *
  * Conventions
  *
@@ -83,11 +83,13 @@ extern "C" {
 #define ERR_WIA_NETWORK_RESERVATION_FAILED (-1468)
 #define ERR_WIA_NO_DEVICE_AVAILABLE (-1469) /**< there is no such device, or none at all */
 
-#define ERR_NO_DEVICE_SELECTED (-1470)  /**< the session has no selected device */
-#define ERR_ACCESS_DENIED (-1473)       /**< the platform denied access; writing a read-only property */
-#define ERR_NO_CHILD_ITEMS (-1474)      /**< the item cannot have children, or has none */
-#define ERR_WIA_UNEXPECTED (-1475)      /**< a platform result that has no code of its own */
-#define ERR_INVALID_WIA_VERSION (-1476) /**< the generation asked for is neither 1 nor 2 */
+#define ERR_NO_DEVICE_SELECTED (-1470)        /**< the session has no selected device */
+#define ERR_NOT_VIDEO_DEVICE (-1471)          /**< the selected device is no streaming-video device */
+#define ERR_VIDEO_PREVIEW_NOT_STARTED (-1472) /**< no video preview was started */
+#define ERR_ACCESS_DENIED (-1473)             /**< the platform denied access; writing a read-only property */
+#define ERR_NO_CHILD_ITEMS (-1474)            /**< the item cannot have children, or has none */
+#define ERR_WIA_UNEXPECTED (-1475)            /**< a platform result that has no code of its own */
+#define ERR_INVALID_WIA_VERSION (-1476)       /**< the generation asked for is neither 1 nor 2 */
 
 /* ---- Handles ------------------------------------------------------------------------------------ */
 
@@ -451,6 +453,76 @@ VORNWIA_API int32_t Vorn_WiaAcquireSimple(uint32_t version, HWND parent, int32_t
                                           WiaItemHandle item, const AcquireOptions* options,
                                           uint32_t* fileCount, WCHAR*** fileList, AcquireCallback callback,
                                           void* userData);
+
+/* ---- Video preview ------------------------------------------------------------------------------ */
+
+/*
+ * Live video of a streaming-video device, in a session of generation 1. The platform draws it into a window of
+ * the caller's, and writes still pictures as files into the device's image directory (its property
+ * WIA_DPV_IMAGES_DIRECTORY, 3587). No callback is involved.
+ *
+ * A start that fails after it has made the platform's video object leaves that object with the session: the
+ * preview then counts as available until another start replaces it, or its end or that of the session drops
+ * it. Selecting another device leaves the preview as it is.
+ */
+
+/**
+ * Shows the live video of the selected device inside a window and plays it. A preview that the session has
+ * already is replaced.
+ *
+ * @param session             a session of generation 1 with a streaming-video device selected
+ * @param parent              the window that shows the video, or null; it stays the caller's and must outlive
+ *                            the preview
+ * @param stretchToFitParent  nonzero: the video fills the parent window; 0: it keeps its own size
+ * @return SUCCESS; ERR_INVALID_ARGUMENT for a null session and in a session of generation 2;
+ *         ERR_NO_DEVICE_SELECTED; ERR_NOT_VIDEO_DEVICE, with a preview that runs left as it is; RESULT_FALSE
+ *         when the device tells no type or no image directory; ERR_BUFFER_TOO_SMALL for an image directory of
+ *         260 characters or more; a mapped platform error
+ */
+VORNWIA_API int32_t Vorn_WiaStartVideoPreview(WiaSession* session, HWND parent, int32_t stretchToFitParent);
+
+/**
+ * Tells whether the session has a video preview; not whether its device could have one.
+ *
+ * @param session  an open session, or null
+ * @return 1 when a device is selected and a video object exists, else 0
+ */
+VORNWIA_API int32_t Vorn_WiaIsVideoPreviewAvailable(WiaSession* session);
+
+/**
+ * Takes a still picture of the running video. The platform writes it into a new file, whose name is told.
+ *
+ * Asking for the size takes a picture too, and so does a buffer that is too small: one of VORNWIA_NAME_CHARS
+ * characters saves the second call and the second picture.
+ *
+ * @param session  a session with a video preview
+ * @param buffer   receives the name and its terminator; or null
+ * @param size     in: capacity of `buffer` in characters, left as it is when the name fits;
+ *                 out, with a null buffer or one too small: characters needed, terminator included
+ * @return SUCCESS; ERR_BUFFER_TOO_SMALL with the buffer untouched; ERR_INVALID_ARGUMENT for a null session or
+ *         size; ERR_NO_DEVICE_SELECTED; ERR_VIDEO_PREVIEW_NOT_STARTED; a mapped platform error
+ */
+VORNWIA_API int32_t Vorn_WiaAcquireImageFromVideo(WiaSession* session, WCHAR* buffer, uint64_t* size);
+
+/**
+ * Fits the video to its parent window, after the caller has resized that window.
+ *
+ * @param session             a session with a video preview
+ * @param stretchToFitParent  as for Vorn_WiaStartVideoPreview
+ * @return SUCCESS; ERR_INVALID_ARGUMENT for a null session; ERR_NO_DEVICE_SELECTED;
+ *         ERR_VIDEO_PREVIEW_NOT_STARTED; a mapped platform error
+ */
+VORNWIA_API int32_t Vorn_WiaResizeVideoPreview(WiaSession* session, int32_t stretchToFitParent);
+
+/**
+ * Ends the video preview. Pictures that were taken stay.
+ *
+ * @param session  a session with a video preview
+ * @return SUCCESS; ERR_INVALID_ARGUMENT for a null session; ERR_NO_DEVICE_SELECTED;
+ *         ERR_VIDEO_PREVIEW_NOT_STARTED; a mapped platform error, with the preview kept so that ending it can
+ *         be tried again
+ */
+VORNWIA_API int32_t Vorn_WiaEndVideoPreview(WiaSession* session);
 
 #ifdef __cplusplus
 }  // extern "C"

@@ -23,6 +23,7 @@ template <> struct InterfaceInfo<IWiaDevMgr2> : InterfaceIs<IID_IWiaDevMgr2> {};
 template <> struct InterfaceInfo<IWiaItem2> : InterfaceIs<IID_IWiaItem2> {};
 template <> struct InterfaceInfo<IEnumWiaItem2> : InterfaceIs<IID_IEnumWiaItem2> {};
 template <> struct InterfaceInfo<IWiaTransferCallback> : InterfaceIs<IID_IWiaTransferCallback> {};
+template <> struct InterfaceInfo<IWiaVideo> : InterfaceIs<IID_IWiaVideo> {};
 // clang-format on
 
 }  // namespace vorn
