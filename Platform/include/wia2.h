@@ -63,6 +63,22 @@
 #define WIA_DONT_USE_SEGMENTATION_FILTER 1
 #endif
 
+#ifndef WIA_PAGE_USLEGAL
+#define WIA_PAGE_USLEGAL 3
+#endif
+#ifndef WIA_PAGE_USSTATEMENT
+#define WIA_PAGE_USSTATEMENT 5
+#endif
+#ifndef WIA_PAGE_BUSINESSCARD
+#define WIA_PAGE_BUSINESSCARD 6
+#endif
+#ifndef WIA_PAGE_ISO_A5
+#define WIA_PAGE_ISO_A5 11
+#endif
+#ifndef WIA_PAGE_ISO_A6
+#define WIA_PAGE_ISO_A6 12
+#endif
+
 /* ---- Properties ---- */
 
 #ifndef WIA_DIP_PNP_ID

@@ -5,7 +5,8 @@ namespace vorn::wia {
 
 std::vector<DevicePtr> DefaultDevices()
 {
-    return {VirtualScanner().Build(), VirtualCamera().Build(), VirtualVideo().Build()};
+    return {VirtualScanner().Build(), VirtualCompactScanner().Build(), VirtualCamera().Build(),
+            VirtualVideo().Build()};
 }
 
 }  // namespace vorn::wia

@@ -21,6 +21,7 @@ TEST_F(Devices, StandardTrees)
     };
     EXPECT_EQ(names(Generation::One, "virtual:scanner"), "Root Scan");
     EXPECT_EQ(names(Generation::Two, "virtual:scanner"), "Root Flatbed Feeder");
+    EXPECT_EQ(names(Generation::Two, "virtual:compact"), "Root Flatbed");
     EXPECT_EQ(names(Generation::One, "virtual:camera"), "Root Picture 1 Picture 2 Picture 3");
     EXPECT_EQ(names(Generation::Two, "virtual:camera"), "Root Pictures");
     EXPECT_FALSE(Open(Generation::One, "virtual:video").Read(WIA_DPV_IMAGES_DIRECTORY).ToText().empty());

@@ -61,7 +61,7 @@ TEST_F(Enumerators, KeepPlaceCopiesAndCounts)
 {
     ComPtr<IEnumWIA_DEV_INFO> devices;
     ASSERT_EQ(Manager1()->EnumDeviceInfo(WIA_DEVINFO_ENUM_LOCAL, devices.Out()), S_OK);
-    CheckEnumerator<IWiaPropertyStorage*>(*devices.Get(), 3, "devices");
+    CheckEnumerator<IWiaPropertyStorage*>(*devices.Get(), 4, "devices");
 
     const Node camera = Open(Generation::One, "virtual:camera");
     ComPtr<IEnumWiaItem> items;

@@ -5,6 +5,29 @@ namespace vorn::wia::test {
 
 namespace {
 
+/** The kind of a property's valid values and those that are numbers or texts: "range 1 1275 1275 1". */
+std::string ValidValues(const Node& item, PROPID id)
+{
+    PROPSPEC propSpec = Specify(id);
+    ULONG flags = 0;
+    PROPVARIANT variant{};
+    EXPECT_EQ(item.Storage()->GetPropertyAttributes(1, &propSpec, &flags, &variant), S_OK);
+    const Value valid = Value::Adopt(variant);
+    std::string text = flags & WIA_PROP_RANGE  ? "range"
+                       : flags & WIA_PROP_LIST ? "list"
+                       : flags & WIA_PROP_FLAG ? "flag"
+                                               : "none";
+    if (!(flags & WIA_PROP_WRITE))
+        text = "read-only";
+    for (ULONG i = 0; variant.vt == (VT_VECTOR | VT_I4) && i < variant.cal.cElems; ++i)
+        text += " " + std::to_string(variant.cal.pElems[i]);
+    for (ULONG i = 0; variant.vt == (VT_VECTOR | VT_BSTR) && i < variant.cabstr.cElems; ++i)
+        text += " '" + Narrow(variant.cabstr.pElems[i]) + "'";
+    for (ULONG i = 0; variant.vt == (VT_VECTOR | VT_CLSID) && i < variant.cauuid.cElems; ++i)
+        text += " GUID";
+    return text;
+}
+
 class Properties : public ServiceTest {};
 
 TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
@@ -23,7 +46,7 @@ TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
         {"takes a value between the steps", 5000, Value::I4(301), E_INVALIDARG},
         {"takes a value that the list lacks", WIA_IPA_DEPTH, Value::I4(16), E_INVALIDARG},
         {"takes the list's count for a value", WIA_IPA_DATATYPE, Value::I4(1), E_INVALIDARG},
-        {"refuses a listed value", WIA_IPA_DEPTH, Value::I4(8), S_OK},
+        {"refuses a listed value", WIA_IPA_DATATYPE, Value::I4(WIA_DATA_GRAYSCALE), S_OK},
         {"takes a flag that is not offered", WIA_IPS_CUR_INTENT, Value::I4(0x100), E_INVALIDARG},
         {"refuses a combination of flags", WIA_IPS_CUR_INTENT, Value::I4(0x20001), S_OK},
         {"refuses another width of integer", WIA_IPS_XRES, Value::Integer(VT_UI2, 200), S_OK},
@@ -105,23 +128,86 @@ TEST_F(Properties, ResolutionMovesTheAreaInPixels)
     EXPECT_EQ(item.Long(WIA_IPS_XEXTENT), 50) << "the extent stays within the area";
 }
 
+TEST_F(Properties, OneSettingSetsWhatOthersCanBe)
+{
+    const struct {
+        const char* device;
+        LONG source;
+        PROPID written;
+        LONG value;
+        PROPID shown;
+        const char* valid;  ///< or the end of it
+    } rows[] = {
+        {"virtual:scanner", FLATBED, WIA_IPS_XRES, 300, WIA_IPS_XPOS, "range 0 0 2549 1"},
+        {"virtual:scanner", FLATBED, WIA_IPS_XPOS, 75, WIA_IPS_XEXTENT, "range 1 1200 1200 1"},
+        {"virtual:scanner", FEEDER, WIA_IPS_YRES, 75, WIA_IPS_YEXTENT, "range 1 1050 1050 1"},
+        {"virtual:scanner", FLATBED, WIA_IPA_DATATYPE, WIA_DATA_GRAYSCALE, WIA_IPA_DEPTH, "list 1 8 8"},
+        {"virtual:scanner", FLATBED, WIA_IPS_CUR_INTENT, 4, WIA_IPA_DEPTH, "list 1 1 1"},
+        {"virtual:scanner", FLATBED, WIA_IPA_TYMED, TYMED_MULTIPAGE_FILE, WIA_IPA_FORMAT,
+         "list GUID GUID GUID"},
+        {"virtual:scanner", FLATBED, WIA_DPS_PAGE_SIZE, WIA_PAGE_ISO_A5, WIA_DPS_PAGE_SIZE,
+         " 0 1 5 11 12 6 2"},
+        {"virtual:scanner", FEEDER, WIA_DPS_PAGE_SIZE, WIA_PAGE_USLEGAL, WIA_DPS_PAGE_SIZE,
+         " 0 1 3 5 11 12 6 2"},
+        {"virtual:compact", FLATBED, WIA_IPS_XRES, 600, WIA_IPS_YRES,
+         "list 7 150 75 100 150 200 300 600 1200"},
+        {"virtual:compact", FLATBED, WIA_IPS_YRES, 75, WIA_IPS_YPOS, "range 0 0 877 1"},
+    };
+    for (const Generation generation : kGenerations) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.valid);
+            const bool first = generation == Generation::One;
+            const Node root = Open(generation, row.device);
+            const Node item = root.Child(first ? "Scan" : row.source == FEEDER ? "Feeder" : "Flatbed");
+            if (first) {
+                EXPECT_EQ(root.Write(WIA_DPS_DOCUMENT_HANDLING_SELECT, row.source), S_OK);
+            }
+            const auto holder = [&](PROPID id) { return first && id == WIA_DPS_PAGE_SIZE ? root : item; };
+            EXPECT_EQ(holder(row.written).Write(row.written, row.value), S_OK);
+            const std::string valid = ValidValues(holder(row.shown), row.shown);
+            EXPECT_TRUE(valid.ends_with(row.valid)) << valid;
+        }
+    }
+    EXPECT_EQ(Open(Generation::One, "virtual:compact").Child("Scan").Write(WIA_IPS_XRES, 137), E_INVALIDARG);
+}
+
+TEST_F(Properties, EachKindOfValidValuesIsThere)
+{
+    const std::pair<PROPID, const char*> rows[] = {
+        {WIA_IPS_BRIGHTNESS, "range -1000 0 1000 1"},
+        {WIA_IPS_ROTATION, "list 4 0 0 1 2 3"},
+        {WIA_IPS_CUR_INTENT, "flag 0 458759"},
+        {WIA_IPA_ICM_PROFILE_NAME, "list '' 'sRGB Color Space Profile.icm' 'sRGB Color Space Profile.icm'"},
+        {WIA_IPS_ORIENTATION, "read-only"},
+        {kVirtualPaper, "list '' 'Test chart' 'Test chart' 'Blank'"},
+        {kVirtualPagesFolder, "none"},
+    };
+    for (const Generation generation : kGenerations) {
+        const Node root = Open(generation, "virtual:scanner");
+        const Node item = root.Children().front();
+        for (const auto& [id, valid] : rows)
+            EXPECT_EQ(ValidValues(id < WIA_PRIVATE_DEVPROP ? item : root, id), valid);
+    }
+}
+
 TEST_F(Properties, DataTypeDepthAndIntentFollowEachOther)
 {
     struct Row {
         PROPID written;
         LONG value, dataType, depth, channels;
+        HRESULT result = S_OK;
     };
     constexpr Row kRows[] = {
         {WIA_IPA_DATATYPE, WIA_DATA_THRESHOLD, WIA_DATA_THRESHOLD, 1, 1},
         {WIA_IPA_DATATYPE, WIA_DATA_GRAYSCALE, WIA_DATA_GRAYSCALE, 8, 1},
-        {WIA_IPA_DEPTH, 24, WIA_DATA_COLOR, 24, 3},
-        {WIA_IPA_DEPTH, 1, WIA_DATA_THRESHOLD, 1, 1},
+        {WIA_IPA_DEPTH, 24, WIA_DATA_GRAYSCALE, 8, 1, E_INVALIDARG},
+        {WIA_IPS_CUR_INTENT, WIA_INTENT_IMAGE_TYPE_COLOR, WIA_DATA_COLOR, 24, 3},
         {WIA_IPS_CUR_INTENT, WIA_INTENT_IMAGE_TYPE_GRAYSCALE, WIA_DATA_GRAYSCALE, 8, 1},
         {WIA_IPS_CUR_INTENT, WIA_INTENT_NONE, WIA_DATA_GRAYSCALE, 8, 1},
     };
     const Node item = Open(Generation::Two, "virtual:scanner").Child("Flatbed");
     for (const Row& row : kRows) {
-        EXPECT_EQ(item.Write(row.written, row.value), S_OK);
+        EXPECT_EQ(item.Write(row.written, row.value), row.result);
         EXPECT_EQ(item.Long(WIA_IPA_DATATYPE), row.dataType);
         EXPECT_EQ(item.Long(WIA_IPA_DEPTH), row.depth);
         EXPECT_EQ(item.Long(WIA_IPA_CHANNELS_PER_PIXEL), row.channels);

@@ -270,6 +270,65 @@ TEST_F(Transfers, DuplexAlternatesTheSidesOfASheet)
     }
 }
 
+TEST_F(Transfers, ATurnedPageComesAgainstTheClock)
+{
+    const struct {
+        LONG rotation;
+        uint32_t width, height;
+        const char* pixels;  ///< rows from the top down
+    } rows[] = {
+        {PORTRAIT, 3, 2, "123456"},
+        {LANSCAPE, 2, 3, "362514"},
+        {ROT180, 3, 2, "654321"},
+        {ROT270, 2, 3, "415263"},
+    };
+    for (const uint32_t bits : {1u, 8u, 24u}) {
+        CannedPage page = PlainPage(3, 2, bits, 0);
+        page.geometry.yDpi = 200;
+        const uint32_t rowBytes = static_cast<uint32_t>(page.geometry.RowBytes());
+        const auto put = [&](char digit, uint32_t x, uint8_t* row) {
+            if (bits == 1)
+                row[0] = static_cast<uint8_t>(row[0] | (digit & 1) << (7 - x));
+            else
+                std::fill_n(row + x * bits / 8, bits / 8, static_cast<uint8_t>(digit));
+        };
+        for (uint32_t i = 0; i < 6; ++i)
+            put(static_cast<char>('1' + i), i % 3, page.pixels.data() + (1 - i / 3) * rowBytes);
+        Use(ScannerWith({page}));
+        for (const auto& row : rows) {
+            for (const Generation generation : kGenerations) {
+                const Node item = Source(generation, 1);
+                EXPECT_EQ(item.Write(WIA_IPA_TYMED, TYMED_CALLBACK), S_OK);
+                EXPECT_EQ(item.Write(WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_BMP)), S_OK);
+                EXPECT_EQ(item.Write(WIA_IPS_ROTATION, row.rotation), S_OK);
+                const bool side = row.rotation == LANSCAPE || row.rotation == ROT270;
+                EXPECT_EQ(item.Long(WIA_IPA_PIXELS_PER_LINE),
+                          item.Long(side ? WIA_IPS_YEXTENT : WIA_IPS_XEXTENT));
+                const Received received = generation == Generation::One ? item.Banded() : item.Download();
+                ASSERT_EQ(received.pages.size(), 1u);
+                std::vector<uint8_t> bytes = received.pages.front();
+                BitmapHandle bitmap{};
+                ASSERT_EQ(FilLoadMemory(bytes.data(), &bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
+                                        static_cast<int32_t>(bytes.size()), nullptr, nullptr),
+                          FIL_SUCCESS);
+                EXPECT_EQ(bitmap.width, row.width);
+                EXPECT_EQ(bitmap.height, row.height);
+                EXPECT_NEAR(bitmap.xDpi, side ? 200 : 100, 0.1);
+                KrnAccessBitmap(&bitmap);
+                std::vector<uint8_t> expected(bitmap.rowBytes * row.height);
+                for (uint32_t i = 0; i < 6; ++i)
+                    put(row.pixels[i], i % row.width,
+                        expected.data() + (row.height - 1 - i / row.width) * bitmap.rowBytes);
+                const auto* image = static_cast<const uint8_t*>(bitmap.image);
+                EXPECT_EQ(std::vector<uint8_t>(image, image + expected.size()), expected)
+                    << bits << " bits, turn " << row.rotation;
+                KrnReleaseBitmapAccess(&bitmap);
+                KrnFreeBitmap(&bitmap);
+            }
+        }
+    }
+}
+
 TEST_F(Transfers, AFolderSendsItsPictures)
 {
     const Node root = Open(Generation::Two, "virtual:camera");

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "RotatedPage.h"
+
 namespace vorn::wia {
 
 namespace {
@@ -48,7 +50,11 @@ PageRequest RequestOf(const PropertyTable& settings) noexcept
 
 }  // namespace
 
-PageFeed::PageFeed(Item& item) : item_{item}, slot_{ChooseSlot(item)}, request_{RequestOf(item.Properties())}
+PageFeed::PageFeed(Item& item)
+    : item_{item},
+      slot_{ChooseSlot(item)},
+      request_{RequestOf(item.Properties())},
+      rotation_{item.Properties().Long(WIA_IPS_ROTATION, PORTRAIT)}
 {
     if (&slot_ != &item.Feeder())
         return;
@@ -74,6 +80,7 @@ HRESULT PageFeed::Next(std::unique_ptr<Page>& page)
         return FAILED(result) ? result : E_UNEXPECTED;
     if (!page)
         return E_UNEXPECTED;
+    page = Rotated(std::move(page), rotation_);
     ++delivered_;
     ++slot_.delivered;
     slot_.backNext = duplex_ && !request_.backSide;

@@ -34,6 +34,7 @@ private:
     Item& item_;
     PageSlot& slot_;
     PageRequest request_;
+    LONG rotation_ = PORTRAIT;
     bool duplex_ = false;
     bool backOnly_ = false;
     uint32_t limit_ = 1;

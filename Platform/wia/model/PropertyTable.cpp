@@ -104,14 +104,24 @@ void PropertyTable::SetText(PROPID id, WStringView value) const
         property->value = Value::Text(value);
 }
 
-void PropertyTable::SetRange(PROPID id, LONG minimum, LONG maximum) const
+void PropertyTable::SetRange(PROPID id, LONG minimum, LONG nominal, LONG maximum) const
 {
     Property* property = Find(id);
     if (!property || property->Type() != VT_I4)
         return;
     maximum = std::max(minimum, maximum);
     property->value = Value::I4(std::clamp(property->value.Long(), minimum, maximum));
-    property->valid = RangeValues(minimum, maximum, maximum, 1);
+    property->valid = RangeValues(minimum, std::clamp(nominal, minimum, maximum), maximum, 1);
+}
+
+void PropertyTable::SetList(PROPID id, const std::vector<LONG>& values) const
+{
+    Property* property = Find(id);
+    if (!property || property->Type() != VT_I4 || !(property->access & WIA_PROP_LIST) || values.empty())
+        return;
+    if (std::find(values.begin(), values.end(), property->value.Long()) == values.end())
+        property->value = Value::I4(values.front());
+    property->valid = ListValues(values.front(), values);
 }
 
 HRESULT PropertyTable::WriteOne(const PROPSPEC& propSpec, const PROPVARIANT& value,

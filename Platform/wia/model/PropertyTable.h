@@ -36,8 +36,10 @@ public:
     void SetLong(PROPID id, LONG value) const noexcept;
     void SetGuid(PROPID id, REFGUID value) const;
     void SetText(PROPID id, WStringView value) const;
-    /** Sets a range and brings the value into it. */
-    void SetRange(PROPID id, LONG minimum, LONG maximum) const;
+    /** Sets a range and brings value and nominal value into it. */
+    void SetRange(PROPID id, LONG minimum, LONG nominal, LONG maximum) const;
+    /** Sets a list; a value that is none of it gives way to the first. Not for a property without a list. */
+    void SetList(PROPID id, const std::vector<LONG>& values) const;
 
     /** Told of each property as it changes, so that others follow it. A write that fails later undoes both. */
     void OnChange(std::function<void(PROPID)> follow) { follow_ = std::move(follow); }

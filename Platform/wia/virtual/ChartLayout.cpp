@@ -266,7 +266,7 @@ void ChartArtist::DrawCornerNames()
 
 ChartDrawing DrawChart(const ChartSheet& sheet, const PageRequest& request)
 {
-    return ChartArtist{sheet, request}.Draw();
+    return sheet.blank ? ChartDrawing{request.xDpi, request.yDpi} : ChartArtist{sheet, request}.Draw();
 }
 
 }  // namespace vorn::wia

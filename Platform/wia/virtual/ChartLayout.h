@@ -14,6 +14,7 @@ struct ChartSheet {
     double widthInches = 210 / 25.4;
     double heightInches = 297 / 25.4;
     WString title;
+    bool blank = false;  ///< nothing is printed on it
 };
 
 /**

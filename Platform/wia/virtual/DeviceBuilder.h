@@ -14,12 +14,14 @@
  * records calls, `dialogs/DialogProvider.h` answers dialogs, `Service.h` holds the device list and hides the
  * manager classes.
  *
- * The virtual scanner's own properties, on its root item. They are vendor properties: no other scanner has
+ * The virtual scanners' own properties, on their root items. They are vendor properties: no other scanner has
  * them.
- * - 38914 "Virtual Sheets" (VT_I4): sheets in the feeder, 0 to 10000. Each opening of the device refills it.
+ * - 38914 "Virtual Sheets" (VT_I4): sheets in the feeder, 0 to 10000. Each opening of the device refills it. Only
+ *   where there is a feeder.
  * - 38915 "Virtual Pages Folder" (VT_BSTR): pages are the image files of this folder in name order; empty: a
  *   test chart. A folder that does not exist or holds no image is refused with E_INVALIDARG.
  * - 38916 "Virtual Page Delay" (VT_I4): milliseconds that a page takes, 0 to 600000.
+ * - 38917 "Virtual Paper" (VT_BSTR, a list): what is on a sheet that comes from no folder: "Test chart" or "Blank".
  */
 #pragma once
 
@@ -36,10 +38,11 @@
 
 namespace vorn::wia {
 
-/** The virtual scanner's vendor properties. */
+/** The virtual scanners' vendor properties. */
 constexpr PROPID kVirtualSheets = WIA_PRIVATE_DEVPROP + 0;
 constexpr PROPID kVirtualPagesFolder = WIA_PRIVATE_DEVPROP + 1;
 constexpr PROPID kVirtualPageDelay = WIA_PRIVATE_DEVPROP + 2;
+constexpr PROPID kVirtualPaper = WIA_PRIVATE_DEVPROP + 3;
 
 /** Changes a tree: it gets the root item's definition. */
 using TreeEdit = std::function<void(ItemDefinition& root)>;
@@ -107,6 +110,8 @@ private:
  * by WIA_DPS_DOCUMENT_HANDLING_SELECT of the root. Second generation: items `Flatbed` and `Feeder`.
  */
 VORN_WIA_API DeviceBuilder VirtualScanner(LONG sheets = 3);
+/** Id `virtual:compact`: a flatbed that knows a few resolutions only. */
+VORN_WIA_API DeviceBuilder VirtualCompactScanner();
 /** Id `virtual:camera`: three pictures, in the second generation in a folder `Pictures`. */
 VORN_WIA_API DeviceBuilder VirtualCamera();
 /** Id `virtual:video`: a streaming-video device with WIA_DPV_IMAGES_DIRECTORY. */

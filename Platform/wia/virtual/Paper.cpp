@@ -81,6 +81,7 @@ HRESULT Paper::Take(PageSource* images, const PageRequest& request, std::unique_
 {
     ChartSheet sheet;
     sheet.title = VORN_TEXT("Virtual scanner");
+    sheet.blank = blank_;
     TestChart chart{std::move(sheet), 1};
     PageSource& source = images ? *images : chart;
     const HRESULT result = source.NextPage(request, page);

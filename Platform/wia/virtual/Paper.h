@@ -30,6 +30,9 @@ public:
     /** Puts the images of a folder onto the glass and into the feeder; an empty name brings the chart back. */
     void UseFolder(WStringView folder);
 
+    /** Whether sheets are blank in place of the chart. */
+    void SetBlank(bool blank) noexcept { blank_ = blank; }
+
     void SetDelay(std::chrono::milliseconds perPage) noexcept { delay_ = perPage; }
 
 private:
@@ -42,6 +45,7 @@ private:
     HRESULT Take(PageSource* images, const PageRequest& request, std::unique_ptr<Page>& page) const;
 
     LONG sheets_;
+    bool blank_ = false;
     bool backPending_ = false;  ///< the sheet whose front was scanned last still has its back
     WString folder_;
     std::shared_ptr<PageSource> glassImages_, feederImages_;

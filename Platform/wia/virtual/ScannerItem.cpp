@@ -10,6 +10,7 @@ namespace {
 constexpr LONG kItemType = WiaItemTypeTransfer | WiaItemTypeImage | WiaItemTypeFile;
 constexpr LONG kDpi = 150;
 constexpr LONG kBufferBytes = 65536;
+const WCHAR* const kColorProfile = VORN_TEXT("sRGB Color Space Profile.icm");
 
 // Thousandths of an inch.
 constexpr LONG kWidth = 8500;
@@ -40,7 +41,7 @@ void AddImageProperties(ItemDefinition& item, Generation generation)
     }
     item.Set(OneOf(WIA_IPA_DATATYPE, WIA_DATA_COLOR,
                    std::vector<LONG>{WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR}))
-        .Set(OneOf(WIA_IPA_DEPTH, 24, std::vector<LONG>{1, 8, 24}))
+        .Set(OneOf(WIA_IPA_DEPTH, 24, std::vector<LONG>{24}))
         .Set(ReadOnly(WIA_IPA_PREFERRED_FORMAT, Value::Guid(WiaImgFmt_BMP)))
         .Set(OneOf(WIA_IPA_FORMAT, formats.front(), formats))
         .Set(OneOf(WIA_IPA_COMPRESSION, WIA_COMPRESSION_NONE, std::vector<LONG>{WIA_COMPRESSION_NONE}))
@@ -53,6 +54,7 @@ void AddImageProperties(ItemDefinition& item, Generation generation)
         .Set(ReadOnly(WIA_IPA_NUMBER_OF_LINES, Value::I4(0)))
         .Set(ReadOnly(WIA_IPA_ITEM_SIZE, Value::I4(0)))
         .Set(ReadOnly(WIA_IPA_BUFFER_SIZE, Value::I4(kBufferBytes)))
+        .Set(OneOf(WIA_IPA_ICM_PROFILE_NAME, kColorProfile, std::vector<WString>{kColorProfile}))
         .Set(ReadOnly(WIA_IPA_FILENAME_EXTENSION, Value::Text(VORN_TEXT("BMP"))))
         .Set(ReadOnly(WIA_IPA_SUPPRESS_PROPERTY_PAGE, Value::I4(0)));
 }
@@ -74,8 +76,8 @@ void AddScanProperties(ItemDefinition& item, LONG height)
         .Set(ReadOnly(WIA_IPS_PHOTOMETRIC_INTERP, Value::I4(WIA_PHOTO_WHITE_1)))
         .Set(InRange(WIA_IPS_BRIGHTNESS, 0, -1000, 1000))
         .Set(InRange(WIA_IPS_CONTRAST, 0, -1000, 1000))
-        .Set(OneOf(WIA_IPS_ORIENTATION, PORTRAIT, std::vector<LONG>{PORTRAIT}))
-        .Set(OneOf(WIA_IPS_ROTATION, PORTRAIT, std::vector<LONG>{PORTRAIT}))
+        .Set(ReadOnly(WIA_IPS_ORIENTATION, Value::I4(PORTRAIT)))
+        .Set(OneOf(WIA_IPS_ROTATION, PORTRAIT, std::vector<LONG>{PORTRAIT, LANSCAPE, ROT180, ROT270}))
         .Set(ReadOnly(WIA_IPS_MIRROR, Value::I4(0)))
         .Set(InRange(WIA_IPS_THRESHOLD, 128, 0, 255))
         .Set(ReadOnly(WIA_IPS_INVERT, Value::I4(0)))
@@ -92,8 +94,7 @@ void AddSecondGenerationProperties(ItemDefinition& item, LONG height)
         .Set(ReadOnly(WIA_IPS_OPTICAL_YRES, Value::I4(1200)))
         .Set(OneOf(WIA_IPS_PREVIEW, WIA_FINAL_SCAN, std::vector<LONG>{WIA_FINAL_SCAN, WIA_PREVIEW_SCAN}))
         .Set(ReadOnly(WIA_IPS_SHOW_PREVIEW_CONTROL, Value::I4(WIA_SHOW_PREVIEW_CONTROL)))
-        .Set(OneOf(WIA_IPS_PAGE_SIZE, WIA_PAGE_CUSTOM,
-                   std::vector<LONG>{WIA_PAGE_A4, WIA_PAGE_LETTER, WIA_PAGE_CUSTOM}))
+        .Set(OneOf(WIA_IPS_PAGE_SIZE, PageSizeOf(kWidth, height), PageSizesWithin(kWidth, height)))
         .Set(ReadOnly(WIA_IPS_PAGE_WIDTH, Value::I4(kWidth)))
         .Set(ReadOnly(WIA_IPS_PAGE_HEIGHT, Value::I4(height)))
         .Set(OneOf(WIA_IPS_XSCALING, 100, std::vector<LONG>{100}))

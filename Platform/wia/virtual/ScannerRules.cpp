@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "../model/RotatedPage.h"
+
 namespace vorn::wia {
 
 namespace {
@@ -11,7 +13,6 @@ namespace {
 struct Axis {
     PROPID resolution, position, extent;
     PROPID itemSize, bedSize, feederSize;  ///< largest extent in thousandths of an inch
-    PROPID pixels;                         ///< extent of the image that will come
 };
 
 constexpr Axis kAcross{WIA_IPS_XRES,
@@ -19,15 +20,13 @@ constexpr Axis kAcross{WIA_IPS_XRES,
                        WIA_IPS_XEXTENT,
                        WIA_IPS_MAX_HORIZONTAL_SIZE,
                        WIA_DPS_HORIZONTAL_BED_SIZE,
-                       WIA_DPS_HORIZONTAL_SHEET_FEED_SIZE,
-                       WIA_IPA_PIXELS_PER_LINE};
+                       WIA_DPS_HORIZONTAL_SHEET_FEED_SIZE};
 constexpr Axis kDown{WIA_IPS_YRES,
                      WIA_IPS_YPOS,
                      WIA_IPS_YEXTENT,
                      WIA_IPS_MAX_VERTICAL_SIZE,
                      WIA_DPS_VERTICAL_BED_SIZE,
-                     WIA_DPS_VERTICAL_SHEET_FEED_SIZE,
-                     WIA_IPA_NUMBER_OF_LINES};
+                     WIA_DPS_VERTICAL_SHEET_FEED_SIZE};
 
 /** How many thousandths of an inch the document source is wide or high. */
 LONG SourceSize(const Item& item, const Axis& axis) noexcept
@@ -65,15 +64,20 @@ void FitAxis(Item& item, const Axis& axis, bool resolutionChanged)
         extent = Scaled(extent, size, sizeBefore);
     }
     table.SetLong(axis.position, start);
-    table.SetRange(axis.position, 0, size - 1);
+    table.SetRange(axis.position, 0, 0, size - 1);
     table.SetLong(axis.extent, extent);
-    table.SetRange(axis.extent, 1, size - table.Long(axis.position));
-    table.SetLong(axis.pixels, table.Long(axis.extent));
+    const LONG room = size - table.Long(axis.position);
+    table.SetRange(axis.extent, 1, room, room);
 }
 
-/** Bytes of a line and of the whole image, as a DIB has them. */
+/** The size of the image that will come, and the bytes of a line and of all of it as a DIB has them. */
 void FitSizes(PropertyTable& table)
 {
+    if (table.Find(WIA_IPS_XEXTENT) && table.Find(WIA_IPS_YEXTENT)) {
+        const bool onItsSide = IsQuarterTurn(table.Long(WIA_IPS_ROTATION));
+        table.SetLong(WIA_IPA_PIXELS_PER_LINE, table.Long(onItsSide ? WIA_IPS_YEXTENT : WIA_IPS_XEXTENT));
+        table.SetLong(WIA_IPA_NUMBER_OF_LINES, table.Long(onItsSide ? WIA_IPS_XEXTENT : WIA_IPS_YEXTENT));
+    }
     PageGeometry geometry;
     geometry.width = static_cast<uint32_t>(table.Long(WIA_IPA_PIXELS_PER_LINE));
     geometry.height = static_cast<uint32_t>(table.Long(WIA_IPA_NUMBER_OF_LINES));
@@ -92,7 +96,7 @@ constexpr DataType kDataTypes[] = {
     {WIA_DATA_COLOR, 24, 3, 8, WIA_INTENT_IMAGE_TYPE_COLOR},
 };
 
-/** Puts the data type in force whose `field` has that value. */
+/** Puts the data type in force whose `field` has that value; it is what the depth can be chosen from. */
 void UseDataType(PropertyTable& table, LONG DataType::*field, LONG value) noexcept
 {
     for (const DataType& row : kDataTypes) {
@@ -100,6 +104,7 @@ void UseDataType(PropertyTable& table, LONG DataType::*field, LONG value) noexce
             continue;
         table.SetLong(WIA_IPA_DATATYPE, row.type);
         table.SetLong(WIA_IPA_DEPTH, row.depth);
+        table.SetList(WIA_IPA_DEPTH, {row.depth});
         table.SetLong(WIA_IPA_CHANNELS_PER_PIXEL, row.channels);
         table.SetLong(WIA_IPA_BITS_PER_CHANNEL, row.bitsPerChannel);
     }
@@ -142,7 +147,11 @@ struct PageSize {
     LONG size, width, height;  ///< in thousandths of an inch
 };
 
-constexpr PageSize kPageSizes[] = {{WIA_PAGE_A4, 8267, 11692}, {WIA_PAGE_LETTER, 8500, 11000}};
+constexpr PageSize kPageSizes[] = {
+    {WIA_PAGE_A4, 8267, 11692},          {WIA_PAGE_LETTER, 8500, 11000}, {WIA_PAGE_USLEGAL, 8500, 14000},
+    {WIA_PAGE_USSTATEMENT, 5500, 8500},  {WIA_PAGE_ISO_A5, 5826, 8267},  {WIA_PAGE_ISO_A6, 4133, 5826},
+    {WIA_PAGE_BUSINESSCARD, 3543, 2165},
+};
 
 LONG Pixels(const PropertyTable& table, const Axis& axis, LONG size) noexcept
 {
@@ -199,6 +208,26 @@ void FollowMedium(Item& item)
 
 }  // namespace
 
+std::vector<LONG> PageSizesWithin(LONG width, LONG height)
+{
+    std::vector<LONG> sizes;
+    for (const PageSize& page : kPageSizes) {
+        if (page.width <= width && page.height <= height)
+            sizes.push_back(page.size);
+    }
+    sizes.push_back(WIA_PAGE_CUSTOM);
+    return sizes;
+}
+
+LONG PageSizeOf(LONG width, LONG height) noexcept
+{
+    for (const PageSize& page : kPageSizes) {
+        if (page.width == width && page.height == height)
+            return page.size;
+    }
+    return WIA_PAGE_CUSTOM;
+}
+
 void FollowScannerItem(Item& item, PROPID changed)
 {
     PropertyTable& table = item.Properties();
@@ -208,9 +237,6 @@ void FollowScannerItem(Item& item, PROPID changed)
             break;
         case WIA_IPA_DATATYPE:
             UseDataType(table, &DataType::type, table.Long(WIA_IPA_DATATYPE));
-            break;
-        case WIA_IPA_DEPTH:
-            UseDataType(table, &DataType::depth, table.Long(WIA_IPA_DEPTH));
             break;
         case WIA_IPS_XRES:
             FitAxis(item, kAcross, true);
@@ -248,12 +274,14 @@ void FollowScannerRoot(Item& root, PROPID changed)
 {
     if (changed != WIA_DPS_DOCUMENT_HANDLING_SELECT && changed != WIA_DPS_PAGE_SIZE)
         return;
-    const LONG size = root.Properties().Long(WIA_DPS_PAGE_SIZE);
     for (const auto& item : root.Children()) {
+        if (changed == WIA_DPS_DOCUMENT_HANDLING_SELECT)
+            root.Properties().SetList(WIA_DPS_PAGE_SIZE,
+                                      PageSizesWithin(SourceSize(*item, kAcross), SourceSize(*item, kDown)));
         FitAxis(*item, kAcross, false);
         FitAxis(*item, kDown, false);
         if (changed == WIA_DPS_PAGE_SIZE)
-            UsePageSize(*item, size);
+            UsePageSize(*item, root.Properties().Long(WIA_DPS_PAGE_SIZE));
         FitSizes(item->Properties());
         TellPageSize(*item, changed);
     }

@@ -1,12 +1,19 @@
 /**
  * @file ScannerRules.h
- * Which values of a scanner's item follow which: area and resolution, data type and depth, medium and format.
+ * Which values of a scanner's item follow which: area, resolution and page size, data type and depth, medium and
+ * format.
  */
 #pragma once
 
 #include "../model/Item.h"
 
 namespace vorn::wia {
+
+/** The page sizes that a source offers which is so many thousandths of an inch wide and high. */
+std::vector<LONG> PageSizesWithin(LONG width, LONG height);
+
+/** The page size that a piece of paper is; WIA_PAGE_CUSTOM for one that has no name. */
+LONG PageSizeOf(LONG width, LONG height) noexcept;
 
 /** What an item does once one of its properties has changed. */
 void FollowScannerItem(Item& item, PROPID changed);
