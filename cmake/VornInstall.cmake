@@ -30,8 +30,8 @@ install(TARGETS ${vorn_libraries} EXPORT vornwia-targets
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS vorn_headers EXPORT vornwia-targets)
 install(TARGETS vornscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES include/vornwia.h include/vornwia_types.h Platform/include/Vornkrnx.h Platform/include/Vornfilx.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(FILES Platform/include/Vornkrnx.h Platform/include/Vornfilx.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES docs/vornscan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 install(EXPORT vornwia-targets NAMESPACE vornwia:: FILE vornwia-config.cmake DESTINATION ${package_dir})

@@ -1,0 +1,26 @@
+/**
+ * @file ValidValues.h
+ * A property's valid values as the records that applications see.
+ */
+#pragma once
+
+#include "Internal.h"
+
+namespace vorn {
+
+/**
+ * The tree of records behind WiaCapability::values, from what the device publishes and from the ID, the type and
+ * the access flags of `capability`. The texts in it are lent by `published`, which must live as long.
+ *
+ * The device is not trusted: nothing is read beyond a vector, a vector too short for its kind gives what is
+ * there, one of a type that the kind cannot have gives nothing. Without memory the tree ends where it ran out.
+ *
+ * @return the tree; null without memory and for a property whose values are not restricted
+ */
+WiaCapabilityValues* BuildCapabilityValues(const PROPVARIANT& published,
+                                           const WiaCapability& capability) noexcept;
+
+/** Frees a tree, null included, that was built for a property of that type. */
+void FreeCapabilityValues(WiaCapabilityValues* values, uint32_t valueType) noexcept;
+
+}  // namespace vorn
