@@ -2,60 +2,16 @@
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <deque>
-#include <new>
 #include <stdexcept>
 #include <system_error>
 
 namespace vorn::bench {
 namespace {
-
-/** Memory that nobody has touched. */
-class FreshBlock {
-public:
-    FreshBlock(size_t bytes, Memory memory) : bytes_{bytes}, mapped_{memory == Memory::HugePages}
-    {
-        if (mapped_)
-            MapHugePages();
-        else
-            data_ = static_cast<uint8_t*>(std::malloc(bytes));
-        if (!data_)
-            throw std::bad_alloc{};
-    }
-    FreshBlock(const FreshBlock&) = delete;
-    FreshBlock& operator=(const FreshBlock&) = delete;
-    ~FreshBlock()
-    {
-        if (mapped_)
-            munmap(data_, bytes_);
-        else
-            std::free(data_);
-    }
-
-    uint8_t* Data() const noexcept { return data_; }
-
-private:
-    void MapHugePages()
-    {
-        constexpr size_t page = size_t{2} << 20;
-        bytes_ += page;  // room for the alignment that the kernel gives or does not give
-        void* mapped = mmap(nullptr, bytes_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (mapped == MAP_FAILED)
-            return;
-        madvise(mapped, bytes_, MADV_HUGEPAGE);
-        data_ = static_cast<uint8_t*>(mapped);
-    }
-
-    uint8_t* data_ = nullptr;
-    size_t bytes_;
-    bool mapped_;
-};
 
 class NewFile {
 public:

@@ -8,12 +8,10 @@
 #include <filesystem>
 #include <span>
 
+#include "FreshBlock.h"
 #include "com.h"
 
 namespace vorn::bench {
-
-/** Where a baseline's memory comes from. The library asks the kernel for huge pages where it has them. */
-enum class Memory { Malloc, HugePages };
 
 /** Copies into fresh memory, `copies` times, each from the one before; then frees it all. */
 void CopyToFreshMemory(std::span<const uint8_t> bytes, int copies, Memory memory);

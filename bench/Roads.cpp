@@ -1,6 +1,5 @@
 #include "Roads.h"
 
-#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -9,6 +8,7 @@
 #include "Baselines.h"
 #include "Desk.h"
 #include "ReadyPage.h"
+#include "Seconds.h"
 
 namespace vorn::bench {
 namespace {
@@ -18,14 +18,6 @@ using wia::Generation;
 
 /** A run that is shorter than the time the scheduler gives it is rarely interrupted. */
 constexpr int kReads = 10000;
-
-template <typename Work>
-double Seconds(Work&& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>{std::chrono::steady_clock::now() - start}.count();
-}
 
 Road MemoryRoad(Generation generation, REFGUID format, int copies, Memory memory)
 {
@@ -142,7 +134,7 @@ Road PropertyRoad(Generation generation, Asked storageAsked)
 
 }  // namespace
 
-std::vector<Road> AllRoads()
+std::vector<Road> DeviceRoads()
 {
     const auto folder = std::make_shared<OutputFolder>();
     return {MemoryRoad(Generation::One, WiaImgFmt_MEMORYBMP, 1, Memory::Malloc),

@@ -18,11 +18,15 @@ struct Road {
     std::string unavoidable;  ///< what the baseline does
     Timed run;
     Timed baseline;
-    double aim = 1.2;     ///< the ratio of both that is good enough
-    int timesPerRun = 1;  ///< how often both do it in one run; above 1 no page is moved
+    double aim = 1.2;      ///< the ratio of both that is good enough
+    int timesPerRun = 1;   ///< how often both do it in one run; above 1 no page is moved
+    double sizeRatio = 0;  ///< of the files that both write; 0 when they do not compare
 };
 
-/** All roads. Each has seen its page arrive unharmed. */
-std::vector<Road> AllRoads();
+/** The roads from the device to the application. Each has seen its page arrive unharmed. */
+std::vector<Road> DeviceRoads();
+
+/** Saving a page as a file of each format, and loading it, against the bare codec. */
+std::vector<Road> FormatRoads();
 
 }  // namespace vorn::bench

@@ -69,12 +69,12 @@ void PrintTable(const std::vector<Road>& roads, int repetitions, std::ostream& o
 {
     char line[160];
     const auto print = [&](auto... columns) {
-        std::snprintf(line, sizeof line, "%-13s %10s %10s  %-28s %6s %6s %5s %7s\n", columns...);
+        std::snprintf(line, sizeof line, "%-15s %10s %10s  %-28s %6s %6s %5s %7s %6s\n", columns...);
         out << line << std::flush;
     };
     out << "One A4 page, 600 dpi, 24 bits, " << ReadyPixels().size() << " bytes; medians of " << repetitions
         << " repetitions in turns.\n\n";
-    print("road", "takes", "baseline", "which is", "ratio", "best", "aim", "pages");
+    print("road", "takes", "baseline", "which is", "ratio", "best", "aim", "pages", "size");
     for (const Road& road : roads) {
         const Samples samples = Measure(road, repetitions);
         const auto number = [](double value) {
@@ -85,10 +85,12 @@ void PrintTable(const std::vector<Road>& roads, int repetitions, std::ostream& o
         print(road.name.c_str(), Duration(Median(samples.road) / road.timesPerRun).c_str(),
               Duration(Median(samples.baseline) / road.timesPerRun).c_str(), road.unavoidable.c_str(),
               number(samples.Ratio()).c_str(), number(samples.BestRatio()).c_str(), number(road.aim).c_str(),
-              Pages(road).c_str());
+              Pages(road).c_str(), road.sizeRatio > 0 ? number(road.sizeRatio).c_str() : "");
     }
     out << "\nratio: of the medians. best: of the shortest times. pages: memory that the road took at most,\n"
-           "in pages; the device's own ready page, 1.00, was there before and is not counted.\n";
+           "in pages; the page that it starts from, 1.00, was there before and is not counted. size: of the "
+           "file,\n"
+           "against the baseline's.\n";
 }
 
 }  // namespace vorn::bench

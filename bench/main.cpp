@@ -4,6 +4,8 @@
  *
  *     vornwia_bench --table       all roads against their baselines in one run, and the memory they take
  *     vornwia_bench --table=41    with 41 repetitions in place of 21
+ *     vornwia_bench --formats     image files of each format saved and loaded, against the bare codec
+ *     vornwia_bench --formats=5   with 5 repetitions in place of 9
  *     vornwia_bench               roads and baselines as Google Benchmark runs them; --help lists its options
  *
  * Files are written to the directory that TMPDIR names, or to /tmp. A measurement is worth something on a machine
@@ -25,7 +27,12 @@ using namespace vorn::bench;
 
 namespace {
 
-constexpr int kRepetitions = 21;
+struct TableOption {
+    std::string_view option;
+    int repetitions;
+    std::vector<Road> (*roads)();
+};
+constexpr TableOption kTables[] = {{"--table", 21, DeviceRoads}, {"--formats", 9, FormatRoads}};
 
 void Register(const std::string& name, const Timed& work)
 {
@@ -49,15 +56,14 @@ int RunGoogleBenchmark(const std::vector<Road>& roads, int argc, char** argv)
     return 0;
 }
 
-/** The repetitions that `--table` or `--table=n` asks for; 0 for another argument. */
-int TableRepetitions(std::string_view argument)
+/** The repetitions that `argument` asks of a table, as in `--table` or `--table=n`; 0 for another argument. */
+int RepetitionsOf(std::string_view argument, const TableOption& table)
 {
-    constexpr std::string_view option = "--table";
-    if (argument == option)
-        return kRepetitions;
-    if (!argument.starts_with("--table="))
+    if (argument == table.option)
+        return table.repetitions;
+    if (!argument.starts_with(std::string{table.option} + '='))
         return 0;
-    return std::atoi(argument.substr(option.size() + 1).data());
+    return std::atoi(argument.substr(table.option.size() + 1).data());
 }
 
 }  // namespace
@@ -65,12 +71,12 @@ int TableRepetitions(std::string_view argument)
 int main(int argc, char** argv)
 try {
     const vorn::wia::ScopedDevices devices{ScannerWithReadyPage()};
-    const std::vector<Road> roads = AllRoads();
-    if (const int repetitions = argc == 2 ? TableRepetitions(argv[1]) : 0; repetitions > 0) {
-        PrintTable(roads, repetitions, std::cout);
-        return 0;
-    }
-    return RunGoogleBenchmark(roads, argc, argv);
+    for (const TableOption& table : kTables)
+        if (const int repetitions = argc == 2 ? RepetitionsOf(argv[1], table) : 0; repetitions > 0) {
+            PrintTable(table.roads(), repetitions, std::cout);
+            return 0;
+        }
+    return RunGoogleBenchmark(DeviceRoads(), argc, argv);
 } catch (const std::exception& failure) {
     std::cerr << "vornwia_bench: " << failure.what() << '\n';
     return 1;
