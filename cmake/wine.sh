@@ -7,7 +7,8 @@ set -eu
 # The build tree: the nearest folder above the program that CMake made.
 prefix_of()
 {
-    folder=$(dirname "$(readlink -f "$1")")
+    program=$(readlink -f -- "$1") || exit 1
+    folder=$(dirname "$program")
     while [ "$folder" != / ] && [ ! -f "$folder/CMakeCache.txt" ]; do
         folder=$(dirname "$folder")
     done
@@ -17,20 +18,29 @@ prefix_of()
 
 export WINEPREFIX="${VORN_WINEPREFIX:-$(prefix_of "$1")}"
 export WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES='mscoree=;mshtml='
+export LC_ALL=C.UTF-8  # elsewhere Wine has no names for files that are not ASCII
 unset DISPLAY WAYLAND_DISPLAY
 
-# Wine's own processes are started here and stay for a minute after the last program: started by the program, they
-# would keep its standard output open.
+# On a machine that is busy each step takes minutes at most; one that takes longer is stuck.
+step()
+{
+    timeout --kill-after=10 300 "$@" >>"$WINEPREFIX/start.log" 2>&1 9>&- && return
+    printf 'wine.sh: "%s" failed; %s tells more.\n' "$*" "$WINEPREFIX/start.log" >&2
+    exit 1
+}
+
+# Wine's own processes are started here and stay for two minutes after the last program: started by the program,
+# they would keep its standard output open.
 mkdir -p "$WINEPREFIX"
 (
     flock 9
     if [ ! -f "$WINEPREFIX/.made" ]; then
-        wine wineboot -i >"$WINEPREFIX/made.log" 2>&1 9>&-
-        wineserver -w  # the services that ran meanwhile knew nothing of what was being made
+        step wine wineboot -i
+        step wineserver -w  # the services that ran meanwhile knew nothing of what was being made
         touch "$WINEPREFIX/.made"
     fi
-    if wineserver -p60 >/dev/null 2>&1 9>&-; then
-        wine wineboot >/dev/null 2>&1 9>&-
+    if wineserver -p120 >/dev/null 2>&1 9>&-; then
+        step wine wineboot
     fi
 ) 9>"$WINEPREFIX/.lock" </dev/null
 exec wine "$@"

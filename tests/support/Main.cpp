@@ -2,6 +2,11 @@
 
 #include "Vornkrnx.h"
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
+
 namespace {
 
 /** Fails every test that leaves behind a block or resource that the kernel library tracks. */
@@ -23,6 +28,9 @@ class LeakCheck : public testing::EmptyTestEventListener {
 
 int main(int argc, char** argv)
 {
+#ifdef _WIN32
+    _setmode(_fileno(stdout), _O_BINARY);  // what reads the list of tests knows no carriage returns
+#endif
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);
     return RUN_ALL_TESTS();

@@ -1,11 +1,16 @@
 # Wine that has just been started starts its image-acquisition service late, or not at all while it starts others:
 # waits for the service to be there, so that no test meets that.
 cmake_policy(VERSION 3.25)
-foreach(attempt RANGE 30)
-  execute_process(COMMAND ${emulator} ${tool} --wia 1 --list-devices RESULT_VARIABLE result ERROR_VARIABLE text)
-  if(result EQUAL 0 OR NOT text MATCHES "WIA 1.0 is not available")
+string(TIMESTAMP now %s)
+math(EXPR end "${now} + 300")
+while(now LESS end)
+  execute_process(COMMAND ${emulator} ${program} --gtest_filter=SystemService.TellsWhichGenerationsAreThere
+                  RESULT_VARIABLE result OUTPUT_VARIABLE text ERROR_VARIABLE text TIMEOUT 120)
+  if(result EQUAL 0)
     return()
   endif()
   execute_process(COMMAND ${CMAKE_COMMAND} -E sleep 1)
-endforeach()
-message(FATAL_ERROR "Wine does not start its image-acquisition service: ${text}")
+  string(TIMESTAMP now %s)
+endwhile()
+message(FATAL_ERROR "Wine does not start its image-acquisition service, which the tests under it need. "
+                    "The last try ended with ${result}:\n${text}")
