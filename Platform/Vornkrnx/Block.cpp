@@ -33,6 +33,11 @@ struct alignas(16) Header : Link {
 
 constexpr uint64_t kHeaderBytes = sizeof(Header);
 constexpr uint64_t kImageAlignment = 64;
+/**
+ * Large images lie half a page behind a page's start. In files their rows follow a header of some ten or thousand
+ * bytes: a copy whose two ends have nearly the same place in their pages takes processors three times as long.
+ */
+constexpr uint64_t kPagesAlignment = 2048;
 /** Images from this size on get pages of their own: zeros that cost nothing until they are touched. */
 constexpr uint64_t kPagesFrom = 256 * 1024;
 constexpr const char* kNotLive = "not a live block: foreign, freed already, or its header is overwritten";
@@ -73,9 +78,8 @@ bool CanBePointer(uint64_t address) noexcept
 bool CanReadHeader(const Header* header, const void* block) noexcept
 {
     // Only there can the header be in a page that is gone while the caller's pointer still looks fine: it
-    // lies in the page before, or it begins a page that was mapped for one block.
-    constexpr uintptr_t kSmallestPage = 4096;
-    if (reinterpret_cast<uintptr_t>(block) % kSmallestPage <= kImageAlignment &&
+    // lies in the page before, or in one that was mapped for one block.
+    if (reinterpret_cast<uintptr_t>(block) % kPagesAlignment <= kImageAlignment &&
         !IsMapped(header, kHeaderBytes))
         return false;
 #if defined(__SANITIZE_ADDRESS__)
@@ -116,7 +120,7 @@ void StopTracking(Header& header) noexcept
 
 uint64_t PagesBytes(uint64_t blockBytes) noexcept
 {
-    return blockBytes + kImageAlignment;
+    return blockBytes + kPagesAlignment;
 }
 
 Storage StorageFor(uint64_t bytes, BlockUse use) noexcept
@@ -138,15 +142,17 @@ void* ObtainStorage(uint64_t bytes, Storage storage) noexcept
 /** Obtains storage and places a header in it; not yet tracked. */
 Header* NewHeader(uint64_t bytes, BlockUse use) noexcept
 {
-    if (bytes > SIZE_MAX - 2 * kImageAlignment)
+    if (bytes > SIZE_MAX - kPagesAlignment)
         return nullptr;
     const Storage storage = StorageFor(bytes, use);
     void* const base = ObtainStorage(bytes, storage);
     if (!base)
         return nullptr;
     uintptr_t block = reinterpret_cast<uintptr_t>(base) + kHeaderBytes;
-    if (storage != Storage::Heap)
-        block = (block + kImageAlignment - 1) / kImageAlignment * kImageAlignment;
+    if (storage != Storage::Heap) {
+        const uint64_t alignment = storage == Storage::Pages ? kPagesAlignment : kImageAlignment;
+        block = (block + alignment - 1) / alignment * alignment;
+    }
     Header* const header = new (reinterpret_cast<void*>(block - kHeaderBytes)) Header;
     header->base = base;
     header->bytes = bytes;
