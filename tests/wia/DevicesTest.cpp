@@ -24,7 +24,13 @@ TEST_F(Devices, StandardTrees)
     EXPECT_EQ(names(Generation::Two, "virtual:compact"), "Root Flatbed");
     EXPECT_EQ(names(Generation::One, "virtual:camera"), "Root Picture 1 Picture 2 Picture 3");
     EXPECT_EQ(names(Generation::Two, "virtual:camera"), "Root Pictures");
-    EXPECT_FALSE(Open(Generation::One, "virtual:video").Read(WIA_DPV_IMAGES_DIRECTORY).ToText().empty());
+    const Node video = Open(Generation::One, "virtual:video");
+    EXPECT_TRUE(std::filesystem::is_directory(WString{video.Read(WIA_DPV_IMAGES_DIRECTORY).ToText()}));
+    const auto use = [&](const std::filesystem::path& folder) {
+        return video.Write(WIA_DPV_IMAGES_DIRECTORY, Value::Text(Wide(folder)));
+    };
+    EXPECT_EQ(use(Folder()), S_OK);
+    EXPECT_EQ(use(Folder() / "none"), E_INVALIDARG) << "pictures would be lost";
 }
 
 TEST_F(Devices, OpenOnlyByAnIdOfTheirOwn)

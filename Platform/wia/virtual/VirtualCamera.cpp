@@ -1,3 +1,5 @@
+#include <chrono>
+
 #include "../model/FileNames.h"
 #include "DeviceBuilder.h"
 #include "DeviceProperties.h"
@@ -13,6 +15,8 @@ constexpr uint32_t kPictures = 3;
 constexpr uint32_t kWidth = 1024;
 constexpr uint32_t kHeight = 768;
 constexpr uint32_t kDpi = 100;
+constexpr uint32_t kThumbWidth = 80;
+constexpr uint32_t kThumbHeight = 60;
 
 /** A picture that tells which one it is. */
 CannedPage TakePicture(uint32_t number)
@@ -38,24 +42,67 @@ CannedPage TakePicture(uint32_t number)
     return picture;
 }
 
+/** Every n-th pixel of a picture in colour: a DIB's pixel array without its header. */
+std::vector<uint8_t> Thumbnail(const CannedPage& picture)
+{
+    const PageGeometry& geometry = picture.geometry;
+    std::vector<uint8_t> thumbnail;
+    thumbnail.reserve(size_t{3} * kThumbWidth * kThumbHeight);
+    for (uint32_t y = 0; y < kThumbHeight; ++y) {
+        const uint8_t* row =
+            picture.pixels.data() + uint64_t{y} * geometry.height / kThumbHeight * geometry.RowBytes();
+        for (uint32_t x = 0; x < kThumbWidth; ++x) {
+            const uint8_t* pixel = row + uint64_t{x} * geometry.width / kThumbWidth * 3;
+            thumbnail.insert(thumbnail.end(), pixel, pixel + 3);
+        }
+    }
+    return thumbnail;
+}
+
+/** The time now, as an eight-number system time. */
+Value Now()
+{
+    using namespace std::chrono;
+    const auto now = floor<milliseconds>(system_clock::now());
+    const auto day = floor<days>(now);
+    const year_month_day date{day};
+    const hh_mm_ss time{now - day};
+    const auto word = [](auto number) { return static_cast<uint16_t>(number); };
+    return Value::Words({word(int{date.year()}), word(unsigned{date.month()}),
+                         word(weekday{day}.c_encoding()), word(unsigned{date.day()}),
+                         word(time.hours().count()), word(time.minutes().count()),
+                         word(time.seconds().count()), word(time.subseconds().count())});
+}
+
 std::vector<ItemDefinition> Pictures(Generation generation)
 {
     std::vector<ItemDefinition> pictures;
     for (uint32_t number = 1; number <= kPictures; ++number) {
+        CannedPage picture = TakePicture(number);
+        const Value thumbnail = Value::Bytes(Thumbnail(picture));
         pictures.push_back(
-            PictureItem(generation, VORN_TEXT("Picture ") + Digits(number), TakePicture(number)));
+            PictureItem(generation, VORN_TEXT("Picture ") + Digits(number), std::move(picture)));
+        pictures.back()
+            .Set(ReadOnly(WIA_IPC_THUMBNAIL, thumbnail))
+            .Set(ReadOnly(WIA_IPC_THUMB_WIDTH, Value::I4(kThumbWidth)))
+            .Set(ReadOnly(WIA_IPC_THUMB_HEIGHT, Value::I4(kThumbHeight)));
     }
     return pictures;
 }
 
 void AddCameraProperties(ItemDefinition& root)
 {
+    Property clock = ReadOnly(WIA_DPA_DEVICE_TIME, Now());
+    clock.read = [](PROPVARIANT& value) { return Now().CopyTo(&value); };
     root.Set(ReadOnly(WIA_DPA_FIRMWARE_VERSION, Value::Text(VORN_TEXT("1.0"))))
         .Set(ReadOnly(WIA_DPA_CONNECT_STATUS, Value::I4(WIA_DEVICE_CONNECTED)))
+        .Set(std::move(clock))
         .Set(ReadOnly(WIA_DPC_PICTURES_TAKEN, Value::I4(kPictures)))
         .Set(ReadOnly(WIA_DPC_PICTURES_REMAINING, Value::I4(100)))
         .Set(ReadOnly(WIA_DPC_POWER_MODE, Value::I4(POWERMODE_LINE)))
         .Set(ReadOnly(WIA_DPC_BATTERY_STATUS, Value::I4(100)))
+        .Set(ReadOnly(WIA_DPC_THUMB_WIDTH, Value::I4(kThumbWidth)))
+        .Set(ReadOnly(WIA_DPC_THUMB_HEIGHT, Value::I4(kThumbHeight)))
         .Set(ReadOnly(WIA_DPC_PICT_WIDTH, Value::I4(kWidth)))
         .Set(ReadOnly(WIA_DPC_PICT_HEIGHT, Value::I4(kHeight)));
 }
