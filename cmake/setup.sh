@@ -1,7 +1,7 @@
 # Sets up and builds what ./check and ./vornscan need; both source this file.
 # Everything it says goes to standard error: standard output belongs to the caller.
 
-tool_packages='cmake g++ ninja-build libcli11-dev libtiff-dev'
+tool_packages='cmake g++ ninja-build libcli11-dev libjpeg-dev libpng-dev libtiff-dev'
 check_packages="$tool_packages libbenchmark-dev libgtest-dev pkg-config"
 windows_packages='cmake ninja-build g++-mingw-w64-x86-64-posix googletest imagemagick libcli11-dev wine wine64'
 

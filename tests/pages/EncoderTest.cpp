@@ -173,7 +173,7 @@ TEST(PageEncoder, RefusesWhatTheFormatCannotHoldBeforeAnythingIsWritten)
 
     CheckedSink sink;
     EXPECT_EQ(MakePageEncoder(WiaImgFmt_BMP)->Encode(*PageOf(Noise(4, 4, 24)), sink, 0), E_INVALIDARG);
-    EXPECT_EQ(MakePageEncoder(WiaImgFmt_JPEG), nullptr);
+    EXPECT_EQ(MakePageEncoder(WiaImgFmt_EMF), nullptr);
     EXPECT_EQ(MakeDocumentEncoder(WiaImgFmt_BMP), nullptr);
 }
 

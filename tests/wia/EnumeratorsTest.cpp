@@ -76,7 +76,7 @@ TEST_F(Enumerators, KeepPlaceCopiesAndCounts)
     const auto transfer = pictures.Children()[0].As<IWiaTransfer>(IID_IWiaTransfer);
     ComPtr<IEnumWIA_FORMAT_INFO> formats;
     ASSERT_EQ(transfer->EnumWIA_FORMAT_INFO(formats.Out()), S_OK);
-    CheckEnumerator<WIA_FORMAT_INFO>(*formats.Get(), 4, "formats");
+    CheckEnumerator<WIA_FORMAT_INFO>(*formats.Get(), 5, "formats");
 
     ComPtr<IEnumWIA_DEV_CAPS> capabilities;
     ASSERT_EQ(

@@ -53,7 +53,7 @@ TEST_F(Properties, WritesAreCheckedAgainstTypeAccessAndValidValues)
         {"cuts a wide value to 32 bits", WIA_IPS_XRES, Value::Integer(VT_I8, 0x1000000C8), E_INVALIDARG},
         {"takes a text for a number", WIA_IPS_XRES, Value::Text(VORN_TEXT("200")), E_INVALIDARG},
         {"takes no value for a number", WIA_IPS_XRES, Value{}, E_INVALIDARG},
-        {"takes a format that is not offered", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_JPEG), E_INVALIDARG},
+        {"takes a format that is not offered", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_EMF), E_INVALIDARG},
         {"takes the empty element before the list", WIA_IPA_FORMAT, Value::Guid(GUID{}), E_INVALIDARG},
         {"takes a number for a GUID", WIA_IPA_FORMAT, Value::I4(1), E_INVALIDARG},
         {"refuses a listed GUID", WIA_IPA_FORMAT, Value::Guid(WiaImgFmt_TIFF), S_OK},

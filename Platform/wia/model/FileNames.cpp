@@ -1,6 +1,7 @@
 #include "FileNames.h"
 
 #include <algorithm>
+#include <utility>
 
 #ifdef _WIN32
 #include <io.h>
@@ -10,7 +11,16 @@ namespace vorn::wia {
 
 WStringView ExtensionOf(REFGUID format) noexcept
 {
-    return IsEqualGUID(format, WiaImgFmt_TIFF) ? VORN_TEXT(".tif") : VORN_TEXT(".bmp");
+    const std::pair<const GUID&, const WCHAR*> extensions[] = {
+        {WiaImgFmt_TIFF, VORN_TEXT(".tif")},
+        {WiaImgFmt_JPEG, VORN_TEXT(".jpg")},
+        {WiaImgFmt_PNG, VORN_TEXT(".png")},
+    };
+    for (const auto& [known, extension] : extensions) {
+        if (IsEqualGUID(format, known))
+            return extension;
+    }
+    return VORN_TEXT(".bmp");
 }
 
 WString JoinPath(WStringView folder, WStringView name)

@@ -1,5 +1,6 @@
 #include "PageEncoder.h"
 
+#include "CompressedEncoder.h"
 #include "DibEncoder.h"
 #include "TiffEncoder.h"
 
@@ -13,7 +14,7 @@ std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format)
         return std::make_unique<DibEncoder>(DibEncoder::Form::File);
     if (IsEqualGUID(format, WiaImgFmt_TIFF))
         return std::make_unique<TiffEncoder>(TiffEncoder::Pages::Apart);
-    return nullptr;
+    return MakeCompressedEncoder(format);
 }
 
 std::unique_ptr<PageEncoder> MakeDocumentEncoder(REFGUID format)

@@ -17,9 +17,13 @@ class PageSink {
 public:
     virtual ~PageSink() = default;
 
+    /** The total of a page whose format compresses it. */
+    static constexpr uint64_t kUnknownBytes = UINT64_MAX;
+
     /**
      * Called once, before the first write.
-     * @param totalBytes   bytes of the encoded page; for a further page of a document the bytes it adds
+     * @param totalBytes   bytes of the encoded page; for a further page of a document the bytes it adds;
+     *                     `kUnknownBytes` when only its end will tell
      * @param headerBytes  bytes of the first write: everything that precedes the pixels
      */
     virtual HRESULT Begin(uint64_t totalBytes, uint32_t headerBytes) = 0;
@@ -37,7 +41,10 @@ class PageEncoder {
 public:
     virtual ~PageEncoder() = default;
 
-    /** Bytes of a page of that geometry once it is encoded; 0 when the format cannot hold such a page. */
+    /**
+     * Bytes of a page of that geometry once it is encoded, those of its pixels where the format compresses them;
+     * 0 when the format cannot hold such a page.
+     */
     virtual uint64_t EncodedBytes(const PageGeometry& geometry) const noexcept = 0;
 
     /**
@@ -50,8 +57,8 @@ public:
 };
 
 /**
- * The encoder of `WiaImgFmt_MEMORYBMP`, `WiaImgFmt_BMP` or `WiaImgFmt_TIFF`; null for another format. Each
- * page is a file of its own.
+ * The encoder of `WiaImgFmt_MEMORYBMP`, `WiaImgFmt_BMP` or `WiaImgFmt_TIFF`, and of `WiaImgFmt_JPEG` and
+ * `WiaImgFmt_PNG` where there are codecs for them; null for another format. Each page is a file of its own.
  */
 VORN_WIA_API std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format);
 

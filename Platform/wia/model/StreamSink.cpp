@@ -1,5 +1,7 @@
 #include "StreamSink.h"
 
+#include <algorithm>
+
 namespace vorn::wia {
 
 HRESULT StreamSink::SetSize(uint64_t size)
@@ -11,7 +13,7 @@ HRESULT StreamSink::SetSize(uint64_t size)
 
 HRESULT StreamSink::Begin(uint64_t totalBytes, uint32_t)
 {
-    size_ = kept_ + totalBytes;
+    size_ = kept_ + (totalBytes == kUnknownBytes ? 0 : totalBytes);
     pageBytes_ = 0;
     // A stream that cannot be told its size grows as it is written.
     const HRESULT result = SetSize(size_);
@@ -47,6 +49,7 @@ HRESULT StreamSink::Write(uint64_t offset, const uint8_t* data, uint32_t size, u
     }
     if (const HRESULT result = WriteAll(data, size); result != S_OK)
         return result;
+    size_ = std::max(size_, position_);
     return progress_ ? progress_(percent, pageBytes_) : S_OK;
 }
 

@@ -18,7 +18,10 @@ constexpr uint32_t kInlineBytes = 4;
 
 uint32_t TiffDirectory::Field::ValueBytes() const noexcept
 {
-    return static_cast<uint32_t>(values.size()) * (type == Type::Short ? 2 : 4);
+    const auto count = static_cast<uint32_t>(values.size());
+    if (type == Type::Ascii)
+        return count > kInlineBytes ? count + count % 2 : count;
+    return count * (type == Type::Short ? 2 : 4);
 }
 
 void TiffDirectory::Add(TiffTag tag, Type type, std::vector<uint32_t> values)
@@ -56,8 +59,15 @@ std::vector<uint8_t> TiffDirectory::Bytes(uint32_t offset) const
     directory.Put16(static_cast<uint16_t>(fields_.size()));
     for (const Field& field : fields_) {
         ByteWriter values;
-        for (const uint32_t value : field.values)
-            field.type == Type::Short ? values.Put16(static_cast<uint16_t>(value)) : values.Put32(value);
+        for (const uint32_t value : field.values) {
+            if (field.type == Type::Ascii)
+                values.Put8(static_cast<uint8_t>(value));
+            else if (field.type == Type::Short)
+                values.Put16(static_cast<uint16_t>(value));
+            else
+                values.Put32(value);
+        }
+        values.PutZeros(field.ValueBytes() - values.Size());
 
         const size_t valuesPerItem = field.type == Type::Rational ? 2 : 1;
         directory.Put16(static_cast<uint16_t>(field.tag));

@@ -24,14 +24,16 @@ enum class TiffTag : uint16_t {
     XResolution = 282,
     YResolution = 283,
     ResolutionUnit = 296,
+    Software = 305,
     ColorMap = 320
 };
 
 class TiffDirectory {
 public:
-    enum class Type : uint16_t { Short = 3, Long = 4, Rational = 5 };
+    enum class Type : uint16_t { Ascii = 2, Short = 3, Long = 4, Rational = 5 };
 
-    /** Adds a field; fields are added in rising order of their tags. A rational is two values. */
+    /** Adds a field; fields are added in rising order of their tags. A rational is two values, a text
+     * one a character, its terminator included. */
     void Add(TiffTag tag, Type type, std::vector<uint32_t> values);
     /** Gives a field other values, as many as it has. */
     void Replace(TiffTag tag, std::vector<uint32_t> values);
@@ -49,6 +51,7 @@ private:
         Type type;
         std::vector<uint32_t> values;
 
+        /** An even number where they do not fit into the field. */
         uint32_t ValueBytes() const noexcept;
     };
 

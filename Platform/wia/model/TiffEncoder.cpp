@@ -6,6 +6,7 @@
 
 #include "ByteWriter.h"
 #include "RowStream.h"
+#include "Software.h"
 #include "TiffDirectory.h"
 
 namespace vorn::wia {
@@ -60,18 +61,9 @@ Photometric PhotometricOf(const PageGeometry& geometry, const std::vector<Palett
     if (geometry.bitsPerPixel > 8)
         return kRgb;
 
-    const size_t last = (size_t{1} << geometry.bitsPerPixel) - 1;
-    if (palette.size() != last + 1)
-        return kPalette;
-    bool rising = true, falling = true;
-    for (size_t i = 0; i <= last; ++i) {
-        const PaletteEntry& entry = palette[i];
-        const size_t level = i * 255 / last;
-        const bool grey = entry.blue == entry.green && entry.green == entry.red;
-        rising = rising && grey && entry.red == level;
-        falling = falling && grey && entry.red == 255 - level;
-    }
-    return rising ? kBlackIsZero : falling ? kWhiteIsZero : kPalette;
+    if (IsGreyRamp(palette, geometry.bitsPerPixel))
+        return kBlackIsZero;
+    return IsGreyRamp({palette.rbegin(), palette.rend()}, geometry.bitsPerPixel) ? kWhiteIsZero : kPalette;
 }
 
 /** All red values first, then green, then blue; 16 bits each. */
@@ -120,6 +112,7 @@ TiffDirectory DirectoryOf(const PageGeometry& geometry, const Strips& strips, ui
     directory.Add(TiffTag::XResolution, Type::Rational, Resolution(geometry.xDpi));
     directory.Add(TiffTag::YResolution, Type::Rational, Resolution(geometry.yDpi));
     directory.Add(TiffTag::ResolutionUnit, Type::Short, {resolutionKnown ? 2u : 1u});
+    directory.Add(TiffTag::Software, Type::Ascii, {std::begin(fil::kSoftware), std::end(fil::kSoftware)});
     if (photometric == kPalette)
         directory.Add(TiffTag::ColorMap, Type::Short, ColorMap(palette, geometry.bitsPerPixel));
 

@@ -5,14 +5,23 @@
 
 namespace vorn::wia {
 
+namespace {
+
+/** Offsets and lengths of bands are signed 32-bit numbers. */
+constexpr uint64_t kLongest = INT32_MAX;
+
+}  // namespace
+
 HRESULT BandSink::Begin(uint64_t totalBytes, uint32_t headerBytes)
 {
-    // Offsets and lengths of bands are signed 32-bit numbers.
-    if (totalBytes > INT32_MAX)
-        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
     headerBytes_ = headerBytes;
+    page_.clear();
+    if (totalBytes == kUnknownBytes)
+        return wholePage_ ? S_OK : E_UNEXPECTED;
+    if (totalBytes > kLongest)
+        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
     if (wholePage_)
-        page_.assign(static_cast<size_t>(totalBytes), 0);
+        page_.resize(static_cast<size_t>(totalBytes));
     return S_OK;
 }
 
@@ -29,8 +38,10 @@ HRESULT BandSink::Write(uint64_t offset, const uint8_t* data, uint32_t size, uin
     if (const auto fault = device_.Pass(Step::Band))
         return fault->result;
     if (wholePage_) {
-        if (offset > page_.size() || size > page_.size() - offset)
-            return E_UNEXPECTED;
+        if (offset > kLongest || size > kLongest - offset)
+            return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
+        if (offset + size > page_.size())
+            page_.resize(static_cast<size_t>(offset + size));
         std::memcpy(page_.data() + offset, data, size);
         return S_OK;
     }

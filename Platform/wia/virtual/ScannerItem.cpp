@@ -1,5 +1,6 @@
 // The items of a scanner, with every property that the published drivers have there.
 
+#include "../model/ImageFormats.h"
 #include "DeviceBuilder.h"
 #include "ScannerRules.h"
 
@@ -17,28 +18,11 @@ constexpr LONG kWidth = 8500;
 constexpr LONG kGlassHeight = 11700;
 constexpr LONG kFeederHeight = 14000;
 
-std::vector<WIA_FORMAT_INFO> FormatsOf(Generation generation)
-{
-    std::vector<WIA_FORMAT_INFO> formats;
-    if (generation == Generation::One)
-        formats.push_back({WiaImgFmt_MEMORYBMP, TYMED_CALLBACK});
-    for (const LONG tymed : {LONG{TYMED_CALLBACK}, LONG{TYMED_FILE}}) {
-        formats.push_back({WiaImgFmt_BMP, tymed});
-        formats.push_back({WiaImgFmt_TIFF, tymed});
-    }
-    formats.push_back({WiaImgFmt_TIFF, TYMED_MULTIPAGE_FILE});
-    return formats;
-}
-
 void AddImageProperties(ItemDefinition& item, Generation generation)
 {
     const bool first = generation == Generation::One;
     const LONG tymed = first ? LONG{TYMED_CALLBACK} : LONG{TYMED_FILE};
-    std::vector<GUID> formats;
-    for (const WIA_FORMAT_INFO& pair : item.formats) {
-        if (pair.lTymed == tymed)
-            formats.push_back(pair.guidFormatID);
-    }
+    const std::vector<GUID> formats = FormatsOf(item.formats, tymed);
     item.Set(OneOf(WIA_IPA_DATATYPE, WIA_DATA_COLOR,
                    std::vector<LONG>{WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR}))
         .Set(OneOf(WIA_IPA_DEPTH, 24, std::vector<LONG>{24}))
@@ -132,7 +116,7 @@ ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool fee
 
     ItemDefinition item;
     item.type = kItemType;
-    item.formats = FormatsOf(generation);
+    item.formats = ImageFormats(generation, true);
     item.follow = FollowScannerItem;
     item.written = TellPageSize;
     if (first) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "../model/FileNames.h"
+#include "../model/ImageFormats.h"
 #include "../model/RotatedPage.h"
 
 namespace vorn::wia {
@@ -70,7 +72,10 @@ void FitAxis(Item& item, const Axis& axis, bool resolutionChanged)
     table.SetRange(axis.extent, 1, room, room);
 }
 
-/** The size of the image that will come, and the bytes of a line and of all of it as a DIB has them. */
+/**
+ * The size of the image that will come, and the bytes of a line and of all of it as a DIB has them. Those of all
+ * are 0 where only the transfer will tell.
+ */
 void FitSizes(PropertyTable& table)
 {
     if (table.Find(WIA_IPS_XEXTENT) && table.Find(WIA_IPS_YEXTENT)) {
@@ -83,7 +88,8 @@ void FitSizes(PropertyTable& table)
     geometry.height = static_cast<uint32_t>(table.Long(WIA_IPA_NUMBER_OF_LINES));
     geometry.bitsPerPixel = static_cast<uint32_t>(table.Long(WIA_IPA_DEPTH));
     table.SetLong(WIA_IPA_BYTES_PER_LINE, static_cast<LONG>(geometry.RowBytes()));
-    table.SetLong(WIA_IPA_ITEM_SIZE, static_cast<LONG>(std::min<uint64_t>(geometry.ImageBytes(), INT32_MAX)));
+    const uint64_t bytes = IsCompressed(table.Guid(WIA_IPA_FORMAT)) ? 0 : geometry.ImageBytes();
+    table.SetLong(WIA_IPA_ITEM_SIZE, static_cast<LONG>(std::min<uint64_t>(bytes, INT32_MAX)));
 }
 
 struct DataType {
@@ -137,10 +143,13 @@ void FollowIntent(Item& item)
         UseResolution(item, resolution);
 }
 
+/** The extension of the format's files, in capitals and without its dot. */
 void FollowFormat(PropertyTable& table)
 {
-    const bool tiff = IsEqualGUID(table.Guid(WIA_IPA_FORMAT), WiaImgFmt_TIFF);
-    table.SetText(WIA_IPA_FILENAME_EXTENSION, tiff ? VORN_TEXT("TIF") : VORN_TEXT("BMP"));
+    WString extension{ExtensionOf(table.Guid(WIA_IPA_FORMAT)).substr(1)};
+    for (WCHAR& letter : extension)
+        letter = static_cast<WCHAR>(letter - u'a' + u'A');
+    table.SetText(WIA_IPA_FILENAME_EXTENSION, extension);
 }
 
 struct PageSize {
@@ -189,11 +198,7 @@ LONG SelectedPageSize(const PropertyTable& table) noexcept
 void FollowMedium(Item& item)
 {
     PropertyTable& table = item.Properties();
-    std::vector<GUID> formats;
-    for (const WIA_FORMAT_INFO& pair : item.Definition().formats) {
-        if (pair.lTymed == table.Long(WIA_IPA_TYMED))
-            formats.push_back(pair.guidFormatID);
-    }
+    const std::vector<GUID> formats = FormatsOf(item.Definition().formats, table.Long(WIA_IPA_TYMED));
     Property* format = table.Find(WIA_IPA_FORMAT);
     if (!format || formats.empty())
         return;

@@ -1,6 +1,7 @@
 #include <chrono>
 
 #include "../model/FileNames.h"
+#include "../model/ImageFormats.h"
 #include "DeviceBuilder.h"
 #include "DeviceProperties.h"
 #include "ScannerRules.h"
@@ -127,41 +128,26 @@ ItemDefinition Tree2()
     return root;
 }
 
-std::vector<WIA_FORMAT_INFO> PictureFormats(Generation generation)
-{
-    std::vector<WIA_FORMAT_INFO> formats;
-    if (generation == Generation::One)
-        formats.push_back({WiaImgFmt_MEMORYBMP, TYMED_CALLBACK});
-    for (const LONG tymed : {LONG{TYMED_CALLBACK}, LONG{TYMED_FILE}}) {
-        formats.push_back({WiaImgFmt_BMP, tymed});
-        formats.push_back({WiaImgFmt_TIFF, tymed});
-    }
-    return formats;
-}
-
 }  // namespace
 
 ItemDefinition PictureItem(Generation generation, WStringView name, CannedPage picture)
 {
     const bool first = generation == Generation::One;
     const PageGeometry& geometry = picture.geometry;
-    const GUID format = first ? WiaImgFmt_MEMORYBMP : WiaImgFmt_BMP;
-    std::vector<GUID> formats{WiaImgFmt_BMP, WiaImgFmt_TIFF};
-    if (first)
-        formats.insert(formats.begin(), WiaImgFmt_MEMORYBMP);
     const LONG tymed = first ? LONG{TYMED_CALLBACK} : LONG{TYMED_FILE};
     const LONG dataTypes[] = {WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR};
     const LONG dataType = dataTypes[geometry.bitsPerPixel == 1 ? 0 : geometry.bitsPerPixel <= 8 ? 1 : 2];
 
     ItemDefinition item =
         BareItem(name, WiaItemTypeImage | WiaItemTypeFile | WiaItemTypeTransfer, WIA_CATEGORY_FINISHED_FILE);
-    item.formats = PictureFormats(generation);
+    item.formats = ImageFormats(generation, false);
+    const std::vector<GUID> formats = FormatsOf(item.formats, tymed);
     item.follow = FollowScannerItem;
     item.Set(ReadOnly(WIA_IPA_ITEM_TIME, Value::Words({2024, 1, 1, 1, 12, 0, 0, 0})))
         .Set(ReadOnly(WIA_IPA_DATATYPE, Value::I4(dataType)))
         .Set(ReadOnly(WIA_IPA_DEPTH, Value::I4(static_cast<LONG>(geometry.bitsPerPixel))))
         .Set(ReadOnly(WIA_IPA_PREFERRED_FORMAT, Value::Guid(WiaImgFmt_BMP)))
-        .Set(OneOf(WIA_IPA_FORMAT, format, formats))
+        .Set(OneOf(WIA_IPA_FORMAT, formats.front(), formats))
         .Set(OneOf(WIA_IPA_COMPRESSION, WIA_COMPRESSION_NONE, std::vector<LONG>{WIA_COMPRESSION_NONE}))
         .Set(OneOf(WIA_IPA_TYMED, tymed, std::vector<LONG>{TYMED_CALLBACK, TYMED_FILE}))
         .Set(ReadOnly(WIA_IPA_PIXELS_PER_LINE, Value::I4(static_cast<LONG>(geometry.width))))

@@ -1,0 +1,179 @@
+#include <cmath>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+
+#include <jpeglib.h>
+
+#include "RowFile.h"
+#include "Software.h"
+
+namespace vorn::fil {
+
+namespace {
+
+constexpr size_t kBufferBytes = 16 * 1024;
+
+bool IsGrey(const std::vector<uint8_t>& palette) noexcept
+{
+    for (size_t i = 0; i < palette.size(); i += 4) {
+        if (palette[i] != palette[i + 1] || palette[i] != palette[i + 2])
+            return false;
+    }
+    return !palette.empty();
+}
+
+class JpegFile final : public RowFile {
+public:
+    JpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
+        : image_{image},
+          bytes_{bytes},
+          quality_{quality},
+          palette_{WholePalette(image)},
+          channels_{IsGrey(palette_) ? 1u : 3u}
+    {
+        const bool asItIs = palette_.empty() || (image.bitsPerPixel == 8 && IsGreyRamp(palette_));
+        if (!asItIs)
+            expanded_.resize(size_t{image.width} * channels_);
+    }
+    JpegFile(const JpegFile&) = delete;
+    JpegFile& operator=(const JpegFile&) = delete;
+    ~JpegFile() override { jpeg_destroy_compress(&codec_); }
+
+    bool Begin() override
+    {
+        codec_.err = jpeg_std_error(&errors_);
+        errors_.error_exit = Escape;
+        errors_.output_message = KeepSilent;
+        codec_.client_data = this;
+        return Guarded([this] {
+            jpeg_create_compress(&codec_);
+            codec_.dest = &destination_;
+            destination_.init_destination = EmptyBuffer;
+            destination_.empty_output_buffer = Drain;
+            destination_.term_destination = DrainRest;
+            Describe();
+            jpeg_start_compress(&codec_, TRUE);
+            jpeg_write_marker(&codec_, JPEG_COM, reinterpret_cast<const JOCTET*>(kSoftware),
+                              sizeof kSoftware - 1);
+            DrainRest(&codec_);
+        });
+    }
+
+    bool WriteRows(const uint8_t* rows, uint32_t count, ptrdiff_t stride) override
+    {
+        return Guarded([this, rows, count, stride] {
+            for (uint32_t i = 0; i < count; ++i) {
+                const uint8_t* row = Samples(rows + stride * i);
+                auto* samples = const_cast<JSAMPLE*>(row);  // the codec does not write to it
+                jpeg_write_scanlines(&codec_, &samples, 1);
+            }
+            DrainRest(&codec_);
+        });
+    }
+
+    bool End() override
+    {
+        return Guarded([this] { jpeg_finish_compress(&codec_); });
+    }
+
+private:
+    static JpegFile& Self(j_compress_ptr codec) noexcept
+    {
+        return *static_cast<JpegFile*>(codec->client_data);
+    }
+
+    [[noreturn]] static void Escape(j_common_ptr codec)
+    {
+        std::longjmp(static_cast<JpegFile*>(codec->client_data)->escape_, 1);
+    }
+
+    static void KeepSilent(j_common_ptr) {}
+
+    static void EmptyBuffer(j_compress_ptr codec)
+    {
+        codec->dest->next_output_byte = Self(codec).buffer_;
+        codec->dest->free_in_buffer = kBufferBytes;
+    }
+
+    /** The codec calls it when the buffer is full, whatever it says of the room that is left. */
+    static boolean Drain(j_compress_ptr codec)
+    {
+        Self(codec).Append(kBufferBytes);
+        return TRUE;
+    }
+
+    static void DrainRest(j_compress_ptr codec)
+    {
+        Self(codec).Append(kBufferBytes - codec->dest->free_in_buffer);
+    }
+
+    void Append(size_t count)
+    {
+        if (!TryAppend(bytes_, buffer_, count))
+            std::longjmp(escape_, 1);
+        EmptyBuffer(&codec_);
+    }
+
+    /** Calls of the codec, which leaves them by a jump when it fails: they may hold nothing that has a destructor. */
+    template <typename Calls>
+    bool Guarded(Calls calls)
+    {
+        if (setjmp(escape_) != 0)  // NOLINT(cert-err52-cpp): the codec's way to report an error
+            return false;
+        calls();
+        return true;
+    }
+
+    void Describe()
+    {
+        codec_.image_width = image_.width;
+        codec_.image_height = image_.height;
+        codec_.input_components = static_cast<int>(channels_);
+        codec_.in_color_space = channels_ == 3 ? JCS_EXT_BGR : JCS_GRAYSCALE;
+        jpeg_set_defaults(&codec_);
+        jpeg_set_quality(&codec_, quality_, TRUE);
+        const auto density = [](double dpi) { return static_cast<UINT16>(std::lround(dpi)); };
+        const auto fits = [](double dpi) { return dpi >= 1 && dpi <= 0xFFFF; };
+        if (fits(image_.xDpi) && fits(image_.yDpi)) {
+            codec_.density_unit = 1;  // dots per inch
+            codec_.X_density = density(image_.xDpi);
+            codec_.Y_density = density(image_.yDpi);
+        }
+    }
+
+    /** A row as the codec takes it. */
+    const uint8_t* Samples(const uint8_t* row) noexcept
+    {
+        if (expanded_.empty())
+            return row;
+        const uint32_t bits = image_.bitsPerPixel, perByte = 8 / bits, mask = (1u << bits) - 1;
+        uint8_t* sample = expanded_.data();
+        for (uint32_t x = 0; x < image_.width; ++x, sample += channels_) {
+            const uint32_t index = row[x / perByte] >> (perByte - 1 - x % perByte) * bits & mask;
+            std::memcpy(sample, &palette_[size_t{index} * 4], channels_);
+        }
+        return expanded_.data();
+    }
+
+    RowImage image_;
+    std::vector<uint8_t>& bytes_;
+    int quality_;
+    std::vector<uint8_t> palette_;
+    uint32_t channels_;
+    std::vector<uint8_t> expanded_;  ///< one row; empty when rows are taken as they are
+    jpeg_compress_struct codec_{};
+    jpeg_error_mgr errors_{};
+    jpeg_destination_mgr destination_{};
+    std::jmp_buf escape_;
+    uint8_t buffer_[kBufferBytes];
+};
+
+}  // namespace
+
+std::unique_ptr<RowFile> MakeJpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
+{
+    return std::make_unique<JpegFile>(image, bytes, quality);
+}
+
+}  // namespace vorn::fil
