@@ -3,7 +3,7 @@
  * Flat, handle-based functions over Windows Image Acquisition, generations 1.0 and 2.0: open a session, list
  * and select devices, walk their items, read and write item properties, acquire images, show live video. Status
  * codes and handles are in `vornwia_base.h`; capabilities, formats and the scanning-properties record in
- * `vornwia_settings.h`.
+ * `vornwia_settings.h`; the ANSI forms in `vornwia_ansi.h`. This header includes the three.
  *
  * Conventions
  *
@@ -467,5 +467,7 @@ VORNWIA_ASSERT_SIZE(WiaDeviceInfo, 28);
 VORNWIA_ASSERT_OFFSET(WiaDeviceInfo, deviceDescription, 20);
 VORNWIA_ASSERT_SIZE(AcquireOptions, 544);
 VORNWIA_ASSERT_OFFSET(AcquireOptions, fileName, 24);
+
+#include "vornwia_ansi.h"
 
 #endif

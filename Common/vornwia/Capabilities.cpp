@@ -5,11 +5,6 @@
 namespace vorn {
 namespace {
 
-constexpr bool IsHighSurrogate(WCHAR unit)
-{
-    return (unit & 0xFC00) == 0xD800;
-}
-
 /** Copies a name as far as it fits, never half of a surrogate pair; the record is all zero before. */
 void CopyName(const WCHAR* name, WCHAR (&copy)[VORNWIA_CAPABILITY_NAME_CHARS])
 {

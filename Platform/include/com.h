@@ -23,6 +23,12 @@ inline size_t TextLength(const WCHAR* text) noexcept
     return text ? WStringView{text}.size() : 0;
 }
 
+/** True for the first half of a surrogate pair. */
+constexpr bool IsHighSurrogate(WCHAR unit) noexcept
+{
+    return (unit & 0xFC00) == 0xD800;
+}
+
 /** Owns one reference on a COM interface. */
 template <typename Interface>
 class ComPtr {

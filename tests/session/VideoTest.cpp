@@ -111,6 +111,11 @@ protected:
         Open();
     }
 
+    /** Takes pictures, one named `picture` each, into buffers of many sizes. */
+    template <typename Unit>
+    void ExpectPictures(int32_t (*take)(WiaSession*, Unit*, uint64_t*),
+                        const std::basic_string<Unit>& picture);
+
     void TearDown() override
     {
         session.reset();
@@ -304,7 +309,9 @@ TEST_F(VideoTest, KeepsTheObjectOnlyWhenTheFirstClosingFails)
     EXPECT_EQ(Available(), 1);
 }
 
-TEST_F(VideoTest, TellsThePictureByTheSizeProtocol)
+template <typename Unit>
+void VideoTest::ExpectPictures(int32_t (*take)(WiaSession*, Unit*, uint64_t*),
+                               const std::basic_string<Unit>& picture)
 {
     struct Row {
         const char* fault;
@@ -325,25 +332,33 @@ TEST_F(VideoTest, TellsThePictureByTheSizeProtocol)
         {"S_FALSE tells a name", true, 9, S_FALSE, false, RESULT_FALSE, false, false},
         {"no name is read", true, 9, S_OK, true, ERR_WIA_UNEXPECTED, false, false},
     };
-    ASSERT_EQ(Start(), SUCCESS);
-    const auto needed = static_cast<int64_t>(kPicture.size() + 1);
+    const auto needed = static_cast<int64_t>(picture.size() + 1);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
         script.failures = {{"TakePicture", row.platform}};
         script.noName = row.noName;
-        WString buffer(static_cast<size_t>(needed + 9), VORN_TEXT('#'));
-        WString expected = buffer;
+        std::basic_string<Unit> buffer(static_cast<size_t>(needed + 9), Unit{'#'});
+        std::basic_string<Unit> expected = buffer;
         if (row.filled)
-            expected.replace(0, kPicture.size() + 1, kPicture.c_str(), kPicture.size() + 1);
+            expected.replace(0, picture.size() + 1, picture.c_str(), picture.size() + 1);
         const auto before = static_cast<uint64_t>(std::max<int64_t>(0, needed + row.size));
         uint64_t size = before;
         log.Clear();
-        EXPECT_EQ(Vorn_WiaAcquireImageFromVideo(*session, row.buffer ? buffer.data() : nullptr, &size),
-                  row.status);
+        EXPECT_EQ(take(*session, row.buffer ? buffer.data() : nullptr, &size), row.status);
         EXPECT_EQ(size, row.sizeTold ? static_cast<uint64_t>(needed) : before);
         EXPECT_EQ(buffer, expected);
         EXPECT_EQ(Calls(), Texts{"Video.TakePicture"}) << "another picture is taken";
     }
+}
+
+TEST_F(VideoTest, TellsThePictureByTheSizeProtocol)
+{
+    ASSERT_EQ(Start(), SUCCESS);
+    ExpectPictures(Vorn_WiaAcquireImageFromVideo, kPicture);
+    char* const ansi = KrnAllocAnsiCopy(kPicture.c_str());
+    ExpectPictures(Vorn_WiaAcquireImageFromVideoA, std::string{ansi});
+    KrnFreeAnsiCopy(ansi);
+    EXPECT_EQ(Vorn_WiaAcquireImageFromVideoA(*session, nullptr, nullptr), ERR_INVALID_ARGUMENT);
 }
 
 }  // namespace
