@@ -3,6 +3,7 @@
 
 #include "Client.h"
 #include "Vornfilx.h"
+#include "wia/model/PageEncoder.h"
 
 namespace vorn::wia::test {
 
@@ -145,6 +146,43 @@ TEST_F(Transfers, BringThePagesAskedForInEachFormatAndMedium)
             EXPECT_EQ(NumbersOf(streams), row.numbers);
             EXPECT_EQ(streams.messages, tymed == TYMED_FILE ? row.streams : row.oneStream);
             EXPECT_EQ(streams.streamsHeld, 0u);
+        }
+    }
+}
+
+TEST_F(Transfers, CompressedFilesAreAsLongAsTheirCodecMadeThem)
+{
+    const std::pair<GUID, std::string_view> rows[] = {
+        {WiaImgFmt_PNG, "IEND\xAE\x42\x60\x82"},
+        {WiaImgFmt_JPEG, "\xFF\xD9"},
+    };
+    for (const auto& [format, end] : rows) {
+        if (!MakePageEncoder(format))
+            continue;  // no codec on this system
+        SCOPED_TRACE(LogGuid(format));
+        Use(ScannerWith(Numbered(2)).EditItem(VORN_TEXT("Scan"), [&](ItemDefinition& item) {
+            item.Set(Writable(WIA_IPA_FORMAT, Value::Guid(format)));
+        }));
+        const Node feeder = Source(Generation::Two, 0);
+        EXPECT_EQ(feeder.Write(WIA_IPA_FORMAT, Value::Guid(format)), S_OK);
+        EXPECT_EQ(feeder.Long(WIA_IPA_ITEM_SIZE), 0) << "nobody can know";
+        const Received streams = feeder.Download();
+        EXPECT_EQ(streams.messages, "GSEGSET");
+        const Received bands = Source(Generation::One, 0).Banded(100);
+        EXPECT_EQ(bands.messages, "HSDSNSDST");
+        const auto file = Folder() / "page";
+        vorn::test::WriteBytes(file, std::string(100000, 'x'));
+        EXPECT_EQ(Source(Generation::One, 0).ToFile(TYMED_FILE, file), S_OK);
+
+        std::vector<std::string> files{vorn::test::BytesOf(file)};
+        for (const Received* received : {&streams, &bands}) {
+            ASSERT_EQ(received->pages.size(), 2u);
+            for (const auto& page : received->pages)
+                files.emplace_back(page.begin(), page.end());
+        }
+        for (const std::string& bytes : files) {
+            EXPECT_TRUE(bytes.ends_with(end));
+            EXPECT_EQ(bytes.find(end), bytes.size() - end.size());
         }
     }
 }
