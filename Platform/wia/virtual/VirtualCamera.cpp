@@ -138,8 +138,8 @@ ItemDefinition PictureItem(Generation generation, WStringView name, CannedPage p
     const LONG dataTypes[] = {WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR};
     const LONG dataType = dataTypes[geometry.bitsPerPixel == 1 ? 0 : geometry.bitsPerPixel <= 8 ? 1 : 2];
 
-    ItemDefinition item =
-        BareItem(name, WiaItemTypeImage | WiaItemTypeFile | WiaItemTypeTransfer, WIA_CATEGORY_FINISHED_FILE);
+    ItemDefinition item = BareItem(name, WiaItemTypeImage | WiaItemTypeFile | WiaItemTypeTransfer,
+                                   first ? GUID{} : WIA_CATEGORY_FINISHED_FILE);
     item.formats = ImageFormats(generation, false);
     const std::vector<GUID> formats = FormatsOf(item.formats, tymed);
     item.follow = FollowScannerItem;
