@@ -75,10 +75,10 @@ typedef struct WiaCapability {
     uint32_t structSize; /**< 0: 544 */
     uint32_t propertyId; /**< 4: numeric WIA ID */
     WCHAR
-        propertyName[VORNWIA_CAPABILITY_NAME_CHARS]; /**< 8: empty when there is none; a longer one is cut */
-    uint32_t valueType;                              /**< 528: the platform's VARTYPE */
-    uint32_t accessFlags;              /**< 532: WIA_ACCESS_ bits; 0 when the device did not tell */
-    const WiaCapabilityValues* values; /**< 536: valid values; null when they are not restricted */
+    propertyName[VORNWIA_CAPABILITY_NAME_CHARS]; /**< 8: empty when there is none; a longer one is cut */
+    uint32_t valueType;                          /**< 528: the platform's VARTYPE */
+    uint32_t accessFlags;                        /**< 532: WIA_ACCESS_ bits; 0 when the device did not tell */
+    const WiaCapabilityValues* values;           /**< 536: valid values; null when they are not restricted */
 } WiaCapability;
 #pragma pack(pop)
 
@@ -233,7 +233,7 @@ VORNWIA_API int32_t Vorn_WiaGetProperties(WiaSession* session, WiaItemHandle ite
  * @param value      the value written: an int32_t or a GUID of the library's own, which the callback may change
  *                   before it answers PROPERTY_WRITE_AGAIN
  * @param userData   as given to Vorn_WiaSetProperties
- * @return PROPERTY_WRITE_AGAIN, at most 1000 times in a row for one property, after which it means to go on;
+ * @return PROPERTY_WRITE_AGAIN, until a property was written 1000 times, after which it means to go on;
  *         PROPERTY_WRITE_STOP; any other value goes on. For the format, ERR_ABORTED stops too, and
  *         PROPERTY_WRITE_GO_ON leaves the caller's GUID as it is, where other values refresh it from the device.
  */
