@@ -35,6 +35,15 @@ run(${CMAKE_COMMAND} --build .)
 run(./example)
 expect_file(${consumer}/page.bmp)
 
+# The examples build as a project of their own.
+run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/../../examples -B examples -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
+    -DCMAKE_C_FLAGS=${sanitizers})
+run(${CMAKE_COMMAND} --build examples)
+run(examples/list)
+run(examples/settings 300)
+run(examples/scan scanned.bmp)
+expect_file(${consumer}/scanned.bmp)
+
 # The installed tool finds its libraries.
 run(${prefix}/bin/vornscan -o tool.bmp)
 expect_file(${consumer}/tool.bmp)
