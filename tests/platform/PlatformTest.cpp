@@ -40,6 +40,9 @@ static_assert(CLSCTX_LOCAL_SERVER == 4 && CLSCTX_INPROC_SERVER == 1 && REGCLS_MU
 static_assert(COINIT_APARTMENTTHREADED == 2 && COINIT_MULTITHREADED == 0);
 static_assert(TYMED_FILE == 2 && TYMED_ISTREAM == 4 && TYMED_CALLBACK == 128);
 static_assert(TYMED_MULTIPAGE_FILE == 256 && TYMED_MULTIPAGE_CALLBACK == 512);
+static_assert(STGM_WRITE == 1 && STGM_CREATE == 0x1000);
+static_assert(VT_I2 == 2 && VT_R4 == 4 && VT_R8 == 5 && VT_BOOL == 11 && VT_I1 == 16 && VT_UI4 == 19);
+static_assert(VT_I8 == 20 && VT_UI8 == 21 && VT_INT == 22 && VT_UINT == 23 && VT_LPWSTR == 31);
 static_assert(VT_EMPTY == 0 && VT_I4 == 3 && VT_BSTR == 8 && VT_UI1 == 17 && VT_UI2 == 18 && VT_CLSID == 72);
 static_assert(VT_VECTOR == 0x1000 && PRSPEC_LPWSTR == 0 && PRSPEC_PROPID == 1);
 static_assert(IT_MSG_DATA_HEADER == 1 && IT_MSG_DATA == 2 && IT_MSG_STATUS == 3 && IT_MSG_TERMINATION == 4);
@@ -48,6 +51,12 @@ static_assert(IT_MSG_NEW_PAGE == 5 && IT_STATUS_TRANSFER_FROM_DEVICE == 1 &&
 static_assert(WIA_TRANSFER_MSG_STATUS == 1 && WIA_TRANSFER_MSG_END_OF_STREAM == 2);
 static_assert(WIA_TRANSFER_MSG_END_OF_TRANSFER == 3 && WIA_TRANSFER_ACQUIRE_CHILDREN == 1);
 static_assert(WiaItemTypeFolder == 4 && WiaItemTypeRoot == 8 && WiaItemTypeTransfer == 0x2000);
+static_assert(WiaItemTypeHasAttachments == 0x8000 && WIA_PROP_WRITE == 2);
+static_assert(WIA_RANGE_MIN == 0 && WIA_RANGE_NOM == 1 && WIA_RANGE_MAX == 2 && WIA_RANGE_STEP == 3);
+static_assert(WIA_LIST_COUNT == 0 && WIA_LIST_NOM == 1 && WIA_LIST_VALUES == 2);
+static_assert(WIA_FLAG_NOM == 0 && WIA_FLAG_VALUES == 1);
+static_assert(FEEDER == 1 && FLATBED == 2 && FRONT_ONLY == 0x20 && BACK_ONLY == 0x40);
+static_assert(WIA_INTENT_NONE == 0 && StiDeviceTypeDefault == 0);
 static_assert(WIA_PROP_RANGE == 0x10 && WIA_PROP_LIST == 0x20 && WIA_PROP_FLAG == 0x40);
 static_assert(WIA_DEVINFO_ENUM_LOCAL == 0x10 && WIA_SELECT_DEVICE_NODEFAULT == 1);
 static_assert(StiDeviceTypeScanner == 1 && StiDeviceTypeDigitalCamera == 2 &&
@@ -56,9 +65,14 @@ static_assert(StiDeviceTypeScanner == 1 && StiDeviceTypeDigitalCamera == 2 &&
 static_assert(WIA_DIP_DEV_ID == 2 && WIA_DIP_DEV_DESC == 4 && WIA_DIP_DEV_TYPE == 5 && WIA_DIP_DEV_NAME == 7);
 static_assert(WIA_DPS_DOCUMENT_HANDLING_SELECT == 3088 && WIA_DPS_PAGES == 3096);
 static_assert(WIA_IPA_ITEM_NAME == 4098 && WIA_IPA_FORMAT == 4106 && WIA_IPA_TYMED == 4108);
-static_assert(WIA_IPA_ITEM_CATEGORY == 4125);
+static_assert(WIA_IPA_DATATYPE == 4103 && WIA_IPA_DEPTH == 4104 && WIA_IPA_COMPRESSION == 4107);
+static_assert(WIA_IPA_MIN_BUFFER_SIZE == 4118 && WIA_IPA_ITEM_CATEGORY == 4125);
 static_assert(WIA_IPS_CUR_INTENT == 6146 && WIA_IPS_XRES == 6147 && WIA_IPS_YRES == 6148);
-static_assert(WIA_IPS_XPOS == 6149 && WIA_IPS_YEXTENT == 6152);
+static_assert(WIA_IPS_XPOS == 6149 && WIA_IPS_YPOS == 6150 && WIA_IPS_XEXTENT == 6151 &&
+              WIA_IPS_YEXTENT == 6152);
+static_assert(WIA_IPS_BRIGHTNESS == 6154 && WIA_IPS_CONTRAST == 6155);
+static_assert(WIA_IPS_ORIENTATION == 6156 && WIA_IPS_ROTATION == 6157);
+static_assert(WIA_DPV_IMAGES_DIRECTORY == 3587);
 
 // The SDK's results are no constant expressions.
 struct ResultRow {
@@ -100,6 +114,10 @@ const IdentifierRow kIdentifiers[] = {
     {IID_IWiaTransfer, VORN_TEXT("{C39D6942-2F4E-4D04-92FE-4EF4D3A1DE5A}")},
     {IID_IWiaTransferCallback, VORN_TEXT("{27D4EAAF-28A6-4CA5-9AAB-E678168B9527}")},
     {IID_IWiaItem2, VORN_TEXT("{6CBA0075-1287-407D-9B77-CF0E030435CC}")},
+    {IID_IWiaItem, VORN_TEXT("{4DB1AD10-3391-11D2-9A33-00C04FA36145}")},
+    {IID_IEnumWIA_FORMAT_INFO, VORN_TEXT("{81BEFC5B-656D-44F1-B24C-D41D51B4DC81}")},
+    {CLSID_WiaVideo, VORN_TEXT("{3908C3CD-4478-4536-AF2F-10C25D4EF89A}")},
+    {IID_IWiaVideo, VORN_TEXT("{D52920AA-DB88-41F0-946C-E00DC0A19CFA}")},
     {WiaImgFmt_MEMORYBMP, VORN_TEXT("{B96B3CAA-0728-11D3-9D7B-0000F81EF32E}")},
     {WiaImgFmt_BMP, VORN_TEXT("{B96B3CAB-0728-11D3-9D7B-0000F81EF32E}")},
     {WiaImgFmt_TIFF, VORN_TEXT("{B96B3CB1-0728-11D3-9D7B-0000F81EF32E}")},
@@ -176,6 +194,7 @@ TEST(Platform, MethodsLieInTheSlotsThatOthersCall)
         VORN_SLOT(IWiaPropertyStorage, GetPropertyAttributes, 15),
         VORN_SLOT(IWiaPropertyStorage, GetCount, 16),
         VORN_SLOT(IEnumSTATPROPSTG, Next, 3),
+        VORN_SLOT(IEnumSTATPROPSTG, Clone, 6),
         VORN_SLOT(IWiaDataTransfer, idtGetData, 3),
         VORN_SLOT(IWiaDataTransfer, idtGetBandedData, 4),
         VORN_SLOT(IWiaDataTransfer, idtEnumWIA_FORMAT_INFO, 6),
@@ -183,6 +202,7 @@ TEST(Platform, MethodsLieInTheSlotsThatOthersCall)
         VORN_SLOT(IWiaTransfer, Cancel, 5),
         VORN_SLOT(IWiaTransfer, EnumWIA_FORMAT_INFO, 6),
         VORN_SLOT(IEnumWIA_FORMAT_INFO, Next, 3),
+        VORN_SLOT(IEnumWIA_FORMAT_INFO, GetCount, 7),
         VORN_SLOT(IWiaDataCallback, BandedDataCallback, 3),
         VORN_SLOT(IWiaTransferCallback, TransferCallback, 3),
         VORN_SLOT(IWiaTransferCallback, GetNextStream, 4),
