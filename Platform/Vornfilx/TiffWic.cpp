@@ -4,6 +4,7 @@
  */
 #include <cmath>
 #include <cstring>
+#include <initializer_list>
 
 #include "com.h"
 
@@ -184,6 +185,7 @@ private:
     int32_t OpenFrame(uint32_t index) noexcept;
     int32_t ReadInfo(const StoredFields& fields) noexcept;
     int32_t ReadPalette() noexcept;
+    HRESULT CopyPixels(std::initializer_list<WICPixelFormatGUID> formats, const NewImage& image) noexcept;
     int32_t Failure(HRESULT result) const noexcept { return stream_->Failure(FromResult(result)); }
 
     Apartment apartment_;
@@ -284,17 +286,33 @@ int32_t Page::ReadPalette() noexcept
     return FIL_SUCCESS;
 }
 
+/** Copies the page's pixels as they are after conversion to each of these formats in turn. */
+HRESULT Page::CopyPixels(std::initializer_list<WICPixelFormatGUID> formats, const NewImage& image) noexcept
+{
+    ComPtr<IWICBitmapSource> pixels;
+    HRESULT result = frame_->QueryInterface(IID_IWICBitmapSource, pixels.OutVoid());
+    for (const WICPixelFormatGUID& format : formats) {
+        ComPtr<IWICBitmapSource> converted;
+        if (SUCCEEDED(result))
+            result = WICConvertBitmapSource(format, pixels.Get(), converted.Out());
+        pixels = converted;
+    }
+    const UINT rowBytes = static_cast<UINT>(KrnRowBytes(info_.width, info_.bitsPerPixel));
+    return SUCCEEDED(result)
+               ? pixels->CopyPixels(nullptr, rowBytes, static_cast<UINT>(image.Bytes()), image.Row(0))
+               : result;
+}
+
 int32_t Page::ReadRows(const NewImage& image) noexcept
 {
-    const UINT rowBytes = static_cast<UINT>(KrnRowBytes(info_.width, info_.bitsPerPixel));
-    ComPtr<IWICBitmapSource> pixels;
-    HRESULT result = format_ == &kConverted
-                         ? WICConvertBitmapSource(kConverted.format, frame_.Get(), pixels.Out())
-                         : frame_->QueryInterface(IID_IWICBitmapSource, pixels.OutVoid());
-    if (SUCCEEDED(result))
-        result = pixels->CopyPixels(nullptr, rowBytes, static_cast<UINT>(image.Bytes()), image.Row(0));
+    const bool convert = format_ == &kConverted;
+    HRESULT result = convert ? CopyPixels({kConverted.format}, image) : CopyPixels({}, image);
+    // Not every component converts from every format in one step.
+    if (FAILED(result) && convert)
+        result = CopyPixels({GUID_WICPixelFormat32bppBGRA, kConverted.format}, image);
     if (FAILED(result))
         return Failure(result);
+    const UINT rowBytes = static_cast<UINT>(KrnRowBytes(info_.width, info_.bitsPerPixel));
     if (topDown_)
         for (uint32_t top = 0, bottom = info_.height - 1; top < bottom; ++top, --bottom)
             std::swap_ranges(image.Row(top), image.Row(top) + rowBytes, image.Row(bottom));

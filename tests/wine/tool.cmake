@@ -48,3 +48,33 @@ foreach(generation 1 2)
   set(single "page${generation}.tif;page${generation} (1).tif")
   compare("${single}" ${run} --source feeder --pages 2 -o page${generation}.tif)
 endforeach()
+
+# Files that others wrote are read and appended to alike.
+find_program(convert convert REQUIRED)
+set(drawn ${work}/drawn.png)
+execute_process(COMMAND ${convert} -size 96x64 plasma:red-blue -depth 8 -density 100 -units PixelsPerInch ${drawn}
+                COMMAND_ERROR_IS_FATAL ANY)
+set(variants
+  "lzw -compress LZW tiff"
+  "deflate -compress Zip tiff"
+  "packed -compress RLE tiff"
+  "fax -monochrome -compress Group4 tiff"
+  "tiled -define tiff:tile-geometry=32x32 tiff"
+  "deep -depth 16 tiff"
+  "deepgrey -colorspace gray -depth 16 tiff"
+  "cmyk -colorspace CMYK tiff"
+  "indexed -colors 16 -type Palette tiff"
+  "bigendian -endian MSB -compress None tiff"
+  "large tiff64")
+foreach(variant IN LISTS variants)
+  separate_arguments(variant)
+  list(POP_FRONT variant name)
+  file(MAKE_DIRECTORY ${work}/${name})
+  set(file ${work}/${name}/page.tif)
+  list(POP_BACK variant format)
+  execute_process(COMMAND ${convert} ${drawn} ${variant} ${format}:${file} COMMAND_ERROR_IS_FATAL ANY)
+  compare(${name}.bmp ${scan} --virtual-pages ../${name} --source feeder --mode color -o ${name}.bmp)
+  file(COPY_FILE ${file} ${work}/here/${name}.tif)
+  file(COPY_FILE ${file} ${work}/there/${name}.tif)
+  compare(${name}.tif ${scan} --append -o ${name}.tif)
+endforeach()
