@@ -14,6 +14,8 @@ using namespace bmp;
 
 constexpr const char* kExtensions[] = {"bmp", "dib"};
 
+constexpr int32_t kCompressions[] = {FIL_COMPRESSION_NONE};
+
 class BmpCodec final : public Codec {
 public:
     int32_t Format() const noexcept override { return FIL_FORMAT_BMP; }
@@ -30,7 +32,9 @@ public:
     }
     int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override;
     int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept override;
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) const noexcept override;
+    std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
+    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+                      const SaveSettings& settings) const noexcept override;
 };
 
 int32_t BmpCodec::ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept
@@ -70,7 +74,7 @@ int32_t BmpCodec::Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) 
     return image.HandOver(bitmap);
 }
 
-int32_t BmpCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap) const noexcept
+int32_t BmpCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings&) const noexcept
 {
     if (file.OldSize() > 0)
         return FIL_ERR_SINGLE_PAGE_FORMAT;

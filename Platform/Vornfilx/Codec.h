@@ -28,6 +28,12 @@ struct PageInfo {
     bool headerOnly = false;  ///< uncompressed rows belong behind the header, but the data ends with it
 };
 
+/** How a page is to be written. */
+struct SaveSettings {
+    int32_t compression = FIL_COMPRESSION_DEFAULT;
+    int32_t jpegQuality = 90;
+};
+
 class Codec {
 public:
     virtual ~Codec() = default;
@@ -45,8 +51,11 @@ public:
     /** Creates the image in an empty record; after a failure the record is empty. */
     virtual int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept = 0;
 
-    /** Adds a page to a file that is empty or of this format. */
-    virtual int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) const noexcept = 0;
+    /** The compressions besides the default that the format has, be it for some depths only. */
+    virtual std::span<const int32_t> Compressions() const noexcept = 0;
+    /** Adds a page to a file that is empty or of this format, with a compression that the format has. */
+    virtual int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+                              const SaveSettings& settings) const noexcept = 0;
 };
 
 /** Bytes of a file's start that every codec can be recognised by. */

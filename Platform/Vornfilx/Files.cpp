@@ -10,6 +10,7 @@
 using namespace vorn::fil;
 
 static_assert(sizeof(FilFileInfo) == FIL_INFO_SIZE && offsetof(FilFileInfo, pageCount) == 1112);
+static_assert(sizeof(FilSaveOptions) == FIL_SAVE_OPTIONS_SIZE);
 static_assert(sizeof(FilLoadOptions) == FIL_LOAD_OPTIONS_SIZE && offsetof(FilLoadOptions, page) == 20);
 
 namespace {
@@ -142,12 +143,31 @@ bool IsWholeBitmap(const BitmapHandle& bitmap) noexcept
            (bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT || bitmap.viewPerspective == KRN_VIEW_TOP_LEFT);
 }
 
+/** What is saved, and how; all of it is valid. */
+struct SaveRequest {
+    const Codec& codec;
+    const BitmapHandle& bitmap;
+    SaveSettings settings;
+};
+
+bool AreOptionsValid(const FilSaveOptions* options) noexcept
+{
+    return !options || (options->structSize == FIL_SAVE_OPTIONS_SIZE && options->jpegQuality <= 100);
+}
+
+bool HasCompression(const Codec& codec, int32_t compression) noexcept
+{
+    const auto known = codec.Compressions();
+    return compression == FIL_COMPRESSION_DEFAULT ||
+           std::find(known.begin(), known.end(), compression) != known.end();
+}
+
 /** Writes the page and closes; after a failure the file has its old bytes. */
-int32_t WriteAndClose(File& file, const Codec& codec, const BitmapHandle& bitmap) noexcept
+int32_t WriteAndClose(File& file, const SaveRequest& request) noexcept
 {
     {
         FileUpdate update{file};
-        int32_t status = codec.WritePage(update, bitmap);
+        int32_t status = request.codec.WritePage(update, request.bitmap, request.settings);
         if (status == FIL_SUCCESS)
             status = update.Commit();
         if (status != FIL_SUCCESS)
@@ -156,12 +176,12 @@ int32_t WriteAndClose(File& file, const Codec& codec, const BitmapHandle& bitmap
     return file.Close();
 }
 
-int32_t SaveNew(const WCHAR* name, const Codec& codec, const BitmapHandle& bitmap) noexcept
+int32_t SaveNew(const WCHAR* name, const SaveRequest& request) noexcept
 {
     File file;
     if (const int32_t status = file.Open(name, File::Mode::CreateNew); status != FIL_SUCCESS)
         return status;
-    const int32_t status = WriteAndClose(file, codec, bitmap);
+    const int32_t status = WriteAndClose(file, request);
     if (status != FIL_SUCCESS) {
         file.Close();
         File::Remove(name);
@@ -169,19 +189,19 @@ int32_t SaveNew(const WCHAR* name, const Codec& codec, const BitmapHandle& bitma
     return status;
 }
 
-int32_t AddPage(const WCHAR* name, const Codec& codec, const BitmapHandle& bitmap) noexcept
+int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
 {
     File file;
     const int32_t status = file.Open(name, File::Mode::Update);
     if (status == FIL_ERR_NOT_FOUND)
-        return SaveNew(name, codec, bitmap);
+        return SaveNew(name, request);
     if (status != FIL_SUCCESS)
         return status;
     FileSource source{file};
-    const Codec* const present = file.Size() > 0 ? CodecOfContent(source) : &codec;
-    if (present != &codec)
+    const Codec* const present = file.Size() > 0 ? CodecOfContent(source) : &request.codec;
+    if (present != &request.codec)
         return present ? FIL_ERR_UNSUPPORTED : FIL_ERR_UNKNOWN_FORMAT;
-    return WriteAndClose(file, codec, bitmap);
+    return WriteAndClose(file, request);
 }
 
 }  // namespace
@@ -234,16 +254,21 @@ int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uint32_t bitmapS
 }
 
 int32_t FilSave(const WCHAR* fileName, const BitmapHandle* bitmap, int32_t format, uint32_t bitsPerPixel,
-                int32_t mode, int32_t compression, const void*, void*, void*)
+                int32_t mode, int32_t compression, const FilSaveOptions* options, void*, void*)
 {
-    if (!fileName || !bitmap || !IsWholeBitmap(*bitmap) ||
-        (mode != FIL_SAVE_NEW && mode != FIL_SAVE_ADD_PAGE) ||
-        (compression != FIL_COMPRESSION_NONE && compression != FIL_COMPRESSION_DEFAULT))
+    if (!fileName || !bitmap || !IsWholeBitmap(*bitmap) || !AreOptionsValid(options) ||
+        (mode != FIL_SAVE_NEW && mode != FIL_SAVE_ADD_PAGE) || compression < FIL_COMPRESSION_NONE ||
+        compression > FIL_COMPRESSION_DEFAULT)
         return FIL_ERR_INVALID_ARGUMENT;
     const Codec* const codec = CodecOfFormat(format);
-    if (!codec || (bitsPerPixel != 0 && bitsPerPixel != bitmap->bitsPerPixel))
+    if (!codec || (bitsPerPixel != 0 && bitsPerPixel != bitmap->bitsPerPixel) ||
+        !HasCompression(*codec, compression))
         return FIL_ERR_UNSUPPORTED;
-    return mode == FIL_SAVE_NEW ? SaveNew(fileName, *codec, *bitmap) : AddPage(fileName, *codec, *bitmap);
+    SaveRequest request{*codec, *bitmap, {}};
+    request.settings.compression = compression;
+    if (options && options->jpegQuality != 0)
+        request.settings.jpegQuality = static_cast<int32_t>(options->jpegQuality);
+    return mode == FIL_SAVE_NEW ? SaveNew(fileName, request) : AddPage(fileName, request);
 }
 
 int32_t FilFormatFromName(const WCHAR* fileName)

@@ -24,9 +24,11 @@ public:
     {
         return tiff::Load(source, page, bitmap);
     }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) const noexcept override
+    std::span<const int32_t> Compressions() const noexcept override { return tiff::Compressions(); }
+    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+                      const SaveSettings& settings) const noexcept override
     {
-        return tiff::WritePage(file, bitmap);
+        return tiff::WritePage(file, bitmap, settings);
     }
 };
 

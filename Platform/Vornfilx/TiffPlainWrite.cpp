@@ -150,7 +150,13 @@ int32_t WriteDirectory(FileUpdate& file, const BitmapHandle& bitmap, const Layou
 
 }  // namespace
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+std::span<const int32_t> Compressions() noexcept
+{
+    static constexpr int32_t kCompressions[] = {FIL_COMPRESSION_NONE};
+    return kCompressions;
+}
+
+int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings&) noexcept
 {
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32)
         return FIL_ERR_UNSUPPORTED;

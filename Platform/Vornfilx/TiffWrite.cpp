@@ -33,27 +33,88 @@ bool SetResolution(TIFF* tiff, const BitmapHandle& bitmap) noexcept
            TIFFSetField(tiff, TIFFTAG_YRESOLUTION, bitmap.yDpi);
 }
 
-bool SetFields(TIFF* tiff, const BitmapHandle& bitmap) noexcept
+struct Scheme {
+    int32_t compression;
+    uint16_t tiff;
+};
+constexpr Scheme kSchemes[] = {{FIL_COMPRESSION_DEFAULT, COMPRESSION_NONE},
+                               {FIL_COMPRESSION_NONE, COMPRESSION_NONE},
+                               {FIL_COMPRESSION_DEFLATE, COMPRESSION_ADOBE_DEFLATE},
+                               {FIL_COMPRESSION_LZW, COMPRESSION_LZW},
+                               {FIL_COMPRESSION_JPEG, COMPRESSION_JPEG},
+                               {FIL_COMPRESSION_GROUP4, COMPRESSION_CCITTFAX4}};
+
+uint16_t SchemeOf(int32_t compression) noexcept
+{
+    return std::find_if(std::begin(kSchemes), std::end(kSchemes),
+                        [&](const Scheme& row) { return row.compression == compression; })
+        ->tiff;
+}
+
+/** Which bitmaps a scheme takes: the fax codes know white and black only, JPEG continuous tones. */
+bool Takes(uint16_t scheme, const BitmapHandle& bitmap) noexcept
+{
+    const bool ramp = PhotometricOf(bitmap) != kPalette;
+    switch (scheme) {
+        case COMPRESSION_CCITTFAX4:
+            return bitmap.bitsPerPixel == 1 && ramp;
+        case COMPRESSION_JPEG:
+            return bitmap.bitsPerPixel >= 8 && ramp;
+        default:
+            return true;
+    }
+}
+
+/** The settings of the scheme, and what it makes of the rows. */
+bool SetScheme(TIFF* tiff, const BitmapHandle& bitmap, uint16_t scheme, int32_t jpegQuality) noexcept
+{
+    const Photometric photometric = PhotometricOf(bitmap);
+    if (!TIFFSetField(tiff, TIFFTAG_COMPRESSION, scheme))
+        return false;
+    if (scheme == COMPRESSION_JPEG) {
+        // Rows go in as RGB; the file holds luminance and colour differences, as every reader of JPEG expects.
+        if (!TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, jpegQuality) ||
+            !TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB))
+            return false;
+        // Colours keep their full resolution from the quality on that asks for them.
+        const int sampling = jpegQuality >= 90 ? 1 : 2;
+        if (photometric == kRgb)
+            return TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_YCBCR) &&
+                   TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, sampling, sampling);
+    }
+    // Neighbouring samples of grey and colour are alike: their differences pack better.
+    const bool differences = bitmap.bitsPerPixel >= 8 && photometric != kPalette &&
+                             (scheme == COMPRESSION_LZW || scheme == COMPRESSION_ADOBE_DEFLATE);
+    if (differences && !TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL))
+        return false;
+    return TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, static_cast<uint16_t>(photometric)) != 0;
+}
+
+/** JPEG data comes in blocks, of 16 rows where colours have half the resolution. */
+uint32_t StripRows(const BitmapHandle& bitmap, uint16_t scheme) noexcept
+{
+    constexpr uint32_t kBlockRows = 16;
+    const uint32_t rows = RowsPerStrip(bitmap);
+    return scheme == COMPRESSION_JPEG ? (rows + kBlockRows - 1) / kBlockRows * kBlockRows : rows;
+}
+
+bool SetFields(TIFF* tiff, const BitmapHandle& bitmap, uint32_t rowsPerStrip) noexcept
 {
     const bool color = bitmap.bitsPerPixel == 24;
-    const Photometric photometric = PhotometricOf(bitmap);
     return TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, bitmap.width) &&
            TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, bitmap.height) &&
            TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, color ? 8 : bitmap.bitsPerPixel) &&
            TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, color ? 3 : 1) &&
            TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) &&
-           TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE) &&
            TIFFSetField(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT) &&
-           TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, RowsPerStrip(bitmap)) &&
+           TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip) &&
            TIFFSetField(tiff, TIFFTAG_SOFTWARE, "vornwia") &&
-           TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, static_cast<uint16_t>(photometric)) &&
-           (photometric != kPalette || SetColorMap(tiff, bitmap)) && SetResolution(tiff, bitmap);
+           (PhotometricOf(bitmap) != kPalette || SetColorMap(tiff, bitmap)) && SetResolution(tiff, bitmap);
 }
 
-int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap) noexcept
+int32_t WriteStrips(Stream& stream, const BitmapHandle& bitmap, uint32_t rowsPerStrip) noexcept
 {
     const uint64_t fileRowBytes = FileRowBytes(bitmap);
-    const uint32_t rowsPerStrip = RowsPerStrip(bitmap);
     const Buffer strip{fileRowBytes * rowsPerStrip};
     if (!strip.Get())
         return FIL_ERR_OUT_OF_MEMORY;
@@ -82,17 +143,28 @@ int32_t CheckRoom(FileUpdate& file, const BitmapHandle& bitmap, Chain& chain) no
 
 }  // namespace
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+std::span<const int32_t> Compressions() noexcept
 {
-    if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32)
+    static constexpr int32_t kCompressions[] = {FIL_COMPRESSION_NONE, FIL_COMPRESSION_DEFLATE,
+                                                FIL_COMPRESSION_LZW, FIL_COMPRESSION_JPEG,
+                                                FIL_COMPRESSION_GROUP4};
+    return kCompressions;
+}
+
+int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings& settings) noexcept
+{
+    const uint16_t scheme = SchemeOf(settings.compression);
+    if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32 || !Takes(scheme, bitmap))
         return FIL_ERR_UNSUPPORTED;
     Chain chain;
     if (const int32_t status = CheckRoom(file, bitmap, chain); status != FIL_SUCCESS)
         return status;
+    const uint32_t rowsPerStrip = StripRows(bitmap, scheme);
     Stream stream{file, chain};
-    if (!stream.Get() || !SetFields(stream.Get(), bitmap))
+    if (!stream.Get() || !SetFields(stream.Get(), bitmap, rowsPerStrip) ||
+        !SetScheme(stream.Get(), bitmap, scheme, settings.jpegQuality))
         return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
-    if (const int32_t status = WriteStrips(stream, bitmap); status != FIL_SUCCESS)
+    if (const int32_t status = WriteStrips(stream, bitmap, rowsPerStrip); status != FIL_SUCCESS)
         return status;
     if (!TIFFWriteDirectory(stream.Get()))
         return stream.Failure(FIL_ERR_OUT_OF_MEMORY);

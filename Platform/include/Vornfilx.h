@@ -53,9 +53,14 @@ extern "C" {
 #define FIL_FORMAT_UNKNOWN 0
 #define FIL_FORMAT_BMP 1
 #define FIL_FORMAT_TIFF 2
+#define FIL_FORMAT_JPEG 3
+#define FIL_FORMAT_PNG 4
+#define FIL_FORMAT_PDF 5
+#define FIL_FORMAT_GIF 6
 
 #define FIL_INFO_SIZE 2212
 #define FIL_LOAD_OPTIONS_SIZE 48
+#define FIL_SAVE_OPTIONS_SIZE 48
 
 #pragma pack(push, 1)
 /** What FilInfo tells about a file. The picture's fields are those of the page that the load options name. */
@@ -84,6 +89,13 @@ typedef struct FilLoadOptions {
     uint32_t page;         /**< 20: the page to load, counted from 1 */
     uint8_t reserved2[24]; /**< 24 */
 } FilLoadOptions;
+
+/** How to save. Bytes that are reserved are 0. */
+typedef struct FilSaveOptions {
+    uint32_t structSize;  /**< 0: FIL_SAVE_OPTIONS_SIZE */
+    uint32_t jpegQuality; /**< 4: of JPEG data, 1 to 100; 0: the default, 90 */
+    uint8_t reserved[40]; /**< 8 */
+} FilSaveOptions;
 #pragma pack(pop)
 
 /** Fills load options with their defaults: the first page. `size` is FIL_LOAD_OPTIONS_SIZE. */
@@ -132,8 +144,12 @@ VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uin
 #define FIL_SAVE_NEW 1      /**< the file must not exist: FIL_ERR_ACCESS when it does */
 #define FIL_SAVE_ADD_PAGE 2 /**< the bitmap becomes the file's last page; a missing file is created */
 
-/** FilSave's compressions. */
-#define FIL_COMPRESSION_NONE 1
+/** FilSave's compressions. Which a format has depends on the system's codecs too. */
+#define FIL_COMPRESSION_NONE 1    /**< BMP, TIFF */
+#define FIL_COMPRESSION_DEFLATE 2 /**< TIFF, PNG */
+#define FIL_COMPRESSION_LZW 3     /**< TIFF */
+#define FIL_COMPRESSION_JPEG 4    /**< TIFF of 8-bit grey or 24-bit colour, JPEG */
+#define FIL_COMPRESSION_GROUP4 5  /**< TIFF of 1 bit, black and white */
 #define FIL_COMPRESSION_DEFAULT 6 /**< the format's usual one; for BMP and TIFF none */
 
 /**
@@ -143,14 +159,16 @@ VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uin
  * @param format        FIL_FORMAT_ code; adding a page to a file of another format gives FIL_ERR_UNSUPPORTED
  * @param bitsPerPixel  the bitmap's depth, or 0 for it; another answers FIL_ERR_UNSUPPORTED
  * @param mode          FIL_SAVE_ mode
- * @param compression   FIL_COMPRESSION_ code
- * @param options, reserved1, reserved2  null
+ * @param compression   FIL_COMPRESSION_ code; one that the format or the bitmap's depth does not have gives
+ *                      FIL_ERR_UNSUPPORTED
+ * @param options       null for the defaults
+ * @param reserved1, reserved2  null
  * @return FIL_SUCCESS, or a FIL_ERR_ code with the file as it was: a new file is not left behind half
  *         written, and an existing one keeps every page it had.
  */
 VORNFILX_API int32_t FilSave(const WCHAR* fileName, const BitmapHandle* bitmap, int32_t format,
-                             uint32_t bitsPerPixel, int32_t mode, int32_t compression, const void* options,
-                             void* reserved1, void* reserved2);
+                             uint32_t bitsPerPixel, int32_t mode, int32_t compression,
+                             const FilSaveOptions* options, void* reserved1, void* reserved2);
 
 /** The format whose usual extension `fileName` ends in, without regard to case; FIL_FORMAT_UNKNOWN otherwise. */
 VORNFILX_API int32_t FilFormatFromName(const WCHAR* fileName);

@@ -71,10 +71,15 @@ TEST_F(Files, ArgumentsAreChecked)
         return FilSave(other.c_str(), &bitmap, format, bits, mode, compression, nullptr, nullptr, nullptr);
     };
     EXPECT_EQ(save(BitmapHandle{}, 1, 0, 2, 6), FIL_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(save(picture.record, 3, 0, 2, 6), FIL_ERR_UNSUPPORTED);
+    EXPECT_EQ(save(picture.record, 99, 0, 2, 6), FIL_ERR_UNSUPPORTED);
     EXPECT_EQ(save(picture.record, 1, 8, 2, 6), FIL_ERR_UNSUPPORTED);
     EXPECT_EQ(save(picture.record, 1, 0, 0, 6), FIL_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(save(picture.record, 1, 0, 2, 5), FIL_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(save(picture.record, 1, 0, 2, 0), FIL_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(save(picture.record, 1, 0, 2, 7), FIL_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(save(picture.record, 1, 0, 2, FIL_COMPRESSION_LZW), FIL_ERR_UNSUPPORTED) << "BMP has none";
+    for (const FilSaveOptions& wrong : {FilSaveOptions{47, 50, {}}, FilSaveOptions{48, 101, {}}})
+        EXPECT_EQ(FilSave(other.c_str(), &picture.record, 1, 0, 2, 6, &wrong, nullptr, nullptr),
+                  FIL_ERR_INVALID_ARGUMENT);
     BitmapHandle lying = picture.record;
     lying.height = 1000;
     EXPECT_EQ(save(lying, 1, 0, 2, 6), FIL_ERR_INVALID_ARGUMENT) << "would read past the image";

@@ -1,6 +1,8 @@
 #include <tiffio.h>
 
 #include <cstring>
+#include <map>
+#include <set>
 
 #include "Pictures.h"
 
@@ -125,6 +127,61 @@ TEST_F(Tiff, VariantsThatOthersWriteAreRead)
                 }
             }
     }
+}
+
+/** Puts a slope in place of the noise, as what JPEG is made for; 8 bits a sample. */
+void Smooth(Picture& picture)
+{
+    const BitmapHandle& record = picture.record;
+    const uint32_t samples = record.bitsPerPixel / 8;
+    for (uint32_t y = 0; y < record.height; ++y)
+        for (uint32_t i = 0; i < record.width * samples; ++i)
+            static_cast<uint8_t*>(record.image)[size_t{y} * record.rowBytes + i] =
+                static_cast<uint8_t>(i / samples / 8 + y / 4 + i % samples * 20);
+}
+
+void ExpectSimilar(const Picture& left, const Picture& right)
+{
+    ASSERT_EQ(left.record.width, right.record.width);
+    for (uint32_t y = 0; y < left.record.height; y += 5)
+        for (uint32_t x = 0; x < left.record.width; x += 3)
+            for (int color = 0; color < 3; ++color)
+                ASSERT_NEAR(left.ColorAt(x, y)[color], right.ColorAt(x, y)[color], 6) << x << ", " << y;
+}
+
+TEST_F(Tiff, EveryCompressionKeepsThePictureOfTheDepthsThatItTakes)
+{
+    const std::map<int32_t, std::set<uint32_t>> taken{{FIL_COMPRESSION_NONE, {1, 4, 8, 24}},
+                                                      {FIL_COMPRESSION_DEFLATE, {1, 4, 8, 24}},
+                                                      {FIL_COMPRESSION_LZW, {1, 4, 8, 24}},
+                                                      {FIL_COMPRESSION_JPEG, {8, 24}},
+                                                      {FIL_COMPRESSION_GROUP4, {1}}};
+    const FilSaveOptions best{FIL_SAVE_OPTIONS_SIZE, 100, {}};
+    for (const auto& [compression, depths] : taken)
+        for (const uint32_t bits : {1u, 4u, 8u, 24u}) {
+            SCOPED_TRACE(testing::Message() << "compression " << compression << ", " << bits << " bits");
+            const WString name = Name("page.tif");
+            Picture first{1001, 211, bits}, second{45, 7, bits, KRN_VIEW_TOP_LEFT, 2};
+            if (compression == FIL_COMPRESSION_JPEG && bits >= 8)
+                for (Picture* picture : {&first, &second})
+                    Smooth(*picture);
+            for (const Picture* picture : {&first, &second}) {
+                EXPECT_EQ(FilSave(name.c_str(), &picture->record, FIL_FORMAT_TIFF, 0, FIL_SAVE_ADD_PAGE,
+                                  compression, &best, nullptr, nullptr),
+                          depths.count(bits) ? FIL_SUCCESS : FIL_ERR_UNSUPPORTED);
+            }
+            for (uint32_t page = 1; depths.count(bits) && page <= 2; ++page) {
+                const Picture& saved = page == 1 ? first : second;
+                Picture loaded;
+                ASSERT_EQ(Load(name, loaded, page), FIL_SUCCESS);
+                EXPECT_EQ(loaded.record.bitsPerPixel, bits);
+                if (compression == FIL_COMPRESSION_JPEG)
+                    ExpectSimilar(loaded, saved);
+                else
+                    EXPECT_EQ(Difference(loaded, saved), "");
+            }
+            std::filesystem::remove(name);
+        }
 }
 
 TEST_F(Tiff, PagesAreAppendedCountedAndFound)
