@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 
 #ifdef _WIN32
 #include <io.h>
@@ -74,6 +75,11 @@ void RemoveFile(const WCHAR* name) noexcept
     _wunlink(name);
 }
 
+int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
+{
+    return _wrename(from, to);
+}
+
 #else
 
 using Status = struct stat;
@@ -126,6 +132,21 @@ void RemoveFile(const WCHAR* name) noexcept
 {
     if (const AnsiName path{name}; path.Get())
         unlink(path.Get());
+}
+
+int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
+{
+    const AnsiName old{from}, path{to};
+    if (!old.Get() || !path.Get()) {
+        errno = ENOMEM;
+        return -1;
+    }
+    if (renameat2(AT_FDCWD, old.Get(), AT_FDCWD, path.Get(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return -1;
+    // A file system that cannot rename so can link.
+    return link(old.Get(), path.Get()) == 0 ? unlink(old.Get()) : -1;
 }
 
 #endif
@@ -210,6 +231,11 @@ int32_t File::Close() noexcept
 void File::Remove(const WCHAR* name) noexcept
 {
     RemoveFile(name);
+}
+
+int32_t File::Rename(const WCHAR* from, const WCHAR* to) noexcept
+{
+    return RenameFile(from, to) == 0 ? FIL_SUCCESS : FromErrno(errno, FIL_ERR_WRITE);
 }
 
 FileUpdate::~FileUpdate()

@@ -32,6 +32,8 @@ public:
     int32_t Close() noexcept;
 
     static void Remove(const WCHAR* name) noexcept;
+    /** Gives a file another name in its directory, which no file may have: FIL_ERR_ACCESS. */
+    static int32_t Rename(const WCHAR* from, const WCHAR* to) noexcept;
 
 private:
     int descriptor_ = -1;

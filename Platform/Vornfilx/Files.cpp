@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Codec.h"
+#include "NewFile.h"
 
 using namespace vorn::fil;
 
@@ -162,31 +163,33 @@ bool HasCompression(const Codec& codec, int32_t compression) noexcept
            std::find(known.begin(), known.end(), compression) != known.end();
 }
 
-/** Writes the page and closes; after a failure the file has its old bytes. */
-int32_t WriteAndClose(File& file, const SaveRequest& request) noexcept
+/** Writes the page; after a failure the file has its old bytes. */
+int32_t WritePage(File& file, const SaveRequest& request) noexcept
 {
-    {
-        FileUpdate update{file};
-        int32_t status = request.codec.WritePage(update, request.bitmap, request.settings);
-        if (status == FIL_SUCCESS)
-            status = update.Commit();
-        if (status != FIL_SUCCESS)
-            return status;
-    }
-    return file.Close();
+    FileUpdate update{file};
+    const int32_t status = request.codec.WritePage(update, request.bitmap, request.settings);
+    return status == FIL_SUCCESS ? update.Commit() : status;
+}
+
+/** Told before the work is done: a new file takes only a free name. */
+int32_t CheckIsFree(const WCHAR* name) noexcept
+{
+    File file;
+    const int32_t status = file.Open(name, File::Mode::Read);
+    if (status == FIL_ERR_NOT_FOUND)
+        return FIL_SUCCESS;
+    return status == FIL_SUCCESS ? FIL_ERR_ACCESS : status;
 }
 
 int32_t SaveNew(const WCHAR* name, const SaveRequest& request) noexcept
 {
-    File file;
-    if (const int32_t status = file.Open(name, File::Mode::CreateNew); status != FIL_SUCCESS)
-        return status;
-    const int32_t status = WriteAndClose(file, request);
-    if (status != FIL_SUCCESS) {
-        file.Close();
-        File::Remove(name);
-    }
-    return status;
+    NewFile file;
+    int32_t status = CheckIsFree(name);
+    if (status == FIL_SUCCESS)
+        status = file.Create(name);
+    if (status == FIL_SUCCESS)
+        status = WritePage(file.Content(), request);
+    return status == FIL_SUCCESS ? file.TakeName() : status;
 }
 
 int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
@@ -201,7 +204,8 @@ int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
     const Codec* const present = file.Size() > 0 ? CodecOfContent(source) : &request.codec;
     if (present != &request.codec)
         return present ? FIL_ERR_UNSUPPORTED : FIL_ERR_UNKNOWN_FORMAT;
-    return WriteAndClose(file, request);
+    const int32_t written = WritePage(file, request);
+    return written == FIL_SUCCESS ? file.Close() : written;
 }
 
 }  // namespace
