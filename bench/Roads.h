@@ -26,6 +26,9 @@ struct Road {
 /** The roads from the device to the application. Each has seen its page arrive unharmed. */
 std::vector<Road> DeviceRoads();
 
+/** Enumerating capabilities and writing the scanning-properties record, against the platform calls they need. */
+std::vector<Road> SettingsRoads();
+
 /** Saving a page as a file of each format, and loading it, against the bare codec. */
 std::vector<Road> FormatRoads();
 

@@ -4,6 +4,7 @@
  *
  *     vornwia_bench --table       all roads against their baselines in one run, and the memory they take
  *     vornwia_bench --table=41    with 41 repetitions in place of 21
+ *     vornwia_bench --settings    capabilities and the scanning-properties record, against the platform's calls
  *     vornwia_bench --formats     image files of each format saved and loaded, against the bare codec
  *     vornwia_bench --formats=5   with 5 repetitions in place of 9
  *     vornwia_bench               roads and baselines as Google Benchmark runs them; --help lists its options
@@ -32,7 +33,8 @@ struct TableOption {
     int repetitions;
     std::vector<Road> (*roads)();
 };
-constexpr TableOption kTables[] = {{"--table", 21, DeviceRoads}, {"--formats", 9, FormatRoads}};
+constexpr TableOption kTables[] = {
+    {"--table", 21, DeviceRoads}, {"--settings", 21, SettingsRoads}, {"--formats", 9, FormatRoads}};
 
 void Register(const std::string& name, const Timed& work)
 {
