@@ -92,6 +92,6 @@ int main(void)
         Vorn_WiaEndSession(session);
     }
     if (status != SUCCESS)
-        fprintf(stderr, "list: there is no device to list (status %d)\n", status);
+        fprintf(stderr, "vornwia_list: there is no device to list (status %d)\n", status);
     return status == SUCCESS ? 0 : 1;
 }

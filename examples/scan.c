@@ -2,7 +2,7 @@
  * Scans a page into a BMP file, and shows how far it is. A file that is there already stays: the page then goes
  * into "page (1).bmp" and so on.
  *
- *   scan page.bmp
+ *   vornwia_scan page.bmp
  */
 #include <stdio.h>
 
@@ -80,6 +80,6 @@ int main(int argc, char** argv)
     if (session)
         Vorn_WiaEndSession(session);
     if (!item || status != SUCCESS)
-        fprintf(stderr, "scan: no page was scanned (status %d)\n", status);
+        fprintf(stderr, "vornwia_scan: no page was scanned (status %d)\n", status);
     return item && status == SUCCESS ? 0 : 1;
 }

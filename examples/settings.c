@@ -2,7 +2,7 @@
  * Sets a scanner up in one call: grey pages of the resolution named on the command line. When the scanner refuses
  * that resolution, the nearest one that it has takes its place.
  *
- *   settings 137
+ *   vornwia_settings 137
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -111,7 +111,8 @@ int main(int argc, char** argv)
 {
     const long resolution = argc > 1 ? strtol(argv[1], NULL, 10) : 300;
     if (resolution < 1 || resolution > 10000) {
-        fprintf(stderr, "settings: \"%s\" is no resolution: give 1 to 10000 dots per inch\n", argv[1]);
+        fprintf(stderr, "vornwia_settings: \"%s\" is no resolution: give 1 to 10000 dots per inch\n",
+                argv[1]);
         return 1;
     }
 
@@ -131,6 +132,6 @@ int main(int argc, char** argv)
     if (session)
         Vorn_WiaEndSession(session);
     if (!item || status != SUCCESS)
-        fprintf(stderr, "settings: no scanner was set up (status %d)\n", status);
+        fprintf(stderr, "vornwia_settings: no scanner was set up (status %d)\n", status);
     return item && status == SUCCESS ? 0 : 1;
 }

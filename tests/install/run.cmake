@@ -39,9 +39,9 @@ expect_file(${consumer}/page.bmp)
 run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/../../examples -B examples -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
     -DCMAKE_C_FLAGS=${sanitizers})
 run(${CMAKE_COMMAND} --build examples)
-run(examples/list)
-run(examples/settings 300)
-run(examples/scan scanned.bmp)
+run(examples/vornwia_list)
+run(examples/vornwia_settings 300)
+run(examples/vornwia_scan scanned.bmp)
 expect_file(${consumer}/scanned.bmp)
 
 # The installed tool finds its libraries.

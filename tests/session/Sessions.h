@@ -52,6 +52,18 @@ private:
     WiaSession* session_ = nullptr;
 };
 
+/** The first child of the root item, which the caller frees. */
+inline WiaItemHandle FirstChild(const OpenSession& session)
+{
+    WiaItemHandle first = nullptr;
+    const auto take = [](WiaSession*, uint32_t, WiaItemHandle item, void* taken) {
+        *static_cast<WiaItemHandle*>(taken) = item;
+        return 0;
+    };
+    EXPECT_EQ(Vorn_WiaEnumChildItems(session, session.Root(), take, &first), 0);
+    return first;
+}
+
 /** How many references an item carries. */
 inline ULONG ReferencesOf(WiaItemHandle item)
 {

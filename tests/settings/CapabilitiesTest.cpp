@@ -228,18 +228,6 @@ TEST_P(CapabilitiesTest, GoesOnUntilTheCallbackStops)
     }
 }
 
-/** The first child of the session's root item, which the caller frees. */
-WiaItemHandle ChildOf(WiaSession* session, WiaItemHandle root)
-{
-    WiaItemHandle child = nullptr;
-    const auto take = [](WiaSession*, uint32_t, WiaItemHandle item, void* taken) {
-        *static_cast<WiaItemHandle*>(taken) = item;
-        return 0;
-    };
-    Vorn_WiaEnumChildItems(session, root, take, &child);
-    return child;
-}
-
 TEST_P(CapabilitiesTest, DeliversTheFormatsOfAnItem)
 {
     ItemDefinition item = BareItem(VORN_TEXT("Item"), WiaItemTypeTransfer | WiaItemTypeImage);
@@ -275,7 +263,7 @@ TEST_P(CapabilitiesTest, DeliversTheFormatsOfAnItem)
         else
             device.FailAt(row.step, row.result, row.nth);
         const OpenSession& session = Open(device);
-        const WiaItemHandle child = ChildOf(session, session.Root());
+        const WiaItemHandle child = FirstChild(session);
         Heard heard{kProbe, [&](size_t) { return row.answer; }};
         EXPECT_EQ(Vorn_WiaEnumFormats(session, child, 0, Heard::Format, &heard), row.status);
         EXPECT_EQ(heard.lines, row.lines);

@@ -107,11 +107,7 @@ protected:
         }
         Free();
         session_ = &Open(device.Child(generation, item));
-        const auto take = [](WiaSession*, uint32_t, WiaItemHandle child, void* taken) {
-            *static_cast<WiaItemHandle*>(taken) = child;
-            return 0;
-        };
-        EXPECT_EQ(Vorn_WiaEnumChildItems(*session_, session_->Root(), take, &child_), 0);
+        child_ = FirstChild(*session_);
     }
     void Free()
     {
