@@ -25,6 +25,9 @@ constexpr char kView[] =
     "! videoconvert ! videoscale add-borders=false ! capsfilter name=fit caps-change-mode=delayed "
     "! ximagesink name=view sync=false async=false handle-events=false";
 
+/** Luminance and colours as JPEG stores them: values 0 to 255, by the matrix of BT.601. */
+constexpr char kWholeRange[] = "video/x-raw,format=I420,colorimetry=(string)1:4:0:0";
+
 /** How long a wait goes on before it looks whether the device has failed. */
 constexpr GstClockTime kSlice = 50 * GST_MSECOND;
 
@@ -34,14 +37,15 @@ bool StartGStreamer()
     return started;
 }
 
-GstHolder<GstSample> EncodeJpeg(GstSample* frame, HRESULT& result)
+/** The sample in another format; null, with the result told, when it cannot be had. */
+GstHolder<GstSample> Convert(GstSample* sample, const char* format, HRESULT& result)
 {
-    const GstHolder<GstCaps> jpeg{gst_caps_new_empty_simple("image/jpeg")};
+    const GstHolder<GstCaps> caps{gst_caps_from_string(format)};
     GError* error = nullptr;
-    GstHolder<GstSample> encoded{gst_video_convert_sample(frame, jpeg.get(), kPatience, &error)};
+    GstHolder<GstSample> converted{gst_video_convert_sample(sample, caps.get(), kPatience, &error)};
     const GstHolder<GError> owned{error};
-    result = encoded ? S_OK : error ? ResultOf(*error) : E_FAIL;
-    return encoded;
+    result = converted ? S_OK : error ? ResultOf(*error) : E_FAIL;
+    return converted;
 }
 
 std::vector<uint8_t> BytesOf(GstSample* sample)
@@ -180,9 +184,12 @@ HRESULT Pipeline::TakePicture(std::vector<uint8_t>& jpeg)
     GstHolder<GstSample> frame;
     if (const HRESULT result = NextFrame(frame); FAILED(result))
         return result;
+    // First in the whole range of brightness, which a JPEG file has and the encoder takes for granted.
     HRESULT result = S_OK;
-    if (const GstHolder<GstSample> encoded = EncodeJpeg(frame.get(), result))
-        jpeg = BytesOf(encoded.get());
+    if (const auto whole = Convert(frame.get(), kWholeRange, result)) {
+        if (const auto encoded = Convert(whole.get(), "image/jpeg", result))
+            jpeg = BytesOf(encoded.get());
+    }
     return result;
 }
 

@@ -65,7 +65,7 @@ Area Screenshot::Drawn() const
 
 size_t Screenshot::Count(uint32_t colour) const
 {
-    constexpr int kTolerance = 24;
+    constexpr int kTolerance = 12;
     return static_cast<size_t>(std::ranges::count_if(pixels, [colour](uint32_t pixel) {
         for (int shift = 0; shift < 24; shift += 8) {
             const auto part = [shift](uint32_t value) { return static_cast<int>(value >> shift & 0xFF); };
@@ -137,6 +137,57 @@ Screenshot Window::Look() const
 void Window::Wait()
 {
     std::this_thread::sleep_for(std::chrono::milliseconds{50});
+}
+
+std::string Viewer::TitleOf(uint32_t window) const
+{
+    const std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> title{
+        xcb_get_property_reply(
+            connection_,
+            xcb_get_property(connection_, 0, window, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY, 0, 64),
+            nullptr),
+        &std::free};
+    if (!title)
+        return {};
+    return {static_cast<const char*>(xcb_get_property_value(title.get())),
+            static_cast<size_t>(xcb_get_property_value_length(title.get()))};
+}
+
+uint32_t Viewer::Find(const std::string& title) const
+{
+    const uint32_t root = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+    for (int i = 0; i < 100; ++i) {
+        const std::unique_ptr<xcb_query_tree_reply_t, decltype(&std::free)> tree{
+            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root), nullptr), &std::free};
+        const uint32_t* windows = xcb_query_tree_children(tree.get());
+        for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
+            if (TitleOf(windows[child]) == title)
+                return windows[child];
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    }
+    return 0;
+}
+
+void Viewer::Press(uint32_t window, uint32_t keysym) const
+{
+    const uint8_t first = xcb_get_setup(connection_)->min_keycode;
+    const auto count = static_cast<uint8_t>(xcb_get_setup(connection_)->max_keycode - first + 1);
+    const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, decltype(&std::free)> keys{
+        xcb_get_keyboard_mapping_reply(connection_, xcb_get_keyboard_mapping(connection_, first, count),
+                                       nullptr),
+        &std::free};
+    const uint32_t* symbols = xcb_get_keyboard_mapping_keysyms(keys.get());
+    int place = 0;
+    while (symbols[place] != keysym)
+        ++place;
+    xcb_key_press_event_t event{};
+    event.response_type = XCB_KEY_PRESS;
+    event.detail = static_cast<uint8_t>(first + place / keys->keysyms_per_keycode);
+    event.event = window;
+    event.same_screen = 1;
+    xcb_send_event(connection_, 0, window, XCB_EVENT_MASK_KEY_PRESS, reinterpret_cast<const char*>(&event));
+    xcb_flush(connection_);
 }
 
 }  // namespace vorn::test

@@ -8,6 +8,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "com.h"
@@ -77,6 +78,23 @@ private:
     xcb_screen_t* screen_;
     uint32_t window_ = 0;
     int width_, height_;
+};
+
+/** Somebody at the display, who finds windows by their titles and types into them. */
+class Viewer {
+public:
+    Viewer() : connection_{xcb_connect(nullptr, nullptr)} {}
+    Viewer(const Viewer&) = delete;
+    ~Viewer() { xcb_disconnect(connection_); }
+
+    /** The window of that title, as soon as it is there; 0 when it does not come. */
+    uint32_t Find(const std::string& title) const;
+    void Press(uint32_t window, uint32_t keysym) const;
+
+private:
+    std::string TitleOf(uint32_t window) const;
+
+    xcb_connection_t* connection_;
 };
 
 }  // namespace vorn::test

@@ -29,6 +29,8 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_WIA_INVALID_DRIVER_RESPONSE, ExitCode::InputOutput, "the device's driver gave a wrong answer"},
     {ERR_WIA_COVER_OPEN, ExitCode::CoverOpen, "the cover is open; close it and try again"},
     {ERR_WIA_LAMP_OFF, ExitCode::InputOutput, "the lamp is off"},
+    {ERR_WIA_DESTINATION, ExitCode::InputOutput,
+     "the picture cannot be written: its directory is gone, or the disk is full"},
     {ERR_WIA_NO_DEVICE_AVAILABLE, ExitCode::Usage, "there is no such device; list the devices with -L"},
     {ERR_ACCESS_DENIED, ExitCode::Usage, "access is denied"},
     {ERR_NO_CHILD_ITEMS, ExitCode::Usage, "the device has nothing to acquire from"},

@@ -98,11 +98,18 @@ void Declare(CLI::App& app, Options& options)
     append->excludes(overwrite)->excludes(multiPage);
     app.add_flag("--memory", options.memory, "Transfer bitmaps through memory, then save them");
     app.add_flag("-p,--progress", options.progress, "Show progress on standard error");
+
+    CLI::Option* video =
+        app.add_flag("--video", options.video, "Show a camera's live video; space takes a picture, q ends");
+    app.add_option("--picture", options.picture, "The file for the video's picture: .jpg")->needs(video);
+    app.add_option("--seconds", options.seconds, "End the video after this time, taking the picture then")
+        ->needs(video)
+        ->check(CLI::Range(0, 86400));
 }
 
 void CheckTogether(const Options& options)
 {
-    if (options.listDevices)
+    if (options.listDevices || options.video)
         return;
     if (options.outputFile.empty())
         throw Failure{ExitCode::Usage, "no output file: name one with -o, or list the devices with -L"};

@@ -30,6 +30,10 @@ struct Options {
     bool overwrite = false;
     bool memory = false;
     bool progress = false;
+
+    bool video = false;
+    std::optional<std::string> picture;  ///< the file for the video's picture
+    std::optional<int32_t> seconds;      ///< how long the video plays; else until the person ends it
 };
 
 /**

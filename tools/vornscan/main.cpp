@@ -11,6 +11,7 @@
 #include "Options.h"
 #include "Session.h"
 #include "Settings.h"
+#include "Video.h"
 #ifdef _WIN32
 #include "VirtualDevices.h"
 #endif
@@ -104,11 +105,15 @@ void Run(const Options& options)
     if (options.virtualDevices)
         virtualDevices.emplace();
 #endif
-    Session session{options.generation};
-    if (options.listDevices)
-        ListDevices(session);
-    else
-        Scan(session, options);
+    if (options.video && !options.listDevices) {
+        ShowVideo(options);
+    } else {
+        Session session{options.generation};
+        if (options.listDevices)
+            ListDevices(session);
+        else
+            Scan(session, options);
+    }
     if (!std::cout.flush())
         throw Failure{ExitCode::InputOutput, "standard output cannot be written"};
 }
