@@ -78,14 +78,19 @@ void CheckPictureFile(const Options& options)
             *options.picture + " is there already; name another file, or replace it with --overwrite"};
 }
 
+/** What to do where the platform has no video object, or one that lacks something. */
+#ifdef _WIN32
+constexpr char kNoVideo[] = ": this system cannot play live video";
+#else
+constexpr char kNoVideo[] =
+    ": live video cannot be played here; on Debian, install gstreamer1.0-plugins-base, "
+    "gstreamer1.0-plugins-good and gstreamer1.0-x";
+#endif
+
 Failure PreviewFailure(const std::string& subject, int32_t status)
 {
-    if (status != ERR_WIA_UNEXPECTED)
-        return StatusFailure(subject, status);
-    return {ExitCode::InputOutput,
-            subject +
-                ": live video cannot be played here; on Debian, install gstreamer1.0-plugins-base, "
-                "gstreamer1.0-plugins-good and gstreamer1.0-x"};
+    return status == ERR_WIA_UNEXPECTED ? Failure{ExitCode::InputOutput, subject + kNoVideo}
+                                        : StatusFailure(subject, status);
 }
 
 /** A running preview, ended with its scope. */
