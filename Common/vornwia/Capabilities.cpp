@@ -59,9 +59,8 @@ private:
             CopyName(property.lpwstrName, capability.propertyName);
 
         PropVariant valid;
-        PROPSPEC propSpec = SpecifyProperty(nullptr, property.propid);
         ULONG access = 0;
-        if (storage_->GetPropertyAttributes(1, &propSpec, &access, &valid) != S_OK)
+        if (ReadAttributes(storage_, property.propid, access, valid) != S_OK)
             return Tell(&capability);
         capability.accessFlags = access;
         WiaCapabilityValues* values = BuildCapabilityValues(valid, capability);

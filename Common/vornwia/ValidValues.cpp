@@ -252,6 +252,15 @@ constexpr struct ValueKind {
 
 }  // namespace
 
+HRESULT ReadAttributes(IWiaPropertyStorage* storage, PROPID id, ULONG& access, PropVariant& valid) noexcept
+{
+    PROPSPEC propSpec = SpecifyProperty(nullptr, id);
+    const HRESULT result = storage->GetPropertyAttributes(1, &propSpec, &access, &valid);
+    if ((valid.vt & VT_VECTOR) && !valid.caub.pElems)
+        valid.Forget();
+    return result;
+}
+
 WiaCapabilityValues* BuildCapabilityValues(const PROPVARIANT& published,
                                            const WiaCapability& capability) noexcept
 {

@@ -9,6 +9,14 @@
 namespace vorn {
 
 /**
+ * Asks for the access flags and the valid values of a property. A vector that counts elements and has none becomes
+ * empty: not every system's PropVariantClear looks first.
+ *
+ * @return the platform's result; only S_OK gives something
+ */
+HRESULT ReadAttributes(IWiaPropertyStorage* storage, PROPID id, ULONG& access, PropVariant& valid) noexcept;
+
+/**
  * The tree of records behind WiaCapability::values, from what the device publishes and from the ID, the type and
  * the access flags of `capability`. The texts in it are lent by `published`, which must live as long.
  *

@@ -1,5 +1,6 @@
 /** Writing the scanning-properties record. */
 #include "ScanSettings.h"
+#include "ValidValues.h"
 
 namespace vorn {
 namespace {
@@ -10,10 +11,9 @@ constexpr int kMostAttempts = 1000;
 /** True when the device lists the property as one that can be written. */
 bool IsWritable(IWiaPropertyStorage* storage, PROPID id)
 {
-    PROPSPEC propSpec = SpecifyProperty(nullptr, id);
     ULONG access = 0;
     PropVariant valid;
-    return storage->GetPropertyAttributes(1, &propSpec, &access, &valid) == S_OK && (access & WIA_PROP_WRITE);
+    return ReadAttributes(storage, id, access, valid) == S_OK && (access & WIA_PROP_WRITE);
 }
 
 /** One attempt: only a plain S_OK is a success. */

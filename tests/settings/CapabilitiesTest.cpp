@@ -77,7 +77,7 @@ Property Publishing(VARTYPE type, ULONG access, const PROPVARIANT& valid, PROPID
     property.attributes = [access, valid](ULONG& flags, PROPVARIANT& copy) {
         flags = access;
         copy = valid;
-        const bool hollow = (valid.vt & VT_VECTOR) && !valid.caub.pElems;
+        const bool hollow = (valid.vt & VT_VECTOR) ? !valid.caub.pElems : !valid.puuid;
         return hollow ? S_OK : PropVariantCopy(&copy, &valid);
     };
     return property;
@@ -104,7 +104,6 @@ TEST_P(CapabilitiesTest, TurnsWhateverIsPublishedIntoRecords)
     const auto number = [](VARTYPE type, int64_t value) { return Value::Integer(type, value); };
     const auto texts = [](std::vector<WString> values) { return Value::Texts(values); };
     const auto guids = [](size_t count) { return Value::Guids({kGuids, kGuids + count}); };
-    const auto hollow = [](int type) { return Value::Adopt(Hollow(type)); };
     PROPVARIANT wide{};  // eight bytes an element, 64-bit numbers among them that 32 bits do not hold
     LARGE_INTEGER elements[4]{};
     elements[0].QuadPart = INT64_MIN;
@@ -120,6 +119,7 @@ TEST_P(CapabilitiesTest, TurnsWhateverIsPublishedIntoRecords)
         Value published;
         const char* values;
         PROPID id = kProbe;
+        int hollow = VT_EMPTY;  ///< published in place: of that type, all zero but for a vector's count
     } rows[] = {
         {"a range", VT_I4, range, Value::Longs({0, 100, 200, 1}), "range 0 100 200 1"},
         {"flags", VT_I4, flags, Value::Longs({1, 3}), "flags 3 1"},
@@ -137,12 +137,12 @@ TEST_P(CapabilitiesTest, TurnsWhateverIsPublishedIntoRecords)
         {"short flags", VT_I4, flags, Value::Longs({1}), "flags 0 1"},
         {"an empty vector", VT_I4, range, Value::Longs({}), "range 0 0 0 0"},
         {"nothing", VT_I4, list, Value{}, "list"},
-        {"a vector that is not there", VT_I4, list, hollow(VT_VECTOR | VT_I4), "list"},
-        {"flags that are not there", VT_I4, flags, hollow(VT_VECTOR | VT_UI1), "flags 0 0"},
-        {"texts that are not there", VT_BSTR, list, hollow(VT_VECTOR | VT_BSTR), "list"},
-        {"a GUID that is not there", VT_CLSID, list, hollow(VT_CLSID), "list"},
-        {"a text that is not there", VT_BSTR, list, hollow(VT_BSTR), "list "},
-        {"variants", VT_I4, range, hollow(VT_VECTOR | VT_VARIANT), "range 0 0 0 0"},
+        {"a vector that is not there", VT_I4, list, Value{}, "list", kProbe, VT_VECTOR | VT_I4},
+        {"flags that are not there", VT_I4, flags, Value{}, "flags 0 0", kProbe, VT_VECTOR | VT_UI1},
+        {"texts that are not there", VT_BSTR, list, Value{}, "list", kProbe, VT_VECTOR | VT_BSTR},
+        {"a GUID that is not there", VT_CLSID, list, Value{}, "list", kProbe, VT_CLSID},
+        {"a text that is not there", VT_BSTR, list, Value{}, "list ", kProbe, VT_BSTR},
+        {"variants", VT_I4, range, Value{}, "range 0 0 0 0", kProbe, VT_VECTOR | VT_VARIANT},
 
         {"bytes", VT_I4, range, Value::Bytes({0, 128, 255, 1}), "range 0 128 255 1"},
         {"words", VT_I4, list, Value::Words({2, 0, 600, 65535}), "list 600 65535"},
@@ -174,8 +174,9 @@ TEST_P(CapabilitiesTest, TurnsWhateverIsPublishedIntoRecords)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
+        const PROPVARIANT published = row.hollow ? Hollow(row.hollow) : row.published.Get();
         const DeviceBuilder device =
-            DeviceBuilder{}.RootProperty(Publishing(row.type, row.access, row.published.Get(), row.id));
+            DeviceBuilder{}.RootProperty(Publishing(row.type, row.access, published, row.id));
         EXPECT_EQ(Enumerate(device, SUCCESS, {row.id}).values, row.values);
     }
 }

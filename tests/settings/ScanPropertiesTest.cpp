@@ -40,7 +40,7 @@ struct Record {
             {6151, &geometry.xExtent},      {6152, &geometry.yExtent},
             {6157, &geometry.rotation},     {3109, &geometry.property3109},
             {3110, &geometry.property3110}, {6154, &adjust.brightness},
-            {6155, &adjust.contrast},       {kFormat, &format.Data1},
+            {6155, &adjust.contrast},       {kFormat, reinterpret_cast<uint32_t*>(&format)},
         };
         return *std::find_if(std::begin(fields), std::end(fields), [&](auto& row) {
                     return row.first == id;
