@@ -36,7 +36,7 @@ bool IsVideoDevice(const Session& session)
 Device OpenVideoDevice(Session& session, const std::optional<std::string>& wanted)
 {
     if (wanted) {
-        const Device device = session.Open(wanted);
+        Device device = session.Open(wanted);
         if (!IsVideoDevice(session))
             throw Failure{ExitCode::Usage,
                           device.name + ": this device has no live video; vornscan -L lists the devices"};

@@ -35,7 +35,10 @@ public:
         XSync(display, False);  // the platform draws over a connection of its own
     }
 
-    HWND Handle() const override { return reinterpret_cast<HWND>(uintptr_t{window_}); }
+    HWND Handle() const override
+    {
+        return reinterpret_cast<HWND>(uintptr_t{window_});  // NOLINT(performance-no-int-to-ptr): its id
+    }
 
     Wish Wait(std::chrono::milliseconds atMost) override
     {
