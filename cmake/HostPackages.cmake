@@ -11,6 +11,7 @@ function(vorn_headers_of target headers)
 endfunction()
 
 vorn_headers_of(CLI11::CLI11 CLI)
+vorn_headers_of(nlohmann_json::nlohmann_json nlohmann)
 set(CLI11_FOUND ON)
 
 if(VORN_BUILD_TESTS)

@@ -9,6 +9,8 @@
 #include <sstream>
 #include <thread>
 
+#include <nlohmann/json.hpp>
+
 #include "ToolRun.h"
 #include "Vornfilx.h"
 #include "Vornkrnx.h"
@@ -18,6 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Names = std::set<std::string>;
+using Json = nlohmann::json;
 
 /** The two media. Files are the default, so that the option stands for nothing but its place. */
 constexpr const char* kFiles = "--progress";
@@ -212,6 +215,40 @@ TEST_F(Tool, RefusesBeforeAnythingIsScanned)
         {"ambiguous device", {"-o", "page.tif", "-d", ""}, 1, "several"},
         {"unknown generation", {"-o", "page.tif", "--wia", "3"}, 1, "--wia"},
         {"ambiguous source", {"-o", "page.tif", "--source", "f"}, 1, "ambiguous"},
+        {"size without a unit", {"-o", "page.tif", "--pagesize", "8.5x11"}, 1, "8.5x11in"},
+        {"unknown size", {"-o", "page.tif", "--pagesize", "a9"}, 1, "a4"},
+        {"ambiguous size", {"-o", "page.tif", "--pagesize", "le"}, 1, "ambiguous"},
+        {"two sizes", {"-o", "page.tif", "--pagesize", "a5", "-x", "100"}, 1, "--pagesize"},
+        {"size past the glass", {"-o", "page.tif", "--pagesize", "legal"}, 1, "297.2mm"},
+        {"edge past the glass", {"-o", "page.tif", "-l", "300"}, 1, "215.7mm"},
+        {"negative edge", {"-o", "page.tif", "-t", "-1"}, 1, "-t"},
+        {"no width", {"-o", "page.tif", "-x", "0"}, 1, "-x"},
+        {"brightness out of range", {"-o", "page.tif", "--brightness", "1001"}, 1, "-1000..1000"},
+        {"contrast is no number", {"-o", "page.tif", "--contrast", "high"}, 1, "--contrast"},
+        {"depth that the mode does not have",
+         {"-o", "page.tif", "--mode", "g", "--depth", "1"},
+         1,
+         "takes 8"},
+        {"resolution not in the list", {"-o", "page.tif", "-d", "compact", "--dpi", "137"}, 1, "100|150|200"},
+        {"source that is not there",
+         {"-o", "page.tif", "-d", "compact", "--source", "adf"},
+         1,
+         "takes flatbed"},
+        {"settings of a camera", {"-o", "page.tif", "-d", "camera", "--pagesize", "a5"}, 1, "not a scanner"},
+        {"unknown compression", {"-o", "page.tif", "--compression", "zip"}, 1, "group4"},
+        {"compression of another format", {"-o", "page.bmp", "--compression", "lzw"}, 1, "it has none"},
+        {"group 4 of colours", {"-o", "page.tif", "--compression", "g"}, 1, "lineart"},
+        {"quality past the scale", {"-o", "page.jpg", "--jpeg-quality", "101"}, 1, "--jpeg-quality"},
+        {"quality of what has none", {"-o", "page.tif", "--jpeg-quality", "50"}, 1, "--jpeg-quality"},
+        {"unknown format", {"-o", "page", "--format", "gif"}, 1, "tiff"},
+        {"a terminal", {"-o", "/dev/ptmx", "--format", "tiff"}, 9, "no file"},
+        {"pattern without a number", {"--batch", "page.tif"}, 1, "%03d"},
+        {"pattern with another conversion", {"--batch", "page%s.tif"}, 1, "%03d"},
+        {"pattern with two numbers", {"--batch", "%d%d.tif"}, 1, "%03d"},
+        {"pattern that ends in a percent sign", {"--batch", "page%"}, 1, "%03d"},
+        {"batch count of none", {"--batch", "%d.tif", "--batch-count", "0"}, 1, "--batch-count"},
+        {"batch count without a batch", {"-o", "page.tif", "--batch-count", "2"}, 1, "--batch"},
+        {"batch into one file", {"--batch", "%d.tif", "-o", "page.tif"}, 1, "--output-file"},
         {"unknown mode", {"-o", "page.tif", "--mode", "sepia"}, 1, "lineart"},
         {"resolution out of range", {"-o", "page.tif", "--dpi", "99999"}, 1, "99999"},
         {"resolution is no number", {"-o", "page.tif", "--dpi", "3oo"}, 1, "--resolution"},
@@ -274,6 +311,148 @@ TEST_F(Tool, BatchesEndByTheRules)
                 for (const std::string& name : files)
                     fs::remove(Out() / name);
             }
+}
+
+TEST_F(Tool, BatchFilesAreNumberedByThePattern)
+{
+    Write("50% 009.tif", "not ours");
+    for (const char* generation : {"1", "2"}) {
+        const Arguments batch{
+            "--batch=50%% %03d.tif", "--batch-start", "8", "--dpi", "75", "--wia", generation};
+        const ToolResult all = Run(batch);
+        EXPECT_EQ(0, all.exitCode) << all.err;
+        EXPECT_EQ(Lines({"50% 008.tif", "50% 009 (1).tif", "50% 010.tif"}), all.out);
+        EXPECT_EQ(7, Run(batch + Arguments{"--batch-count", "4"}).exitCode);
+        for (const std::string& name : Files())
+            if (name != "50% 009.tif")
+                fs::remove(Out() / name);
+    }
+    EXPECT_EQ("not ours", Read("50% 009.tif"));
+}
+
+/** Settings, and the picture that they must give in both generations. */
+struct SettingsCase {
+    const char* fault;
+    Arguments arguments;
+    uint32_t width, height, bitsPerPixel, dpi;
+};
+
+TEST_F(Tool, SettingsArriveInThePicture)
+{
+    const SettingsCase cases[] = {
+        {"a page size was rounded wrongly",
+         {"--mode", "GR", "--resolution", "150", "--pagesize", "A5"},
+         874,
+         1240,
+         8,
+         150},
+        {"a size in inches was not one", {"--dpi", "100", "--pagesize", "8.5x11in"}, 850, 1100, 24, 100},
+        {"edges were lost",
+         {"--dpi", "254", "-l", "10", "-t", "20", "-x", "30", "-y", "40"},
+         300,
+         400,
+         24,
+         254},
+        {"an edge moved the far side", {"--dpi", "254", "-l", "100"}, 1159, 2972, 24, 254},
+        {"the area was kept in dots of another source",
+         {"--source", "feeder", "--dpi", "100"},
+         850,
+         1400,
+         24,
+         100},
+        {"lineart came with another depth",
+         {"--mode", "l", "--dpi", "75", "--pagesize", "card"},
+         253,
+         159,
+         1,
+         75},
+        {"the nearest was not taken", {"--nearest", "--dpi", "20", "--pagesize", "legal"}, 638, 878, 24, 75},
+        {"the nearest of a list was not taken",
+         {"-d", "compact", "--nearest", "--dpi", "137"},
+         1275,
+         1755,
+         24,
+         150},
+    };
+    for (const SettingsCase& row : cases)
+        for (const char* generation : {"1", "2"}) {
+            SCOPED_TRACE(std::string{row.fault} + ", generation " + generation);
+            const ToolResult result = Run(row.arguments + Arguments{"-o", "page.tif", "--wia", generation});
+            ASSERT_EQ(0, result.exitCode) << result.err;
+            const FilFileInfo info = Info("page.tif");
+            EXPECT_EQ(row.width, info.width);
+            EXPECT_EQ(row.height, info.height);
+            EXPECT_EQ(row.bitsPerPixel, info.bitsPerPixel);
+            EXPECT_NEAR(row.dpi, info.xDpi, 0.01);
+            fs::remove(Out() / "page.tif");
+        }
+}
+
+TEST_F(Tool, DataSheetShowsTheSettingsAsTheyApply)
+{
+    struct Case {
+        Arguments arguments;
+        const char* line;
+    };
+    const Case cases[] = {
+        {{}, "  --resolution  75..1200dpi (in steps of 1) [150]\n"},
+        {{"-d", "compact"}, "  --resolution  75|100|150|200|300|600|1200dpi [150]\n"},
+        {{"--mode", "gray"}, "  --mode        lineart|gray|color [gray]\n"},
+        {{"--mode", "gray"}, "  --depth       8 [8]\n"},
+        {{"--source", "duplex"}, "  --source      flatbed|feeder|duplex [duplex]\n"},
+        {{"--pagesize", "a5"}, "  -x            0.2..215.9mm [148]\n"},
+        {{"-d", "compact", "--wia", "2"}, "  --pages       [inactive]\n"},
+        {{"--wia", "1"}, "bmp (file)"},
+        {{}, "[virtual:scanner] [read-only]\n"},
+    };
+    for (const Case& row : cases) {
+        const ToolResult result = Run(Arguments{"-A"} + row.arguments);
+        EXPECT_EQ(0, result.exitCode) << result.err;
+        EXPECT_NE(std::string::npos, result.out.find(row.line)) << row.line << result.out;
+    }
+    EXPECT_EQ(Names{}, Files());
+}
+
+TEST_F(Tool, JsonCanBeRead)
+{
+    for (const char* generation : {"1", "2"}) {
+        const Arguments common{"--json", "--wia", generation};
+        const Json devices = Json::parse(Run(common + Arguments{"-L"}).out);
+        EXPECT_EQ("virtual:scanner", devices.at(0).at("id"));
+        const Json sheet = Json::parse(Run(common + Arguments{"-A"}).out);
+        const auto& properties = sheet.at("items").at(1).at("properties");
+        const auto resolution =
+            std::ranges::find_if(properties, [](const Json& property) { return property.at("id") == 6147; });
+        ASSERT_NE(properties.end(), resolution);
+        EXPECT_EQ(1200, resolution->at("values").at("maximum"));
+        EXPECT_FALSE(sheet.at("items").at(1).at("formats").empty());
+
+        const Arguments scan{"--source", "feeder",   "--dpi", "75",     "--pages",
+                             "4",        "--append", "-o",    "all.tif"};
+        const ToolResult result = Run(common + scan);
+        EXPECT_EQ(7, result.exitCode) << "the feeder holds three";
+        const Json outcome = Json::parse(result.out);
+        ASSERT_EQ(3u, outcome.at("pages").size());
+        EXPECT_EQ(generation == std::string{"1"} ? 3 : 6, outcome.at("pages").at(2).at("page"));
+        EXPECT_EQ(75, outcome.at("pages").at(2).at("xDpi"));
+        EXPECT_EQ(7, outcome.at("error").at("exitCode"));
+    }
+}
+
+TEST_F(Tool, FailedScanLeavesTheFileToBeReplaced)
+{
+    fs::create_directory(Out() / "pages");
+    for (const char* generation : {"1", "2"})
+        for (const char* medium : {kFiles, kMemory}) {
+            SCOPED_TRACE(std::string{generation} + medium);
+            std::ofstream{Out() / "pages" / "1.tif"} << "no picture";
+            Write("page.tif", "old");
+            const ToolResult result = Run({"-o", "page.tif", "--overwrite", "--source", "feeder", "--wia",
+                                           generation, medium, "--virtual-pages", "pages"});
+            EXPECT_NE(0, result.exitCode);
+            EXPECT_EQ("old", Read("page.tif"));
+            EXPECT_EQ((Names{"page.tif", "pages"}), Files());
+        }
 }
 
 TEST_F(Tool, ProgressGoesToStandardError)

@@ -100,12 +100,12 @@ Outcome AcquireMemory(const Session& session, WiaItemHandle item, const AcquireO
 }  // namespace
 
 Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
-                const Destination& destination)
+                const Destination& destination, bool memory)
 {
     Progress progress{options.progress};
     const AcquireOptions record = LibraryOptions(options, destination);
     WiaItemHandle handle = item ? item->Handle() : nullptr;
-    if (options.memory)
+    if (memory)
         return AcquireMemory(session, handle, record,
                              {MemoryPages{options, destination}, progress, std::nullopt});
     return AcquireFiles(session, handle, record, progress);

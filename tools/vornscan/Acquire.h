@@ -19,8 +19,11 @@ struct Outcome {
     std::optional<Failure> failure;  ///< the tool's own reason for having stopped
 };
 
-/** Acquires from `item`, or from what the platform's dialog offers when there is none. */
+/**
+ * Acquires from `item`, or from what the platform's dialog offers when there is none.
+ * @param memory  the pages come as bitmaps, which the tool saves
+ */
 Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
-                const Destination& destination);
+                const Destination& destination, bool memory);
 
 }  // namespace vornscan

@@ -1,8 +1,11 @@
 #include "Destination.h"
 
+#include <algorithm>
 #include <filesystem>
 
+#include "Choice.h"
 #include "Failure.h"
+#include "PropertyIds.h"
 #include "System.h"
 #include "Vornfilx.h"
 #include "vornwia.h"
@@ -12,23 +15,83 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr FileFormat kFormats[] = {
-    {"BMP", FIL_FORMAT_BMP, {0xB96B3CAB, 0x0728, 0x11D3, {0x9D, 0x7B, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}}},
-    {"TIFF", FIL_FORMAT_TIFF, {0xB96B3CB1, 0x0728, 0x11D3, {0x9D, 0x7B, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}}},
-};
+constexpr int32_t kBmpCompressions[] = {FIL_COMPRESSION_NONE};
+constexpr int32_t kTiffCompressions[] = {FIL_COMPRESSION_NONE, FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_LZW,
+                                         FIL_COMPRESSION_JPEG, FIL_COMPRESSION_GROUP4};
+constexpr int32_t kPngCompressions[] = {FIL_COMPRESSION_DEFLATE};
+constexpr int32_t kJpegCompressions[] = {FIL_COMPRESSION_JPEG};
+constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG,
+                                        FIL_COMPRESSION_GROUP4};
+
+constexpr FileFormat kBmp{"BMP", ".bmp", kFormatBmp, false, kBmpCompressions};
+constexpr FileFormat kTiff{"TIFF", ".tif", kFormatTiff, true, kTiffCompressions};
+constexpr FileFormat kPng{"PNG", ".png", kFormatPng, false, kPngCompressions};
+constexpr FileFormat kJpeg{"JPEG", ".jpg", kFormatJpeg, false, kJpegCompressions};
+constexpr FileFormat kPdf{"PDF", ".pdf", std::nullopt, true, kPdfCompressions};
+
+/** What --format takes, and the extensions without their dot. */
+constexpr Word<const FileFormat*> kFormats[] = {{"tif", &kTiff}, {"tiff", &kTiff}, {"png", &kPng},
+                                                {"jpg", &kJpeg}, {"jpeg", &kJpeg}, {"pdf", &kPdf},
+                                                {"bmp", &kBmp}};
 
 /** The longest extension, dot included, that the library can put a number in front of. */
 constexpr size_t kMaxExtension = 9;
 
-const FileFormat& FormatOf(const Destination& destination)
+const FileFormat& FormatOf(const std::string& fileName)
 {
-    const int32_t code = FilFormatFromName(destination.wideName.c_str());
-    for (const FileFormat& format : kFormats)
-        if (format.filFormat == code &&
-            fs::path{destination.wideName}.extension().native().size() <= kMaxExtension)
-            return format;
+    const std::string extension = SmallLetters(fs::path{fileName}.extension().string());
+    std::string known;
+    for (const auto& [word, format] : kFormats) {
+        if (!extension.empty() && extension.substr(1) == word)
+            return *format;
+        known.append(known.empty() ? "." : ", .").append(word);
+    }
     throw Failure{ExitCode::Usage,
-                  destination.fileName + ": the extension tells no known format; use .tif, .tiff or .bmp"};
+                  fileName + ": the extension tells no known format; use one of " + known + ", or --format"};
+}
+
+constexpr Word<int32_t> kCompressions[] = {{"none", FIL_COMPRESSION_NONE},
+                                           {"deflate", FIL_COMPRESSION_DEFLATE},
+                                           {"lzw", FIL_COMPRESSION_LZW},
+                                           {"jpeg", FIL_COMPRESSION_JPEG},
+                                           {"group4", FIL_COMPRESSION_GROUP4}};
+
+/** How the pages are compressed: as asked, as far as the format has it. */
+int32_t CompressionOf(const Options& options, const FileFormat& format)
+{
+    if (!options.compression)
+        return FIL_COMPRESSION_DEFAULT;
+    const int32_t asked = Choose<int32_t>("--compression", *options.compression, kCompressions);
+    if (std::ranges::count(format.compressions, asked) == 0) {
+        std::string known;
+        for (const auto& [word, code] : kCompressions)
+            if (std::ranges::count(format.compressions, code) != 0)
+                known.append(known.empty() ? "" : ", ").append(word);
+        throw Failure{ExitCode::Usage, "--compression " + *options.compression + ": a " + format.name +
+                                           " file does not have it; it has " + known};
+    }
+    return asked;
+}
+
+void CheckQuality(const Options& options, const Destination& destination)
+{
+    const bool holdsJpeg = destination.format == &kJpeg || destination.format == &kPdf ||
+                           destination.compression == FIL_COMPRESSION_JPEG;
+    if (options.jpegQuality && !holdsJpeg)
+        throw Failure{ExitCode::Usage,
+                      "--jpeg-quality is for .jpg and .pdf, and for .tif with --compression "
+                      "jpeg; leave it out for " +
+                          destination.fileName};
+}
+
+void CheckName(const Destination& destination)
+{
+    if (destination.wideName.size() >= VORNWIA_NAME_CHARS)
+        throw Failure{ExitCode::Usage, destination.fileName + ": the name is longer than the " +
+                                           std::to_string(VORNWIA_NAME_CHARS - 1) + " characters possible"};
+    if (fs::path{destination.wideName}.extension().native().size() > kMaxExtension)
+        throw Failure{ExitCode::Usage, destination.fileName + ": the extension is longer than the " +
+                                           std::to_string(kMaxExtension - 1) + " characters possible"};
 }
 
 void CheckDirectory(const Destination& destination, bool fileExists)
@@ -48,44 +111,76 @@ void CheckDirectory(const Destination& destination, bool fileExists)
                                                  directory.string() + "; choose another directory"};
 }
 
+/** That pages can be added: looked at where the file library can look. */
+void CheckAppending(const Destination& destination)
+{
+    const int32_t wanted = SavedAs(*destination.format);
+    FilFileInfo info{};
+    const int32_t status = FilInfo(destination.wideName.c_str(), &info, FIL_INFO_SIZE, 0, nullptr);
+    if (status == FIL_ERR_UNSUPPORTED)
+        return;  // known, and not read
+    if (status != FIL_SUCCESS)
+        throw StatusFailure("cannot add pages to " + destination.fileName, status);
+    if (info.format != wanted)
+        throw Failure{ExitCode::InputOutput, "cannot add pages to " + destination.fileName + ": it is no " +
+                                                 destination.format->name + " file"};
+}
+
 void CheckExistingFile(const Destination& destination, const Options& options)
 {
     const fs::path file{destination.wideName};
     if (fs::is_directory(file))
         throw Failure{ExitCode::InputOutput,
                       destination.fileName + ": this is a directory; name a file in it"};
+    if (fs::is_other(file))
+        throw Failure{ExitCode::InputOutput,
+                      destination.fileName + ": this is no file; image data goes to files only"};
     if ((options.append || options.overwrite) && !MayWrite(file))
         throw Failure{ExitCode::InputOutput,
                       destination.fileName + ": the file may not be changed; name another"};
-    if (!options.append)
-        return;
-    FilFileInfo info{};
-    const int32_t status = FilInfo(destination.wideName.c_str(), &info, FIL_INFO_SIZE, 0, nullptr);
-    if (status != FIL_SUCCESS)
-        throw StatusFailure("cannot add pages to " + destination.fileName, status);
-    if (info.format != destination.format->filFormat)
-        throw Failure{ExitCode::InputOutput, "cannot add pages to " + destination.fileName + ": it is no " +
-                                                 destination.format->name + " file"};
+    if (options.append)
+        CheckAppending(destination);
 }
 
 }  // namespace
 
 Destination CheckDestination(const Options& options)
 {
-    Destination destination{options.outputFile, ToWide(options.outputFile), nullptr};
-    destination.format = &FormatOf(destination);
-    if (destination.wideName.size() >= VORNWIA_NAME_CHARS)
-        throw Failure{ExitCode::Usage, destination.fileName + ": the name is longer than the " +
-                                           std::to_string(VORNWIA_NAME_CHARS - 1) + " characters possible"};
-    if ((options.multiPage || options.append) && destination.format->filFormat != FIL_FORMAT_TIFF)
+    Destination destination{options.outputFile, ToWide(options.outputFile), nullptr, FIL_COMPRESSION_DEFAULT};
+    destination.format = options.format ? Choose<const FileFormat*>("--format", *options.format, kFormats)
+                                        : &FormatOf(options.outputFile);
+    destination.compression = CompressionOf(options, *destination.format);
+    CheckQuality(options, destination);
+    CheckName(destination);
+    if ((options.multiPage || options.append) && !destination.format->manyPages)
         throw Failure{ExitCode::Usage, destination.fileName + ": a " + destination.format->name +
-                                           " file holds one page; name a .tif file for several"};
+                                           " file holds one page; name a .tif or .pdf file for several"};
     std::error_code error;
     const bool exists = fs::exists(fs::path{destination.wideName}, error);
     CheckDirectory(destination, exists && (options.append || options.overwrite));
     if (exists)
         CheckExistingFile(destination, options);
     return destination;
+}
+
+bool NeedsBitmaps(const Options& options, const Destination& destination)
+{
+    // The library makes room for a file before its page is there.
+    const bool replaces = options.overwrite;
+    const bool chooses = options.compression || options.jpegQuality;
+    return options.memory || options.batch || replaces || chooses || !destination.format->wiaFormat;
+}
+
+int32_t SavedAs(const FileFormat& format)
+{
+    return FilFormatFromName(ToWide(std::string{"page"} + format.extension).c_str());
+}
+
+void CheckSaves(const Destination& destination)
+{
+    if (SavedAs(*destination.format) == FIL_FORMAT_UNKNOWN)
+        throw Failure{ExitCode::Usage, destination.fileName + ": " + destination.format->name +
+                                           " files cannot be written here; use .tif or .bmp"};
 }
 
 }  // namespace vornscan

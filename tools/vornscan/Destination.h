@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "Options.h"
@@ -12,17 +14,29 @@ namespace vornscan {
 /** A kind of image file. */
 struct FileFormat {
     const char* name;
-    int32_t filFormat;  ///< the file library's code
-    GUID wiaFormat;     ///< what the device is asked for
+    const char* extension;          ///< the usual one
+    std::optional<GUID> wiaFormat;  ///< what a device is asked for; no device writes the others
+    bool manyPages;
+    std::span<const int32_t> compressions;  ///< the file library's codes
 };
 
 struct Destination {
     std::string fileName;
     WideText wideName;
     const FileFormat* format;
+    int32_t compression;  ///< the file library's code
 };
 
 /** @throws Failure when the options' output file cannot be written, or not in the way that they ask for */
 Destination CheckDestination(const Options& options);
+
+/** True when the options ask for something that a device does not do when it writes a file itself. */
+bool NeedsBitmaps(const Options& options, const Destination& destination);
+
+/** The file library's code for the format; FIL_FORMAT_UNKNOWN when it does not have it. */
+int32_t SavedAs(const FileFormat& format);
+
+/** @throws Failure when the file library cannot save the destination's format */
+void CheckSaves(const Destination& destination);
 
 }  // namespace vornscan

@@ -1,5 +1,7 @@
 #include "Failure.h"
 
+#include <iostream>
+
 #include "Vornfilx.h"
 #include "vornwia.h"
 
@@ -61,6 +63,11 @@ StatusText Describe(int32_t status)
 bool ConcernsFile(int32_t status)
 {
     return status == ERR_FILE_COPY || (status <= FIL_ERR_NOT_FOUND && status >= FIL_ERR_IS_DIRECTORY);
+}
+
+void Say(const std::string& message)
+{
+    std::cerr << "vornscan: " << message << "\n";
 }
 
 Failure StatusFailure(const std::string& subject, int32_t status)

@@ -23,10 +23,14 @@ public:
     const std::vector<std::string>& Files() const noexcept { return files_; }
 
 private:
-    std::filesystem::path NextFile() const;
+    std::filesystem::path NextName() const;
+    /** The file holds the old page or the new one at any moment. */
+    void Replace(const BitmapHandle& page) const;
+    void Write(const std::filesystem::path& file, const BitmapHandle& page, int32_t mode) const;
 
     const Options& options_;
     const Destination& destination_;
+    int32_t format_;  ///< the file library's code
     std::filesystem::path file_;
     std::vector<std::string> files_;
 };

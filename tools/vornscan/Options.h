@@ -5,6 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "BatchPattern.h"
+#include "PageSize.h"
+
 namespace vornscan {
 
 enum class Source { Flatbed, Feeder, Duplex };
@@ -13,6 +16,9 @@ enum class Mode { Lineart, Gray, Color };
 struct Options {
     uint32_t generation = 2;
     bool listDevices = false;
+    bool allOptions = false;
+    bool dontScan = false;
+    bool json = false;
 #ifdef _WIN32
     bool virtualDevices = false;
 #endif
@@ -21,10 +27,21 @@ struct Options {
 
     std::optional<Source> source;
     std::optional<Mode> mode;
+    std::optional<int32_t> depth;
     std::optional<int32_t> resolution;
+    std::optional<int32_t> brightness;
+    std::optional<int32_t> contrast;
+    std::optional<PageSize> pageSize;
+    std::optional<double> left, top, width, height;  ///< millimetres
+    bool nearest = false;
     int32_t pages = 1;  ///< 0: until the feeder is empty
 
-    std::string outputFile;
+    std::string outputFile;  ///< of a batch: the first page's
+    std::optional<std::string> format;
+    std::optional<uint32_t> jpegQuality;
+    std::optional<std::string> compression;
+    std::optional<BatchPattern> batch;
+    int32_t batchStart = 1;
     bool multiPage = false;
     bool append = false;
     bool overwrite = false;
@@ -42,6 +59,9 @@ struct Options {
  * @throws Failure for a command line that asks for something impossible
  */
 std::optional<Options> ParseOptions(int argc, char** argv);
+
+/** True when a setting is given that only scanners have. */
+bool HasScannerSettings(const Options& options);
 
 const char* Name(Source source);
 const char* Name(Mode mode);

@@ -64,6 +64,33 @@ std::optional<GUID> Item::Guid(uint32_t id) const
     return value;
 }
 
+std::optional<std::string> Item::Text(uint32_t id) const
+{
+    uint64_t size = 0;
+    if (Vorn_WiaGetPropertyString(session_, Handle(), nullptr, id, nullptr, &size) != SUCCESS)
+        return std::nullopt;
+    WideText text(size, WCHAR{});
+    if (Vorn_WiaGetPropertyString(session_, Handle(), nullptr, id, text.data(), &size) != SUCCESS)
+        return std::nullopt;
+    return ToNarrow(text.c_str());
+}
+
+std::optional<SYSTEMTIME> Item::Time(uint32_t id) const
+{
+    SYSTEMTIME time{};
+    if (Vorn_WiaGetPropertySystemTime(session_, Handle(), nullptr, id, &time) != SUCCESS)
+        return std::nullopt;
+    return time;
+}
+
+std::optional<uint64_t> Item::ByteCount(uint32_t id) const
+{
+    uint64_t size = 0;
+    if (Vorn_WiaGetPropertyBuffer(session_, Handle(), nullptr, id, nullptr, &size) != SUCCESS)
+        return std::nullopt;
+    return size;
+}
+
 bool Item::HasText(const WCHAR* name) const
 {
     uint64_t size = 0;

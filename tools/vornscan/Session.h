@@ -30,6 +30,10 @@ public:
     /** A value that the item does not have is nothing. */
     std::optional<int32_t> Long(uint32_t id) const;
     std::optional<GUID> Guid(uint32_t id) const;
+    std::optional<std::string> Text(uint32_t id) const;
+    std::optional<SYSTEMTIME> Time(uint32_t id) const;
+    /** How many bytes a property of bytes holds. */
+    std::optional<uint64_t> ByteCount(uint32_t id) const;
     /** Tells whether the item has a text property of that name. */
     bool HasText(const WCHAR* name) const;
 

@@ -1,6 +1,8 @@
 // Brings the device to the state that the options ask for.
 #pragma once
 
+#include <optional>
+
 #include "Destination.h"
 #include "Options.h"
 #include "Session.h"
@@ -15,14 +17,21 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
  * the device must see them.
  * @throws Failure that names option, value and device for a setting that the device does not take
  */
-Item PrepareScanner(const Session& session, const Device& device, const Options& options,
-                    const Destination& destination);
+Item PrepareScanner(const Session& session, const Device& device, const Options& options);
 
 /**
- * Asks every picture of a camera for the destination's format; in generation 2 the platform's dialog chooses
- * the format itself. Settings of scanners are refused.
+ * Chooses the road of the scanner's pages: the device writes the format itself when it can, and else gives
+ * bitmaps for the tool to save.
+ * @return true for bitmaps
  */
-void PrepareCamera(const Session& session, const Device& device, const Options& options,
+bool PrepareTransfer(const Session& session, const Item& item, const Device& device, const Options& options,
+                     const Destination& destination);
+
+/**
+ * As PrepareTransfer, for every picture of a camera; in generation 2 the platform's dialog chooses the format
+ * itself. Settings of scanners are refused.
+ */
+bool PrepareCamera(const Session& session, const Device& device, const Options& options,
                    const Destination& destination);
 
 }  // namespace vornscan

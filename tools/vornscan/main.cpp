@@ -5,9 +5,11 @@
 #include <new>
 
 #include "Acquire.h"
+#include "DataSheet.h"
 #include "Destination.h"
 #include "Failure.h"
 #include "Interrupt.h"
+#include "Json.h"
 #include "Options.h"
 #include "Session.h"
 #include "Settings.h"
@@ -19,14 +21,12 @@
 namespace vornscan {
 namespace {
 
-void Say(const std::string& message)
+void ListDevices(Session& session, bool json)
 {
-    std::cerr << "vornscan: " << message << "\n";
-}
-
-void ListDevices(Session& session)
-{
-    for (const Device& device : session.Devices())
+    const std::vector<Device> devices = session.Devices();
+    if (json)
+        return PrintJson(devices);
+    for (const Device& device : devices)
         std::cout << device.id << "\t" << device.name << "\t" << device.description << "\n";
 }
 
@@ -43,8 +43,10 @@ void SayOtherName(const std::string& named, const std::string& used)
 void ListFiles(const Outcome& outcome, const Options& options)
 {
     const std::vector<std::string>& files = outcome.files;
-    if (!files.empty())
+    if (!files.empty() && !options.batch)
         SayOtherName(options.outputFile, files.front());
+    if (options.json)
+        return;
     for (auto file = files.begin(); file != files.end(); ++file)
         if (std::find(files.begin(), file, *file) == file)
             std::cout << *file << "\n";
@@ -55,46 +57,71 @@ std::string Pages(size_t count)
     return std::to_string(count) + (count == 1 ? " page" : " pages");
 }
 
-/** Throws unless the acquisition brought what was asked for. */
-void Judge(const Outcome& outcome, const Options& options, const Device& device)
+/** Nothing when the acquisition brought what was asked for. */
+std::optional<Failure> Judge(const Outcome& outcome, const Options& options, const Device& device)
 {
     const size_t got = outcome.files.size();
     const size_t wanted = static_cast<size_t>(options.pages);
     if (outcome.failure)
-        throw *outcome.failure;
+        return outcome.failure;
     if (outcome.status == SUCCESS && wanted != 0 && got >= wanted)
-        return;
+        return std::nullopt;
     if (Interrupted())
-        throw Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
+        return Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
     const bool ended = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
     if (!ended || (got == 0 && outcome.status != SUCCESS))
-        throw StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.name, outcome.status);
+        return StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.name, outcome.status);
     if (got == 0)
-        throw Failure{ExitCode::NoDocuments, device.name + ": there was nothing to acquire"};
+        return Failure{ExitCode::NoDocuments, device.name + ": there was nothing to acquire"};
     if (got < wanted)
-        throw Failure{ExitCode::NoDocuments, device.name + ": the feeder is empty after " +
-                                                 std::to_string(got) + " of " + Pages(wanted) +
-                                                 "; put more paper in"};
+        return Failure{ExitCode::NoDocuments, device.name + ": the feeder is empty after " +
+                                                  std::to_string(got) + " of " + Pages(wanted) +
+                                                  "; put more paper in"};
+    return std::nullopt;
 }
 
-void Scan(Session& session, const Options& options)
+/** Acquires, tells what came of it, and throws unless that is what was asked for. */
+void AcquirePages(const Session& session, const Device& device, const std::optional<Item>& item,
+                  const Options& options)
 {
     const Destination destination = CheckDestination(options);
+    const bool memory = item ? PrepareTransfer(session, *item, device, options, destination)
+                             : PrepareCamera(session, device, options, destination);
+    const Outcome outcome = Acquire(session, item, options, destination, memory);
+    ListFiles(outcome, options);
+    const std::optional<Failure> failure = Judge(outcome, options, device);
+    if (options.json)
+        PrintJson(outcome, device, failure);
+    if (failure)
+        throw *failure;
+}
+
+void ShowDevice(const Session& session, const Device& device, const std::optional<Item>& item, bool json)
+{
+    const DataSheet sheet = ReadDataSheet(session, device, item);
+    if (json)
+        PrintJson(sheet);
+    else
+        Print(sheet);
+}
+
+void UseDevice(Session& session, const Options& options)
+{
+    if (!options.outputFile.empty())
+        CheckDestination(options);
     const Device device = session.Open(options.device);
-    if (!options.device)
+    if (!options.device && !options.allOptions)
         Say("scanning with " + device.name);
     if (options.virtualPages)
         SetVirtualPages(session, device, *options.virtualPages);
 
     std::optional<Item> item;
     if (session.IsScanner())
-        item = PrepareScanner(session, device, options, destination);
-    else
-        PrepareCamera(session, device, options, destination);
-
-    const Outcome outcome = Acquire(session, item, options, destination);
-    ListFiles(outcome, options);
-    Judge(outcome, options, device);
+        item = PrepareScanner(session, device, options);
+    if (options.allOptions)
+        ShowDevice(session, device, item, options.json);
+    else if (!options.dontScan)
+        AcquirePages(session, device, item, options);
 }
 
 void Run(const Options& options)
@@ -110,9 +137,9 @@ void Run(const Options& options)
     } else {
         Session session{options.generation};
         if (options.listDevices)
-            ListDevices(session);
+            ListDevices(session, options.json);
         else
-            Scan(session, options);
+            UseDevice(session, options);
     }
     if (!std::cout.flush())
         throw Failure{ExitCode::InputOutput, "standard output cannot be written"};
