@@ -241,6 +241,7 @@ TEST_F(Tool, RefusesBeforeAnythingIsScanned)
         {"quality past the scale", {"-o", "page.jpg", "--jpeg-quality", "101"}, 1, "--jpeg-quality"},
         {"quality of what has none", {"-o", "page.tif", "--jpeg-quality", "50"}, 1, "--jpeg-quality"},
         {"unknown format", {"-o", "page", "--format", "gif"}, 1, "tiff"},
+        {"standard output", {"-o", "-", "--format", "tiff"}, 1, "standard output"},
         {"a terminal", {"-o", "/dev/ptmx", "--format", "tiff"}, 9, "no file"},
         {"pattern without a number", {"--batch", "page.tif"}, 1, "%03d"},
         {"pattern with another conversion", {"--batch", "page%s.tif"}, 1, "%03d"},

@@ -124,6 +124,9 @@ void CheckTogether(const Options& options)
         return;
     if (options.outputFile.empty() && !options.dontScan && !options.allOptions)
         throw Failure{ExitCode::Usage, "no output file: name one with -o, or list the devices with -L"};
+    if (options.outputFile == "-")
+        throw Failure{ExitCode::Usage,
+                      "image data goes to files, not to standard output: name a file with -o"};
     if (options.source == Source::Flatbed && options.pages != 1)
         throw Failure{ExitCode::Usage, "a flatbed has one page at a time: use --source feeder with " +
                                            std::string{options.batch ? "--batch" : "--pages"}};
