@@ -2,6 +2,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <jpeglib.h>
+#include <png.h>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -53,8 +55,92 @@ void LoadBmp(const BitmapHandle& page, const fs::path& name)
     benchmark::ClobberMemory();
 }
 
+// ---- JPEG and PNG: the codec's usual settings, but for the quality and the resolution of colours -----------
+
+uint8_t* RowFromTop(uint8_t* image, const BitmapHandle& page, uint32_t y)
+{
+    return image + uint64_t{page.height - 1 - y} * page.rowBytes;
+}
+
+void SaveJpeg(const BitmapHandle& page, const fs::path& name)
+{
+    const FilePtr file = Open(name, "wb");
+    jpeg_compress_struct codec{};
+    jpeg_error_mgr errors{};
+    codec.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&codec);
+    jpeg_stdio_dest(&codec, file.get());
+    codec.image_width = page.width;
+    codec.image_height = page.height;
+    codec.input_components = 3;
+    codec.in_color_space = JCS_EXT_BGR;
+    jpeg_set_defaults(&codec);
+    jpeg_set_quality(&codec, 90, TRUE);
+    codec.comp_info[0].h_samp_factor = codec.comp_info[0].v_samp_factor = 1;
+    jpeg_start_compress(&codec, TRUE);
+    for (uint32_t y = 0; y < page.height; ++y) {
+        JSAMPROW row = RowFromTop(static_cast<uint8_t*>(page.image), page, y);
+        jpeg_write_scanlines(&codec, &row, 1);
+    }
+    jpeg_finish_compress(&codec);
+    jpeg_destroy_compress(&codec);
+}
+
+void LoadJpeg(const BitmapHandle& page, const fs::path& name)
+{
+    const FilePtr file = Open(name, "rb");
+    const FreshBlock image{page.imageBytes, Memory::HugePages};
+    jpeg_decompress_struct codec{};
+    jpeg_error_mgr errors{};
+    codec.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&codec);
+    jpeg_stdio_src(&codec, file.get());
+    jpeg_read_header(&codec, TRUE);
+    codec.out_color_space = JCS_EXT_BGR;
+    jpeg_start_decompress(&codec);
+    while (codec.output_scanline < codec.output_height) {
+        JSAMPROW row = RowFromTop(image.Data(), page, codec.output_scanline);
+        jpeg_read_scanlines(&codec, &row, 1);
+    }
+    jpeg_finish_decompress(&codec);
+    jpeg_destroy_decompress(&codec);
+}
+
+void SavePng(const BitmapHandle& page, const fs::path& name)
+{
+    const FilePtr file = Open(name, "wb");
+    png_structp codec = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(codec);
+    png_init_io(codec, file.get());
+    png_set_IHDR(codec, info, page.width, page.height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    png_write_info(codec, info);
+    png_set_bgr(codec);
+    for (uint32_t y = 0; y < page.height; ++y)
+        png_write_row(codec, RowFromTop(static_cast<uint8_t*>(page.image), page, y));
+    png_write_end(codec, info);
+    png_destroy_write_struct(&codec, &info);
+}
+
+void LoadPng(const BitmapHandle& page, const fs::path& name)
+{
+    const FilePtr file = Open(name, "rb");
+    const FreshBlock image{page.imageBytes, Memory::HugePages};
+    png_structp codec = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(codec);
+    png_init_io(codec, file.get());
+    png_read_info(codec, info);
+    png_set_bgr(codec);
+    for (uint32_t y = 0; y < page.height; ++y)
+        png_read_row(codec, RowFromTop(image.Data(), page, y), nullptr);
+    png_read_end(codec, nullptr);
+    png_destroy_read_struct(&codec, &info, nullptr);
+}
+
 constexpr BareCodec kBareCodecs[] = {
     {"BMP", FIL_FORMAT_BMP, true, "write", SaveBmp, "huge pages, read", LoadBmp},
+    {"JPEG", FIL_FORMAT_JPEG, false, "libjpeg, same settings", SaveJpeg, "huge pages, libjpeg", LoadJpeg},
+    {"PNG", FIL_FORMAT_PNG, true, "libpng, its own settings", SavePng, "huge pages, libpng", LoadPng},
 };
 
 }  // namespace

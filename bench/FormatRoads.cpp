@@ -28,7 +28,7 @@ class SavedPage {
 public:
     SavedPage(const FormatPage& page, const BareCodec& codec) : page_{page}, codec_{codec}
     {
-        std::string name = (fs::temp_directory_path() / "vornwia-bench-XXXXXX").string();
+        std::string name = (fs::temp_directory_path() / "bench-vornwia-XXXXXX").string();
         if (!mkdtemp(name.data()))
             throw std::runtime_error{"cannot create " + name};
         folder_ = name;

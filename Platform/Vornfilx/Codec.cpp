@@ -6,7 +6,14 @@
 namespace vorn::fil {
 namespace {
 
-const Codec* const kCodecs[] = {&bmpCodec, &tiffCodec};
+const Codec* const kCodecs[] = {
+    &bmpCodec,
+    &tiffCodec,
+#ifndef _WIN32
+    &jpegCodec,
+    &pngCodec,
+#endif
+};
 
 /** The extension of a name, without its dot and in lower case as far as it is ASCII; cut to what the table can hold. */
 std::string_view ExtensionOf(const WCHAR* name, std::array<char, 8>& buffer) noexcept
@@ -54,6 +61,19 @@ const Codec* CodecOfName(const WCHAR* name) noexcept
             if (extension == known)
                 return codec;
     return nullptr;
+}
+
+bool FitsBitmap(const PageInfo& page) noexcept
+{
+    return KrnRowBytes(page.width, page.bitsPerPixel) <= KRN_MAX_IMAGE_BYTES / page.height;
+}
+
+void SetGreyRamp(PageInfo& page) noexcept
+{
+    page.paletteCount = 1u << page.bitsPerPixel;
+    for (uint32_t i = 0; i < page.paletteCount; ++i)
+        std::fill_n(page.palette.begin() + i * kPaletteEntryBytes, 3,
+                    static_cast<uint8_t>(i * 255 / (page.paletteCount - 1)));
 }
 
 int32_t NewImage::Create(const PageInfo& info) noexcept

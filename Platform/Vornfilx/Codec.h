@@ -34,6 +34,12 @@ struct SaveSettings {
     int32_t jpegQuality = 90;
 };
 
+/** True when the page fits the largest bitmap, which is what bounds the pixels of every format. */
+bool FitsBitmap(const PageInfo& page) noexcept;
+
+/** Gives a page of 1, 4 or 8 bits the palette from black to white. */
+void SetGreyRamp(PageInfo& page) noexcept;
+
 class Codec {
 public:
     virtual ~Codec() = default;
@@ -88,6 +94,8 @@ private:
 };
 
 extern const Codec& bmpCodec;
+extern const Codec& jpegCodec;
+extern const Codec& pngCodec;
 extern const Codec& tiffCodec;
 
 }  // namespace vorn::fil

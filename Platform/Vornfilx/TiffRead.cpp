@@ -235,7 +235,7 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
     page.info.xDpi = DpiOf(tiff, TIFFTAG_XRESOLUTION);
     page.info.yDpi = DpiOf(tiff, TIFFTAG_YRESOLUTION);
     page.topDown = page.route == Route::Converted || fields.orientation == ORIENTATION_TOPLEFT;
-    if (KrnRowBytes(page.info.width, page.info.bitsPerPixel) > KRN_MAX_IMAGE_BYTES / page.info.height)
+    if (!FitsBitmap(page.info))
         return FIL_ERR_TOO_LARGE;
     return FillPalette(tiff, fields, page.info);
 }

@@ -3,6 +3,14 @@
 namespace vorn::test {
 namespace {
 
+constexpr int32_t kLossless[] = {
+    FIL_FORMAT_BMP,
+    FIL_FORMAT_TIFF,
+#ifndef _WIN32
+    FIL_FORMAT_PNG,
+#endif
+};
+
 class RoundTrip : public FilesTest {
 protected:
     void SurvivesAs(int32_t format, const Picture& saved);
@@ -40,7 +48,7 @@ void RoundTrip::SurvivesAs(int32_t format, const Picture& saved)
 
 TEST_F(RoundTrip, PixelsAndResolutionSurvive)
 {
-    for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF})
+    for (const int32_t format : kLossless)
         for (const uint32_t bits : {1u, 4u, 8u, 24u})
             for (const uint32_t width : {1u, 31u, 32u, 77u})
                 for (const uint32_t view : {KRN_VIEW_BOTTOM_LEFT, KRN_VIEW_TOP_LEFT}) {
@@ -66,7 +74,7 @@ TEST_F(RoundTrip, PalettesThatAreNoGreyRampSurvive)
         {"4 bits, fewer entries than the depth has", 4, 3, {1, 2, 3, 0, 4, 5, 6, 0, 7, 8, 9, 0}},
         {"8 bits, two entries", 8, 2, {0, 0, 255, 0, 255, 0, 0, 0}},
     };
-    for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF})
+    for (const int32_t format : kLossless)
         for (const Row& row : rows) {
             SCOPED_TRACE(row.fault);
             Picture saved{50, 9, row.bits};

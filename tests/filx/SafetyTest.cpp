@@ -104,7 +104,7 @@ TEST_F(Safety, AFullDiskLeavesWhatWasThere)
         GTEST_SKIP() << "a full disk is not seen: no right to mount one";
     const std::unique_ptr<const char, int (*)(const char*)> mounted{disk.c_str(), umount};
     const Picture small{50, 50, 24}, large{400, 400, 24, KRN_VIEW_BOTTOM_LEFT, 2};
-    for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF}) {
+    for (const int32_t format : {FIL_FORMAT_BMP, FIL_FORMAT_TIFF, FIL_FORMAT_JPEG, FIL_FORMAT_PNG}) {
         EXPECT_EQ(Save(Name("small/new"), large, format), FIL_ERR_DISK_FULL);
         EXPECT_TRUE(NamesIn(disk).empty()) << "a half-written file is left";
     }

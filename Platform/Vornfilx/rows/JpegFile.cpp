@@ -13,6 +13,7 @@ namespace vorn::fil {
 namespace {
 
 constexpr size_t kBufferBytes = 16 * 1024;
+constexpr int kFullColorQuality = 90;
 
 bool IsGrey(const std::vector<uint8_t>& palette) noexcept
 {
@@ -30,7 +31,9 @@ public:
           bytes_{bytes},
           quality_{quality},
           palette_{WholePalette(image)},
-          channels_{IsGrey(palette_) ? 1u : 3u}
+          channels_{IsGrey(palette_)           ? 1u
+                    : image.bitsPerPixel == 32 ? 4u
+                                               : 3u}
     {
         const bool asItIs = palette_.empty() || (image.bitsPerPixel == 8 && IsGreyRamp(palette_));
         if (!asItIs)
@@ -71,6 +74,8 @@ public:
             DrainRest(&codec_);
         });
     }
+
+    bool Flush() override { return true; }
 
     bool End() override
     {
@@ -130,9 +135,11 @@ private:
         codec_.image_width = image_.width;
         codec_.image_height = image_.height;
         codec_.input_components = static_cast<int>(channels_);
-        codec_.in_color_space = channels_ == 3 ? JCS_EXT_BGR : JCS_GRAYSCALE;
+        codec_.in_color_space = channels_ == 1 ? JCS_GRAYSCALE : channels_ == 4 ? JCS_EXT_BGRX : JCS_EXT_BGR;
         jpeg_set_defaults(&codec_);
         jpeg_set_quality(&codec_, quality_, TRUE);
+        if (quality_ >= kFullColorQuality)
+            codec_.comp_info[0].h_samp_factor = codec_.comp_info[0].v_samp_factor = 1;
         const auto density = [](double dpi) { return static_cast<UINT16>(std::lround(dpi)); };
         const auto fits = [](double dpi) { return dpi >= 1 && dpi <= 0xFFFF; };
         if (fits(image_.xDpi) && fits(image_.yDpi)) {

@@ -1,0 +1,23 @@
+/**
+ * @file JpegHeader.h
+ * What a JPEG file tells before its picture begins.
+ */
+#pragma once
+
+#include "Codec.h"
+#include "Orientation.h"
+
+namespace vorn::fil::jpeg {
+
+struct Header {
+    PageInfo page;  ///< the picture upright, as a load delivers it
+    uint32_t storedWidth = 0;
+    uint32_t storedHeight = 0;
+    uint32_t components = 0;
+    Orientation orientation = Orientation::TopLeft;
+};
+
+/** Reads up to the frame header. On success the picture is one that can be decoded, and fits a bitmap. */
+int32_t ReadHeader(ByteSource& source, Header& header) noexcept;
+
+}  // namespace vorn::fil::jpeg

@@ -1,0 +1,16 @@
+/**
+ * @file PngPages.h
+ * Reading and writing the page of a PNG file: by libpng, or by what Windows has of its own.
+ */
+#pragma once
+
+#include "Codec.h"
+
+namespace vorn::fil::png {
+
+/** As the codec's operations of these names. */
+int32_t ReadInfo(ByteSource& source, PageInfo& info) noexcept;
+int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept;
+int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept;
+
+}  // namespace vorn::fil::png

@@ -1,0 +1,79 @@
+/*
+ * Writing a PNG file by libpng, with as much effort as the picture repays.
+ */
+#include <algorithm>
+#include <array>
+
+#include "PngPages.h"
+#include "RowFileWrite.h"
+
+namespace vorn::fil::png {
+namespace {
+
+/** From fast to slow. The last is what the codec does of its own. */
+constexpr PngEffort kEfforts[] = {
+    {PngFilter::None, PngSearch::Runs},         {PngFilter::Up, PngSearch::Runs},
+    {PngFilter::Paeth, PngSearch::Runs},        {PngFilter::Best, PngSearch::Runs},
+    {PngFilter::None, PngSearch::Thorough, 3},  {PngFilter::Paeth, PngSearch::Thorough, 6},
+    {PngFilter::Usual, PngSearch::Thorough, 6},
+};
+using Sizes = std::array<uint64_t, std::size(kEfforts)>;
+
+/** How much larger than the smallest a faster file may be: the sample is not the page. */
+constexpr double kMostLarger = 1.03;
+
+/** Bands of rows all over the page are enough, or as many as make so much: noise is alike everywhere. */
+constexpr uint32_t kBands = 16;
+constexpr uint64_t kBandBytes = 128 * 1024;
+constexpr uint32_t kBandRows = 8;
+constexpr uint64_t kEnoughBytes = 256 * 1024;
+
+/** The bytes that a band's rows take, but for the first, which has no row above it. 0 without memory. */
+uint64_t MeasureBand(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, const PngEffort& effort)
+{
+    std::vector<uint8_t> bytes;
+    const std::unique_ptr<RowFile> file = MakePngFile(RowImageOf(bitmap), bytes, effort);
+    if (!file->Begin() || !WriteBitmapRows(*file, bitmap, first, 1) || !file->Flush())
+        return 0;
+    const size_t before = bytes.size();
+    return WriteBitmapRows(*file, bitmap, first + 1, rows - 1) && file->Flush() ? bytes.size() - before : 0;
+}
+
+Sizes Measure(const BitmapHandle& bitmap)
+{
+    constexpr uint32_t kStep = 5;  // visits all of the bands, the first ones far from each other
+    const uint32_t rows = static_cast<uint32_t>(std::max<uint64_t>(kBandRows, kBandBytes / bitmap.rowBytes));
+    const uint64_t room = bitmap.height - std::min(rows, bitmap.height);
+    Sizes sizes{};
+    for (uint32_t i = 0; i < kBands && sizes.back() < kEnoughBytes; ++i) {
+        const auto first = static_cast<uint32_t>(room * (i * kStep % kBands) / (kBands - 1));
+        for (size_t effort = 0; effort < sizes.size(); ++effort)
+            sizes[effort] += MeasureBand(bitmap, first, std::min(rows, bitmap.height), kEfforts[effort]);
+    }
+    return sizes;
+}
+
+/** The fastest way to a file that is hardly larger than the smallest. */
+const PngEffort& ChooseEffort(const BitmapHandle& bitmap)
+{
+    constexpr uint64_t kWorthSampling = 1024 * 1024;
+    if (bitmap.imageBytes < kWorthSampling)
+        return kEfforts[std::size(kEfforts) - 1];
+    const Sizes sizes = Measure(bitmap);
+    const double most = kMostLarger * static_cast<double>(*std::min_element(sizes.begin(), sizes.end()));
+    const auto chosen = std::find_if(sizes.begin(), sizes.end(),
+                                     [most](uint64_t size) { return static_cast<double>(size) <= most; });
+    return kEfforts[chosen - sizes.begin()];
+}
+
+}  // namespace
+
+int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+try {
+    std::vector<uint8_t> bytes;
+    return WriteRowFile(file, bitmap, *MakePngFile(RowImageOf(bitmap), bytes, ChooseEffort(bitmap)), bytes);
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
+
+}  // namespace vorn::fil::png
