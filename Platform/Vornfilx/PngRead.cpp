@@ -187,8 +187,8 @@ void Decoder::ComposeOverWhite() noexcept
     const bool alpha = png_get_color_type(codec_, info_) & PNG_COLOR_MASK_ALPHA;
     if (palette || !(alpha || png_get_valid(codec_, info_, PNG_INFO_tRNS)))
         return;
-    const png_uint_16 most = png_get_bit_depth(codec_, info_) == 16 ? 65535 : 255;
-    const png_color_16 white{0, most, most, most, most};
+    constexpr png_uint_16 kMost = 255;  // libpng composes what has 16 bits after it is scaled to 8
+    const png_color_16 white{0, kMost, kMost, kMost, kMost};
     png_set_expand(codec_);
     png_set_background_fixed(codec_, &white, PNG_BACKGROUND_GAMMA_SCREEN, 0, PNG_FP_1);
 }
