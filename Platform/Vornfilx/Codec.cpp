@@ -12,6 +12,7 @@ const Codec* const kCodecs[] = {
 #ifndef _WIN32
     &jpegCodec,
     &pngCodec,
+    &pdfCodec,
 #endif
 };
 

@@ -97,5 +97,6 @@ extern const Codec& bmpCodec;
 extern const Codec& jpegCodec;
 extern const Codec& pngCodec;
 extern const Codec& tiffCodec;
+extern const Codec& pdfCodec;
 
 }  // namespace vorn::fil

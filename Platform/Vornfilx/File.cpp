@@ -251,11 +251,45 @@ int32_t FileUpdate::ReadAt(uint64_t offset, void* buffer, uint64_t count) noexce
 
 int32_t FileUpdate::WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept
 {
-    if (offset >= oldSize_)
-        return file_.WriteAt(offset, data, count);
+    if (offset >= oldSize_) {
+        const uint64_t end = std::max(size_, offset + count);
+        int32_t status = FIL_SUCCESS;
+        if (endCount_ > 0 && end > size_)
+            status = file_.WriteAt(PlaceOfEnd(end), end_, endCount_);
+        if (status == FIL_SUCCESS)
+            status = file_.WriteAt(offset, data, count);
+        size_ = end;
+        return status;
+    }
     if (patchCount_ > 0 || count > kPatchBytes || count > oldSize_ - offset)
         return FIL_ERR_CORRUPT;
     patchOffset_ = offset;
+    patchCount_ = count;
+    std::memcpy(patch_, data, static_cast<size_t>(count));
+    return FIL_SUCCESS;
+}
+
+uint64_t FileUpdate::PlaceOfEnd(uint64_t size) const noexcept
+{
+    // The system writes what lies in one block of its cache as a whole or not at all.
+    constexpr uint64_t kBlockBytes = 4096;
+    const uint64_t left = kBlockBytes - size % kBlockBytes;
+    return left < endCount_ ? size + left : size;
+}
+
+int32_t FileUpdate::KeepEnd(uint64_t count) noexcept
+{
+    if (count > kEndBytes || count > oldSize_)
+        return FIL_ERR_CORRUPT;
+    endCount_ = count;
+    return file_.ReadAt(oldSize_ - count, end_, count);
+}
+
+int32_t FileUpdate::PatchEnd(uint64_t offset, const void* data, uint64_t count) noexcept
+{
+    if (patchCount_ > 0 || count > kPatchBytes || offset + count > endCount_)
+        return FIL_ERR_CORRUPT;
+    patchOffset_ = PlaceOfEnd(size_) + offset;
     patchCount_ = count;
     std::memcpy(patch_, data, static_cast<size_t>(count));
     return FIL_SUCCESS;

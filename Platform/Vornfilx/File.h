@@ -58,6 +58,9 @@ private:
  * Adds to a file without touching what it holds until all is written: data goes to the end at once, the few bytes
  * to be patched in the old part are kept back and written last, by Commit. Without a Commit the destructor
  * cuts the file to its old size, so that not a byte of it has changed.
+ *
+ * A format that is read from its end (PDF) has the file end as before at every moment, though new data stands in front
+ * of that end: see KeepEnd.
  */
 class FileUpdate final : public ByteSource {
 public:
@@ -67,19 +70,35 @@ public:
     ~FileUpdate() override;
 
     uint64_t OldSize() const noexcept { return oldSize_; }
-    uint64_t Size() const noexcept override { return file_.Size(); }
+    /** Without an end that is kept. */
+    uint64_t Size() const noexcept override { return size_; }
     /** Reads what is in the file; patches do not show yet. */
     int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept override;
 
     /** Below the old size: at most kPatchBytes, once. */
     int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;
+
+    /**
+     * From now on a copy of the file's last `count` bytes, at most kEndBytes, is written behind new data before the
+     * data itself. Whoever is killed in between leaves a file with its old end.
+     */
+    int32_t KeepEnd(uint64_t count) noexcept;
+    /** Bytes to be written in front of a kept end so that it lies in one block of the file. */
+    uint64_t Padding() const noexcept { return PlaceOfEnd(size_) - size_; }
+    /** To be patched in the kept end: `count` bytes, at most kPatchBytes, `offset` from its start. */
+    int32_t PatchEnd(uint64_t offset, const void* data, uint64_t count) noexcept;
     int32_t Commit() noexcept;
 
 private:
-    static constexpr uint64_t kPatchBytes = 8;
+    static constexpr uint64_t kPatchBytes = 16, kEndBytes = 64;
+
+    uint64_t PlaceOfEnd(uint64_t size) const noexcept;
 
     File& file_;
     uint64_t oldSize_;
+    uint64_t size_ = oldSize_;
+    uint64_t endCount_ = 0;
+    uint8_t end_[kEndBytes] = {};
     uint64_t patchOffset_ = 0;
     uint64_t patchCount_ = 0;
     uint8_t patch_[kPatchBytes] = {};

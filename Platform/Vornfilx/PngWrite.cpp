@@ -53,8 +53,9 @@ Sizes Measure(const BitmapHandle& bitmap)
     return sizes;
 }
 
-/** The fastest way to a file that is hardly larger than the smallest. */
-const PngEffort& ChooseEffort(const BitmapHandle& bitmap)
+}  // namespace
+
+PngEffort ChooseEffort(const BitmapHandle& bitmap)
 {
     constexpr uint64_t kWorthSampling = 1024 * 1024;
     if (bitmap.imageBytes < kWorthSampling)
@@ -65,8 +66,6 @@ const PngEffort& ChooseEffort(const BitmapHandle& bitmap)
                                      [most](uint64_t size) { return static_cast<double>(size) <= most; });
     return kEfforts[chosen - sizes.begin()];
 }
-
-}  // namespace
 
 int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
 try {

@@ -26,13 +26,13 @@ bool WriteBitmapRows(RowFile& file, const BitmapHandle& bitmap, uint32_t first, 
     return file.WriteRows(top + stride * static_cast<ptrdiff_t>(first), count, stride);
 }
 
-int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& file,
-                     std::vector<uint8_t>& bytes)
+int32_t EncodeRows(const BitmapHandle& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+                   const std::function<int32_t(const std::vector<uint8_t>&)>& put)
 {
     const auto drain = [&](size_t least) {
         if (bytes.size() < std::max<size_t>(least, 1))
             return FIL_SUCCESS;
-        const int32_t status = update.WriteAt(update.Size(), bytes.data(), bytes.size());
+        const int32_t status = put(bytes);
         bytes.clear();
         return status;
     };
@@ -47,6 +47,14 @@ int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& fi
             return status;
     }
     return file.End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
+}
+
+int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& file,
+                     std::vector<uint8_t>& bytes)
+{
+    return EncodeRows(bitmap, file, bytes, [&](const std::vector<uint8_t>& piece) {
+        return update.WriteAt(update.Size(), piece.data(), piece.size());
+    });
 }
 
 }  // namespace vorn::fil

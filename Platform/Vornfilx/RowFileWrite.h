@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <functional>
+
 #include "Codec.h"
 #include "RowFile.h"
 
@@ -15,7 +17,14 @@ RowImage RowImageOf(const BitmapHandle& bitmap) noexcept;
 /** Writes `count` rows from row `first` on, counted from the top of the picture. */
 bool WriteBitmapRows(RowFile& file, const BitmapHandle& bitmap, uint32_t first, uint32_t count);
 
-/** Writes all of a bitmap. `bytes` are those that the file in the making appends to. */
+/**
+ * Encodes all of a bitmap. `bytes` are those that the file in the making appends to; `put` takes them piece by piece, and
+ * what it answers other than FIL_SUCCESS ends the work.
+ */
+int32_t EncodeRows(const BitmapHandle& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+                   const std::function<int32_t(const std::vector<uint8_t>&)>& put);
+
+/** The same into the end of a file. */
 int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& file,
                      std::vector<uint8_t>& bytes);
 

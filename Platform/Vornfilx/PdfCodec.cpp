@@ -1,0 +1,71 @@
+/*
+ * PDF, one picture a page: written and added to, not read.
+ */
+#include <new>
+
+#include "PdfPicture.h"
+
+namespace vorn::fil {
+namespace {
+
+constexpr const char* kExtensions[] = {"pdf"};
+constexpr int32_t kCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG, FIL_COMPRESSION_GROUP4};
+
+class PdfCodec final : public Codec {
+public:
+    int32_t Format() const noexcept override { return FIL_FORMAT_PDF; }
+    std::span<const char* const> Extensions() const noexcept override { return kExtensions; }
+    std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
+    bool Recognizes(std::span<const uint8_t> start) const noexcept override
+    {
+        constexpr uint8_t kStart[] = {'%', 'P', 'D', 'F', '-'};
+        return start.size() >= std::size(kStart) &&
+               std::equal(std::begin(kStart), std::end(kStart), start.begin());
+    }
+
+    int32_t CountPages(ByteSource& source, uint32_t& count) const noexcept override
+    {
+        pdf::Document document;
+        const int32_t status = pdf::ReadDocument(source, document);
+        if (status == FIL_SUCCESS)
+            count = document.pageCount;
+        return status;
+    }
+    /** Tells only whether there is such a page. */
+    int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo&) const noexcept override
+    {
+        uint32_t count = 0;
+        const int32_t status = CountPages(source, count);
+        return status == FIL_SUCCESS && page > count ? FIL_ERR_NO_SUCH_PAGE : status;
+    }
+    int32_t Load(ByteSource&, uint32_t, BitmapHandle&) const noexcept override { return FIL_ERR_UNSUPPORTED; }
+    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+                      const SaveSettings& settings) const noexcept override;
+};
+
+int32_t PdfCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+                            const SaveSettings& settings) const noexcept
+try {
+    pdf::Document document;
+    pdf::Encoding encoding{};
+    int32_t status = file.OldSize() > 0 ? pdf::ReadDocument(file, document) : FIL_SUCCESS;
+    if (status == FIL_SUCCESS)
+        status = pdf::ChooseEncoding(bitmap, settings.compression, encoding);
+    if (status != FIL_SUCCESS)
+        return status;
+    pdf::PageWriter page{file, document};
+    status = page.Begin(pdf::Describe(bitmap, encoding));
+    if (status == FIL_SUCCESS)
+        status = pdf::WriteData(file, bitmap, encoding, settings.jpegQuality);
+    return status == FIL_SUCCESS ? page.Finish() : status;
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
+
+const PdfCodec kCodec;
+
+}  // namespace
+
+const Codec& pdfCodec = kCodec;
+
+}  // namespace vorn::fil

@@ -1,0 +1,29 @@
+/**
+ * @file PdfPicture.h
+ * A bitmap as the picture of a PDF page: in which encoding, and what a reader has to know of it.
+ */
+#pragma once
+
+#include "Codec.h"
+#include "PdfDocument.h"
+
+namespace vorn::fil::pdf {
+
+enum class Encoding { Jpeg, Group4, Deflate };
+
+/**
+ * Chooses the encoding: for the default, Group 4 for black and white, JPEG for greys and colours, deflate for what neither
+ * keeps. FIL_ERR_UNSUPPORTED for a bitmap that the compression does not take.
+ */
+int32_t ChooseEncoding(const BitmapHandle& bitmap, int32_t compression, Encoding& encoding) noexcept;
+
+/** The size of the page and the entries of the picture's dictionary. May throw std::bad_alloc. */
+Picture Describe(const BitmapHandle& bitmap, Encoding encoding);
+
+/** Appends the picture's data to the file. May throw std::bad_alloc. */
+int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encoding, int32_t jpegQuality);
+
+/** For Group 4. */
+int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap);
+
+}  // namespace vorn::fil::pdf

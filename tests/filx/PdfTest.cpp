@@ -1,0 +1,142 @@
+/** PDF files, as another program reads them. */
+#include <cstdio>
+#include <cstdlib>
+
+#include "Pictures.h"
+
+namespace vorn::test {
+namespace {
+
+/** Runs a program of poppler or qpdf in the test's folder. */
+int Shell(const std::filesystem::path& folder, const std::string& command)
+{
+    return std::system(("cd '" + folder.string() + "' && " + command + " >out 2>&1").c_str());
+}
+
+class Pdf : public FilesTest {
+protected:
+    int32_t Add(const Picture& picture, int32_t compression = FIL_COMPRESSION_DEFAULT)
+    {
+        return FilSave(Name("a.pdf").c_str(), &picture.record, FIL_FORMAT_PDF, 0, FIL_SAVE_ADD_PAGE,
+                       compression, nullptr, nullptr, nullptr);
+    }
+    uint32_t CountPages()
+    {
+        FilFileInfo info{};
+        const int32_t status =
+            FilInfo(Name("a.pdf").c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
+        return status == FIL_SUCCESS && info.format == FIL_FORMAT_PDF ? info.pageCount : 0;
+    }
+    void ExpectSound()
+    {
+        EXPECT_EQ(Shell(folder.Path(), "qpdf --check a.pdf"), 0) << BytesOf(folder.Path() / "out");
+    }
+};
+
+/** Index 0 is white. */
+void Invert(Picture& picture)
+{
+    std::swap_ranges(picture.record.palette, picture.record.palette + 4, picture.record.palette + 4);
+}
+
+/** A palette of colours. */
+void Color(Picture& picture)
+{
+    for (uint32_t i = 0; i < picture.record.paletteCount; ++i)
+        picture.record.palette[i * 4] = static_cast<uint8_t>(i * 40 + 7);
+}
+
+TEST_F(Pdf, PagesOfEveryKindAreReadByOthersAsTheyWereSaved)
+{
+    struct Row {
+        const char* kind;
+        uint32_t bits, view;
+        void (*change)(Picture&);
+        int32_t compression;
+        const char* encoding;
+    };
+    constexpr Row rows[] = {
+        {"black and white", 1, KRN_VIEW_BOTTOM_LEFT, nullptr, FIL_COMPRESSION_DEFAULT, "ccitt"},
+        {"white and black", 1, KRN_VIEW_TOP_LEFT, Invert, FIL_COMPRESSION_GROUP4, "ccitt"},
+        {"two colours", 1, KRN_VIEW_BOTTOM_LEFT, Color, FIL_COMPRESSION_DEFAULT, "image"},
+        {"sixteen colours", 4, KRN_VIEW_TOP_LEFT, Color, FIL_COMPRESSION_DEFAULT, "image"},
+        {"sixteen greys", 4, KRN_VIEW_BOTTOM_LEFT, nullptr, FIL_COMPRESSION_DEFAULT, "image"},
+        {"greys", 8, KRN_VIEW_TOP_LEFT, nullptr, FIL_COMPRESSION_DEFLATE, "image"},
+        {"indexed colours", 8, KRN_VIEW_BOTTOM_LEFT, Color, FIL_COMPRESSION_DEFAULT, "image"},
+        {"colours", 24, KRN_VIEW_BOTTOM_LEFT, nullptr, FIL_COMPRESSION_DEFLATE, "image"},
+        {"greys as JPEG", 8, KRN_VIEW_BOTTOM_LEFT, nullptr, FIL_COMPRESSION_DEFAULT, "jpeg"},
+        {"colours as JPEG", 24, KRN_VIEW_BOTTOM_LEFT, nullptr, FIL_COMPRESSION_JPEG, "jpeg"},
+    };
+    uint32_t page = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.kind);
+        Picture saved{333, 211, row.bits, row.view, page};
+        if (row.change)
+            row.change(saved);
+        saved.record.xDpi = 300;
+        saved.record.yDpi = 150;
+        ASSERT_EQ(Add(saved, row.compression), FIL_SUCCESS);
+        EXPECT_EQ(CountPages(), ++page);
+
+        const std::string number = std::to_string(page), only = " -f " + number + " -l " + number + " a.pdf";
+        ASSERT_EQ(Shell(folder.Path(), "pdfimages -tiff" + only + " p" + number), 0);
+        Picture loaded;
+        ASSERT_EQ(Load(Name(("p" + number + "-000.tif").c_str()), loaded), FIL_SUCCESS);
+        // The program takes whatever two colours for black and white.
+        const bool comparable =
+            row.encoding != std::string_view{"jpeg"} && (row.bits > 1 || row.change != Color);
+        EXPECT_EQ(comparable ? Difference(loaded, saved) : "", "");
+        Shell(folder.Path(), "pdfimages -list" + only);
+        EXPECT_NE(BytesOf(folder.Path() / "out").find(row.encoding), std::string::npos);
+        Shell(folder.Path(), "pdfinfo" + only);
+        EXPECT_NE(BytesOf(folder.Path() / "out").find("79.92 x 101.28 pts"), std::string::npos);
+    }
+    ExpectSound();
+}
+
+TEST_F(Pdf, GroupsOfPagesKeepTheirOrder)
+{
+    constexpr uint32_t kPages = 130;  // two groups and a bit
+    for (uint32_t page = 1; page <= kPages; ++page)
+        ASSERT_EQ(Add(Picture{page, 1, 1}), FIL_SUCCESS);
+    EXPECT_EQ(CountPages(), kPages);
+    ExpectSound();
+    ASSERT_EQ(Shell(folder.Path(), "pdfinfo -f 1 -l 999 a.pdf"), 0);
+    const std::string sizes = BytesOf(folder.Path() / "out");
+    for (uint32_t page = 1; page <= kPages; ++page) {
+        char line[64];
+        std::snprintf(line, sizeof(line), "Page %4u size:  %u x 1 pts", page, page);
+        EXPECT_NE(sizes.find(line), std::string::npos) << line;
+    }
+}
+
+TEST_F(Pdf, WhatItCannotHoldOrAddToIsRefusedAndLeftAsItIs)
+{
+    const Picture page{8, 8, 24};
+    EXPECT_EQ(Add(page, FIL_COMPRESSION_GROUP4), FIL_ERR_UNSUPPORTED);
+    EXPECT_EQ(Add(Picture{8, 8, 32}), FIL_ERR_UNSUPPORTED);
+    EXPECT_TRUE(NamesIn(folder.Path()).empty());
+
+    ASSERT_EQ(Add(page), FIL_SUCCESS);
+    const std::string whole = BytesOf(folder.Path() / "a.pdf");
+    const std::string damages[] = {
+        "%PDF-1.4\nnothing\n",
+        whole + "\n% edited\n",                                                  // by others since
+        whole.substr(0, whole.size() - 1),                                       // cut
+        whole.substr(0, whole.rfind("startxref") + 10) + "9999999999\n%%EOF\n",  // the table is elsewhere
+        whole.substr(0, whole.rfind("startxref") + 10) + "         1\n%%EOF\n",  // or nowhere
+    };
+    for (const std::string& bytes : damages) {
+        WriteBytes(folder.Path() / "a.pdf", bytes);
+        const int32_t status = Add(page);
+        EXPECT_TRUE(status == FIL_ERR_UNSUPPORTED || status == FIL_ERR_CORRUPT) << status;
+        EXPECT_EQ(BytesOf(folder.Path() / "a.pdf"), bytes);
+        EXPECT_EQ(CountPages(), 0u);
+    }
+    Picture loaded;
+    WriteBytes(folder.Path() / "a.pdf", whole);
+    EXPECT_EQ(Load(Name("a.pdf"), loaded), FIL_ERR_UNSUPPORTED) << "pages are not read";
+}
+
+}  // namespace
+}  // namespace vorn::test
