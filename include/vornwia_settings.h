@@ -52,9 +52,9 @@ typedef struct WiaRangeValues {
 } WiaRangeValues;
 
 /**
- * The values that a property takes, one by one. By the property's `valueType`, whatever the device says
- * otherwise: texts (const WCHAR*) for WIA_VALUE_TEXT, GUIDs (const GUID*) for WIA_VALUE_GUID, numbers
- * (const int32_t*) for every other type. No item is null.
+ * The values that a property takes, one by one: texts (const WCHAR*), GUIDs (const GUID*) or numbers (const int32_t*), as
+ * the device publishes them. For a `valueType` of WIA_VALUE_TEXT, of WIA_VALUE_GUID, or of any number they are of that
+ * kind, and the list is empty when the device says otherwise. No item is null.
  */
 typedef struct WiaListValues {
     uint32_t structSize;      /**< 0: 16 */

@@ -66,7 +66,7 @@ private:
         WiaCapabilityValues* values = BuildCapabilityValues(valid, capability);
         capability.values = values;
         const int32_t answer = Tell(&capability);
-        FreeCapabilityValues(values, property.vt);
+        FreeCapabilityValues(values, valid.vt);
         return answer;
     }
 

@@ -179,6 +179,14 @@ const ItemKind& KindOf(uint32_t type)
     }
 }
 
+/** True unless items of that kind would mislead an application that goes by the property's own type. */
+bool FitsType(const ItemKind& kind, uint32_t valueType)
+{
+    const auto type = static_cast<VARTYPE>(valueType & ~uint32_t{VT_VECTOR});
+    const bool telling = type == VT_BSTR || type == VT_CLSID || FindNumberType(type);
+    return !telling || &kind == &KindOf(type);
+}
+
 // ---- Records -----------------------------------------------------------------------------------------------
 
 /** An empty record of the tree; null without memory. */
@@ -214,9 +222,8 @@ void AddList(WiaCapabilityValues& values, const Elements& elements, const WiaCap
 {
     auto* list = NewRecord<WiaListValues>();
     values.listValues = list;
-    // Applications tell the kind by the property's own type: items of another one would mislead them.
-    const ItemKind& kind = KindOf(capability.valueType);
-    if (list && &kind == &KindOf(elements.type))
+    const ItemKind& kind = KindOf(elements.type);
+    if (list && FitsType(kind, capability.valueType))
         AddItems(*list, elements, capability.propertyId, kind);
 }
 
@@ -275,13 +282,13 @@ WiaCapabilityValues* BuildCapabilityValues(const PROPVARIANT& published,
     return nullptr;
 }
 
-void FreeCapabilityValues(WiaCapabilityValues* values, uint32_t valueType) noexcept
+void FreeCapabilityValues(WiaCapabilityValues* values, uint32_t publishedType) noexcept
 {
     if (!values)
         return;
     if (const WiaListValues* list = values->listValues) {
         for (int32_t i = 0; i < list->count; ++i)
-            KindOf(valueType).free(list->items[i]);
+            KindOf(publishedType).free(list->items[i]);
         FreeBlock(list->items);
         FreeBlock(list);
     }
