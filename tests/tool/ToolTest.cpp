@@ -331,6 +331,16 @@ TEST_F(Tool, BatchFilesAreNumberedByThePattern)
     EXPECT_EQ("not ours", Read("50% 009.tif"));
 }
 
+TEST_F(Tool, QualityAndFormatDecideWhatIsSaved)
+{
+    ASSERT_EQ(0, Run({"--dpi", "75", "-o", "fine.jpg", "--jpeg-quality", "95"}).exitCode);
+    ASSERT_EQ(0, Run({"--dpi", "75", "-o", "coarse.jpg", "--jpeg-quality", "5"}).exitCode);
+    EXPECT_EQ(FIL_FORMAT_JPEG, Info("fine.jpg").format);
+    EXPECT_LT(2 * fs::file_size(Out() / "coarse.jpg"), fs::file_size(Out() / "fine.jpg"));
+    ASSERT_EQ(0, Run({"--dpi", "75", "-o", "page.x", "--format", "pn"}).exitCode);
+    EXPECT_EQ(FIL_FORMAT_PNG, Info("page.x").format);
+}
+
 /** Settings, and the picture that they must give in both generations. */
 struct SettingsCase {
     const char* fault;

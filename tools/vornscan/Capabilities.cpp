@@ -22,6 +22,7 @@ ValidValues CopyList(const WiaListValues& list, uint32_t type)
 {
     const auto copy = [&list](auto element) {
         std::vector<decltype(element(0))> copied;
+        copied.reserve(static_cast<size_t>(std::max(0, list.count)));
         for (int32_t i = 0; i < list.count; ++i)
             copied.push_back(element(i));
         return copied;

@@ -178,9 +178,14 @@ int32_t SavedAs(const FileFormat& format)
 
 void CheckSaves(const Destination& destination)
 {
-    if (SavedAs(*destination.format) == FIL_FORMAT_UNKNOWN)
-        throw Failure{ExitCode::Usage, destination.fileName + ": " + destination.format->name +
-                                           " files cannot be written here; use .tif or .bmp"};
+    if (SavedAs(*destination.format) != FIL_FORMAT_UNKNOWN)
+        return;
+    std::string possible;
+    for (const FileFormat* format : {&kTiff, &kPng, &kJpeg, &kPdf, &kBmp})
+        if (SavedAs(*format) != FIL_FORMAT_UNKNOWN)
+            possible.append(possible.empty() ? "" : ", ").append(format->extension);
+    throw Failure{ExitCode::Usage, destination.fileName + ": this program cannot write " +
+                                       destination.format->name + " files itself; use one of " + possible};
 }
 
 }  // namespace vornscan

@@ -105,7 +105,7 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
 
 Item PrepareScanner(const Session& session, const Device& device, const Options& options)
 {
-    const Item item = ChooseSource(session, device, WantedSource(options));
+    Item item = ChooseSource(session, device, WantedSource(options));
     const ScanArea area{item};
     SettingsWriter settings{session, item, device, options.nearest};
     AddMode(settings, options);
