@@ -3,6 +3,7 @@
  */
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "PngPages.h"
 #include "RowFileWrite.h"
@@ -12,7 +13,6 @@ namespace {
 
 /** From fast to slow. The last is what the codec does of its own. */
 constexpr PngEffort kEfforts[] = {
-    {PngFilter::None, PngSearch::Runs},         {PngFilter::Up, PngSearch::Runs},
     {PngFilter::Paeth, PngSearch::Runs},        {PngFilter::Best, PngSearch::Runs},
     {PngFilter::None, PngSearch::Thorough, 3},  {PngFilter::Paeth, PngSearch::Thorough, 6},
     {PngFilter::Usual, PngSearch::Thorough, 6},
@@ -22,7 +22,7 @@ using Sizes = std::array<uint64_t, std::size(kEfforts)>;
 /** How much larger than the smallest a faster file may be: the sample is not the page. */
 constexpr double kMostLarger = 1.03;
 
-/** Bands of rows all over the page are enough, or as many as make so much: noise is alike everywhere. */
+/** Bands of rows all over what the page shows are enough, or as many as make so much: noise is alike everywhere. */
 constexpr uint32_t kBands = 16;
 constexpr uint64_t kBandBytes = 128 * 1024;
 constexpr uint32_t kBandRows = 8;
@@ -39,16 +39,34 @@ uint64_t MeasureBand(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, 
     return WriteBitmapRows(*file, bitmap, first + 1, rows - 1) && file->Flush() ? bytes.size() - before : 0;
 }
 
+/** Rows that differ from the one above: where a clean page has its content, and most of its file. */
+std::vector<uint32_t> ChangingRows(const BitmapHandle& bitmap)
+{
+    std::vector<uint32_t> rows;
+    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
+    const uint8_t* row = static_cast<const uint8_t*>(bitmap.image);
+    for (uint32_t y = 1; y < bitmap.height; ++y, row += bitmap.rowBytes)
+        if (std::memcmp(row, row + bitmap.rowBytes, bitmap.rowBytes) != 0)
+            rows.push_back(bottomUp ? bitmap.height - y : y);
+    if (bottomUp)
+        std::reverse(rows.begin(), rows.end());
+    return rows;
+}
+
 Sizes Measure(const BitmapHandle& bitmap)
 {
     constexpr uint32_t kStep = 5;  // visits all of the bands, the first ones far from each other
     const uint32_t rows = static_cast<uint32_t>(std::max<uint64_t>(kBandRows, kBandBytes / bitmap.rowBytes));
-    const uint64_t room = bitmap.height - std::min(rows, bitmap.height);
+    const uint32_t room = bitmap.height - std::min(rows, bitmap.height);
+    const std::vector<uint32_t> changing = ChangingRows(bitmap);
     Sizes sizes{};
     for (uint32_t i = 0; i < kBands && sizes.back() < kEnoughBytes; ++i) {
-        const auto first = static_cast<uint32_t>(room * (i * kStep % kBands) / (kBands - 1));
+        const uint64_t place = i * kStep % kBands;
+        const uint64_t first = changing.empty() ? room * place / (kBands - 1)
+                                                : changing[(changing.size() - 1) * place / (kBands - 1)] - 1;
         for (size_t effort = 0; effort < sizes.size(); ++effort)
-            sizes[effort] += MeasureBand(bitmap, first, std::min(rows, bitmap.height), kEfforts[effort]);
+            sizes[effort] += MeasureBand(bitmap, static_cast<uint32_t>(std::min<uint64_t>(first, room)),
+                                         std::min(rows, bitmap.height), kEfforts[effort]);
     }
     return sizes;
 }
