@@ -75,7 +75,7 @@ Json OfPage(const std::string& file, uint32_t page)
     FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
     options.page = page;
     FilFileInfo info{};
-    if (FilInfo(ToWide(file).c_str(), &info, FIL_INFO_SIZE, 0, &options) != FIL_SUCCESS)
+    if (FilInfo(ToWide(file).c_str(), &info, FIL_INFO_SIZE, 0, &options) != FIL_SUCCESS || info.width == 0)
         return json;
     json.update({{"width", info.width},
                  {"height", info.height},
