@@ -23,7 +23,8 @@ BitmapHandle NewBitmap()
 /** The chart that the virtual scanners have on their glass. */
 BitmapHandle Chart()
 {
-    const wia::PageRequest request{.xDpi = kDpi, .yDpi = kDpi, .width = kWidth, .height = kHeight};
+    const wia::PageRequest request{
+        .xDpi = kDpi, .yDpi = kDpi, .width = kWidth, .height = kHeight, .pulse = {}};
     std::unique_ptr<wia::Page> page;
     const BitmapHandle bitmap = NewBitmap();
     if (wia::TestChart{{}, 1}.NextPage(request, page) != S_OK ||

@@ -42,12 +42,19 @@ private:
     inline static std::atomic<int64_t> count_{0};
 };
 
+/** Thrown where a failure has no other way to the caller of a COM method, which answers with `result`. */
+struct Failure {
+    HRESULT result;
+};
+
 /** Runs the body of a COM method and turns what it throws into a result. */
 template <typename Body>
 HRESULT NoThrow(Body&& body) noexcept
 {
     try {
         return std::forward<Body>(body)();
+    } catch (const Failure& failure) {
+        return failure.result;
     } catch (const std::bad_alloc&) {
         return E_OUTOFMEMORY;
     } catch (...) {

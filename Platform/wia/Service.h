@@ -17,15 +17,29 @@
 
 namespace vorn::wia {
 
+/** What the service lists. */
+struct DeviceList {
+    DeviceList(std::vector<DevicePtr> listed, bool withReal = false)
+        : devices{std::move(listed)}, real{withReal}
+    {
+    }
+
+    std::vector<DevicePtr> devices;
+    bool real;  ///< the real devices of this machine come before them
+};
+
 class VORN_WIA_API Service {
 public:
     /** The service of this process. */
     static Service& Instance();
 
-    /** The devices in the order in which they are listed. At first those of DefaultDevices. */
+    /** The devices in the order in which they are listed; looks for real ones each time. At first those of
+     * DefaultDevices after the real ones. */
     std::vector<DevicePtr> Devices();
+    /** The device of that id; null when there is none. Looks for real ones only when none is known by that id. */
+    DevicePtr Find(WStringView id);
     /** Replaces the list; the old one is returned. */
-    std::vector<DevicePtr> SetDevices(std::vector<DevicePtr> devices);
+    DeviceList SetDevices(DeviceList devices);
 
     /** Who answers dialogs; never null. */
     std::shared_ptr<DialogProvider> Dialogs();
@@ -41,12 +55,15 @@ private:
     Service();
 
     std::mutex mutex_;
-    std::vector<DevicePtr> devices_;
+    std::vector<DevicePtr> FindReal();
+
+    DeviceList devices_;
+    std::vector<DevicePtr> found_;  ///< the real devices when they were last looked for
     std::shared_ptr<DialogProvider> dialogs_;
     int hidden1_ = 0, hidden2_ = 0;
 };
 
-/** The devices that are there without anybody's doing: real ones first, then the virtual ones. */
+/** The devices that are there without anybody's doing. */
 std::vector<DevicePtr> DefaultDevices();
 
 /**

@@ -201,7 +201,7 @@ struct TiffDocument {
 inline PageRequest Request(uint32_t bits, uint32_t width, uint32_t height, uint32_t xDpi = 300,
                            uint32_t yDpi = 200)
 {
-    return {.xDpi = xDpi, .yDpi = yDpi, .bitsPerPixel = bits, .width = width, .height = height};
+    return {.xDpi = xDpi, .yDpi = yDpi, .bitsPerPixel = bits, .width = width, .height = height, .pulse = {}};
 }
 
 }  // namespace vorn::wia

@@ -423,7 +423,7 @@ TEST_P(PropertiesTest, LeavesItToTheDeviceWhatItTakes)
         {"a value inside the range is refused", InRange(kLong, 300, 75, 1200, 25), 1200, SUCCESS},
         {"a value outside the range is kept back", InRange(kLong, 300, 75, 1200, 25), 1225,
          ERR_INVALID_ARGUMENT},
-        {"a value is converted to the device's type", Probe(kLong, Value::Real(VT_R8, 300)), 100,
+        {"a value is converted to the device's type", Probe(kLong, Value::Real(VT_R4, 300)), 100,
          ERR_INVALID_ARGUMENT},
         {"a property that is read only is not tried", ReadOnly(kLong, Value::I4(300)), 100,
          ERR_ACCESS_DENIED},

@@ -56,14 +56,8 @@ HRESULT FindDevice(BSTR id, DevicePtr& device)
 {
     if (!id)
         return E_INVALIDARG;
-    const WStringView wanted{id, SysStringLen(id)};
-    for (const DevicePtr& candidate : Service::Instance().Devices()) {
-        if (!wanted.empty() && candidate->Id() == wanted) {
-            device = candidate;
-            return S_OK;
-        }
-    }
-    return WIA_S_NO_DEVICE_AVAILABLE;
+    device = Service::Instance().Find({id, SysStringLen(id)});
+    return device ? S_OK : WIA_S_NO_DEVICE_AVAILABLE;
 }
 
 HRESULT ChooseDevice(HWND parent, LONG deviceType, LONG flags, DevicePtr& device)

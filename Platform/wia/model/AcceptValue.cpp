@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <span>
+#include <string>
 
 #include "PropertyTable.h"
 
@@ -135,6 +138,51 @@ HRESULT AcceptInteger(const Property& property, const IntegerLimits& limits, con
     return S_OK;
 }
 
+/** A number of any type, or the text of one: clients can write no other fraction. */
+bool ToReal(const PROPVARIANT& value, double& number)
+{
+    int64_t integer = 0;
+    if (IntegerOf(value, integer))
+        number = static_cast<double>(integer);
+    else if (value.vt == VT_R8)
+        number = value.dblVal;
+    else if (value.vt == VT_R4)
+        number = static_cast<double>(value.fltVal);
+    else if (value.vt == VT_BSTR && value.bstrVal) {
+        std::string text;
+        for (const WCHAR character : WStringView{value.bstrVal, SysStringLen(value.bstrVal)})
+            text += character < 0x80 ? static_cast<char>(character) : '?';
+        const char* const end = text.data() + text.size();
+        const auto read = std::from_chars(text.data(), end, number);
+        return read.ec == std::errc{} && read.ptr == end && std::isfinite(number);
+    } else {
+        return false;
+    }
+    return std::isfinite(number);
+}
+
+bool IsValidReal(const Property& property, double number) noexcept
+{
+    const PROPVARIANT& valid = property.valid.Get();
+    if (valid.vt != (VT_VECTOR | VT_R8) || !valid.cadbl.pElems)
+        return true;
+    const std::span values{valid.cadbl.pElems, valid.cadbl.cElems};
+    if ((property.access & WIA_PROP_RANGE) && values.size() >= WIA_RANGE_NUM_ELEMS)
+        return number >= values[WIA_RANGE_MIN] && number <= values[WIA_RANGE_MAX];
+    if (!(property.access & WIA_PROP_LIST) || values.size() < WIA_LIST_NUM_ELEMS)
+        return true;
+    return std::find(values.begin() + WIA_LIST_VALUES, values.end(), number) != values.end();
+}
+
+HRESULT AcceptReal(const Property& property, const PROPVARIANT& value, Value& accepted)
+{
+    double number = 0;
+    if (!ToReal(value, number) || !IsValidReal(property, number))
+        return E_INVALIDARG;
+    accepted = Value::Real(property.Type(), number);
+    return S_OK;
+}
+
 HRESULT AcceptText(const Property& property, const PROPVARIANT& value, Value& accepted)
 {
     WStringView text;
@@ -173,6 +221,8 @@ HRESULT AcceptValue(const Property& property, const PROPVARIANT& value, Value& a
         return AcceptInteger(property, limits, value, accepted);
     if (property.Type() == VT_BSTR)
         return AcceptText(property, value, accepted);
+    if (property.Type() == VT_R8)
+        return AcceptReal(property, value, accepted);
     if (property.Type() == VT_CLSID)
         return AcceptGuid(property, value, accepted);
     if (value.vt != property.Type() || IsBrokenVector(value))

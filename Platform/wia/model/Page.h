@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -51,7 +52,9 @@ public:
     virtual const uint8_t* ReadyImage() const noexcept { return nullptr; }
 };
 
-/** What is asked of the device for one page; the page delivered has just this geometry. */
+class PropertyTable;
+
+/** What is asked of the device for one page; a virtual device delivers just this geometry, a real one comes near. */
 struct PageRequest {
     uint32_t xDpi = 300, yDpi = 300;
     uint32_t bitsPerPixel = 24;  ///< 1, 8 or 24
@@ -60,6 +63,11 @@ struct PageRequest {
     uint32_t pageNumber = 1;  ///< counted from 1 over the pages that the device delivered from this source
     bool backSide = false;    ///< the back of a sheet that is scanned on both sides
     int32_t brightness = 0, contrast = 0, threshold = 128;  ///< -1000..1000, -1000..1000, 0..255
+    const PropertyTable* settings = nullptr;  ///< the item's, for a device that has more of them
+
+    /** Called now and then by a page that takes long to deliver the rows asked for, with the percentage of the
+     * page that has come; any answer but `S_OK` ends the page with it. May be empty. */
+    std::function<HRESULT(uint32_t percent)> pulse;
 };
 
 /** Where a device takes its pages from: paper in its feeder, the sheet on its glass, a stored picture. */
@@ -75,6 +83,9 @@ public:
      * @return `S_OK` with `page` set; `WIA_ERROR_PAPER_EMPTY` when nothing is left; another platform error.
      */
     virtual HRESULT NextPage(const PageRequest& request, std::unique_ptr<Page>& page) = 0;
+
+    /** Told when a transfer is over that no other one continues; not while the pages of a batch come one a transfer. */
+    virtual void EndTransfer() noexcept {}
 };
 
 }  // namespace vorn::wia

@@ -45,14 +45,16 @@ PageRequest RequestOf(const PropertyTable& settings) noexcept
     request.brightness = settings.Long(WIA_IPS_BRIGHTNESS);
     request.contrast = settings.Long(WIA_IPS_CONTRAST);
     request.threshold = settings.Long(WIA_IPS_THRESHOLD, 128);
+    request.settings = &settings;
     return request;
 }
 
 }  // namespace
 
-PageFeed::PageFeed(Item& item)
+PageFeed::PageFeed(Item& item, Batch batch)
     : item_{item},
       slot_{ChooseSlot(item)},
+      batch_{batch},
       request_{RequestOf(item.Properties())},
       rotation_{item.Properties().Long(WIA_IPS_ROTATION, PORTRAIT)}
 {
@@ -62,6 +64,13 @@ PageFeed::PageFeed(Item& item)
     duplex_ = (handling & DUPLEX) != 0;
     backOnly_ = !duplex_ && (handling & BACK_ONLY) != 0;
     limit_ = PagesAskedFor(item);
+}
+
+PageFeed::~PageFeed()
+{
+    const bool goesOn = batch_ == Batch::MayGoOn && limit_ == 1;
+    if (slot_ && !goesOn)
+        slot_.source->EndTransfer();
 }
 
 HRESULT PageFeed::Next(std::unique_ptr<Page>& page)

@@ -12,8 +12,16 @@ namespace vorn::wia {
 
 class PageFeed {
 public:
+    /** Whether other transfers of one page each may follow, as clients fetch the pages of a batch into files. */
+    enum class Batch { OneTransfer, MayGoOn };
+
     /** Reads the settings of the item and of its root as they are now. */
-    explicit PageFeed(Item& item);
+    explicit PageFeed(Item& item, Batch batch = Batch::MayGoOn);
+    PageFeed(const PageFeed&) = delete;
+    ~PageFeed();
+
+    /** Who hears that a slow page is still under way, and may stop it: PageRequest::pulse. */
+    void OnPulse(std::function<HRESULT(uint32_t percent)> pulse) { request_.pulse = std::move(pulse); }
 
     /** At most this many pages; 0: until the source is empty. */
     void Limit(uint32_t pages) noexcept { limit_ = pages; }
@@ -33,6 +41,7 @@ public:
 private:
     Item& item_;
     PageSlot& slot_;
+    Batch batch_;
     PageRequest request_;
     LONG rotation_ = PORTRAIT;
     bool duplex_ = false;

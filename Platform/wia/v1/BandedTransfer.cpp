@@ -27,7 +27,7 @@ public:
           callback_{callback},
           format_{FormatOf(item)},
           bufferSize_{bufferSize},
-          feed_{item},
+          feed_{item, PageFeed::Batch::OneTransfer},
           sink_{callback, item.Tree().Device(), bufferSize, !IsDib(format_)}
     {
     }
@@ -38,6 +38,9 @@ public:
         if (!encoder)
             return E_INVALIDARG;
 
+        feed_.OnPulse([this](uint32_t percent) {
+            return Tell(IT_MSG_STATUS, IT_STATUS_TRANSFER_FROM_DEVICE, static_cast<LONG>(percent));
+        });
         std::unique_ptr<Page> page;
         HRESULT result = feed_.Next(page);
         if (result != S_OK)

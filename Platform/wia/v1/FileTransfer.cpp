@@ -37,6 +37,7 @@ public:
         if (!encoder)
             return E_INVALIDARG;
 
+        feed_.OnPulse([this](uint32_t percent) { return Tell(IT_MSG_STATUS, percent); });
         // Before the first page is there, a file of that name is left alone.
         std::unique_ptr<Page> page;
         if (const HRESULT result = feed_.Next(page); result != S_OK)

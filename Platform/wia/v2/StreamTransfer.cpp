@@ -63,6 +63,7 @@ HRESULT StreamTransfer::SendItem(Item& item)
     if (!encoder)
         return E_INVALIDARG;
     PageFeed feed{item};
+    feed.OnPulse([this](uint32_t percent) { return Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
     for (;;) {
         if (cancelled_)
             return S_FALSE;
@@ -92,6 +93,7 @@ HRESULT StreamTransfer::GetStream(Item& item, IStream** stream)
 HRESULT StreamTransfer::SendDocument(Item& item, PageEncoder& encoder)
 {
     PageFeed feed{item};
+    feed.OnPulse([this](uint32_t percent) { return Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
     std::unique_ptr<Page> page;
     if (const HRESULT result = feed.Next(page); result != S_OK)
         return result;

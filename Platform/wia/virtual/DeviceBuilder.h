@@ -150,7 +150,7 @@ public:
     ~ScopedDevices();
 
 private:
-    std::vector<DevicePtr> before_;
+    DeviceList before_;
 };
 
 /** Makes the device manager of a generation unavailable: CoCreateInstance gives REGDB_E_CLASSNOTREG. */

@@ -1,6 +1,6 @@
 // The items of a scanner, with every property that the published drivers have there.
 
-#include "../model/ImageFormats.h"
+#include "../model/TransferSettings.h"
 #include "DeviceBuilder.h"
 #include "ScannerRules.h"
 
@@ -10,7 +10,6 @@ namespace {
 
 constexpr LONG kItemType = WiaItemTypeTransfer | WiaItemTypeImage | WiaItemTypeFile;
 constexpr LONG kDpi = 150;
-constexpr LONG kBufferBytes = 65536;
 const WCHAR* const kColorProfile = VORN_TEXT("sRGB Color Space Profile.icm");
 
 // Thousandths of an inch.
@@ -18,29 +17,18 @@ constexpr LONG kWidth = 8500;
 constexpr LONG kGlassHeight = 11700;
 constexpr LONG kFeederHeight = 14000;
 
-void AddImageProperties(ItemDefinition& item, Generation generation)
+void AddImageProperties(ItemDefinition& item)
 {
-    const bool first = generation == Generation::One;
-    const LONG tymed = first ? LONG{TYMED_CALLBACK} : LONG{TYMED_FILE};
-    const std::vector<GUID> formats = FormatsOf(item.formats, tymed);
     item.Set(OneOf(WIA_IPA_DATATYPE, WIA_DATA_COLOR,
                    std::vector<LONG>{WIA_DATA_THRESHOLD, WIA_DATA_GRAYSCALE, WIA_DATA_COLOR}))
         .Set(OneOf(WIA_IPA_DEPTH, 24, std::vector<LONG>{24}))
-        .Set(ReadOnly(WIA_IPA_PREFERRED_FORMAT, Value::Guid(WiaImgFmt_BMP)))
-        .Set(OneOf(WIA_IPA_FORMAT, formats.front(), formats))
-        .Set(OneOf(WIA_IPA_COMPRESSION, WIA_COMPRESSION_NONE, std::vector<LONG>{WIA_COMPRESSION_NONE}))
-        .Set(OneOf(WIA_IPA_TYMED, tymed, std::vector<LONG>{TYMED_CALLBACK, TYMED_FILE, TYMED_MULTIPAGE_FILE}))
         .Set(ReadOnly(WIA_IPA_CHANNELS_PER_PIXEL, Value::I4(3)))
         .Set(ReadOnly(WIA_IPA_BITS_PER_CHANNEL, Value::I4(8)))
-        .Set(ReadOnly(WIA_IPA_PLANAR, Value::I4(WIA_PACKED_PIXEL)))
         .Set(ReadOnly(WIA_IPA_PIXELS_PER_LINE, Value::I4(0)))
         .Set(ReadOnly(WIA_IPA_BYTES_PER_LINE, Value::I4(0)))
         .Set(ReadOnly(WIA_IPA_NUMBER_OF_LINES, Value::I4(0)))
         .Set(ReadOnly(WIA_IPA_ITEM_SIZE, Value::I4(0)))
-        .Set(ReadOnly(WIA_IPA_BUFFER_SIZE, Value::I4(kBufferBytes)))
-        .Set(OneOf(WIA_IPA_ICM_PROFILE_NAME, kColorProfile, std::vector<WString>{kColorProfile}))
-        .Set(ReadOnly(WIA_IPA_FILENAME_EXTENSION, Value::Text(VORN_TEXT("BMP"))))
-        .Set(ReadOnly(WIA_IPA_SUPPRESS_PROPERTY_PAGE, Value::I4(0)));
+        .Set(OneOf(WIA_IPA_ICM_PROFILE_NAME, kColorProfile, std::vector<WString>{kColorProfile}));
 }
 
 void AddScanProperties(ItemDefinition& item, LONG height)
@@ -116,7 +104,7 @@ ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool fee
 
     ItemDefinition item;
     item.type = kItemType;
-    item.formats = ImageFormats(generation, true);
+    AddTransferProperties(item, generation);
     item.follow = FollowScannerItem;
     item.written = TellPageSize;
     if (first) {
@@ -127,7 +115,7 @@ ItemDefinition ScannerItem(Generation generation, SourceFactory source, bool fee
     }
     (feeder ? item.feeder : item.single) = std::move(source);
 
-    AddImageProperties(item, generation);
+    AddImageProperties(item);
     AddScanProperties(item, height);
     if (!first)
         AddSecondGenerationProperties(item, height);

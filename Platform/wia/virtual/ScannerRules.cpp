@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "../model/FileNames.h"
 #include "../model/ImageFormats.h"
 #include "../model/RotatedPage.h"
+#include "../model/TransferSettings.h"
 
 namespace vorn::wia {
 
@@ -143,15 +143,6 @@ void FollowIntent(Item& item)
         UseResolution(item, resolution);
 }
 
-/** The extension of the format's files, in capitals and without its dot. */
-void FollowFormat(PropertyTable& table)
-{
-    WString extension{ExtensionOf(table.Guid(WIA_IPA_FORMAT)).substr(1)};
-    for (WCHAR& letter : extension)
-        letter = static_cast<WCHAR>(letter - u'a' + u'A');
-    table.SetText(WIA_IPA_FILENAME_EXTENSION, extension);
-}
-
 struct PageSize {
     LONG size, width, height;  ///< in thousandths of an inch
 };
@@ -194,23 +185,6 @@ LONG SelectedPageSize(const PropertyTable& table) noexcept
     return WIA_PAGE_CUSTOM;
 }
 
-/** The formats of the medium in force; one that it does not have gives way to its first. */
-void FollowMedium(Item& item)
-{
-    PropertyTable& table = item.Properties();
-    const std::vector<GUID> formats = FormatsOf(item.Definition().formats, table.Long(WIA_IPA_TYMED));
-    Property* format = table.Find(WIA_IPA_FORMAT);
-    if (!format || formats.empty())
-        return;
-    const GUID wanted = format->value.ToGuid();
-    const bool offered = std::any_of(formats.begin(), formats.end(),
-                                     [&](const GUID& guid) { return IsEqualGUID(guid, wanted); });
-    if (!offered)
-        format->value = Value::Guid(formats.front());
-    format->valid = ListValues(formats.front(), formats);
-    FollowFormat(table);
-}
-
 }  // namespace
 
 std::vector<LONG> PageSizesWithin(LONG width, LONG height)
@@ -231,6 +205,18 @@ LONG PageSizeOf(LONG width, LONG height) noexcept
             return page.size;
     }
     return WIA_PAGE_CUSTOM;
+}
+
+bool DimensionsOf(LONG pageSize, LONG& width, LONG& height) noexcept
+{
+    for (const PageSize& page : kPageSizes) {
+        if (page.size != pageSize)
+            continue;
+        width = page.width;
+        height = page.height;
+        return true;
+    }
+    return false;
 }
 
 void FollowScannerItem(Item& item, PROPID changed)

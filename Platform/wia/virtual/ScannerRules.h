@@ -15,6 +15,9 @@ std::vector<LONG> PageSizesWithin(LONG width, LONG height);
 /** The page size that a piece of paper is; WIA_PAGE_CUSTOM for one that has no name. */
 LONG PageSizeOf(LONG width, LONG height) noexcept;
 
+/** How large a page size is in thousandths of an inch; false for one without dimensions. */
+bool DimensionsOf(LONG pageSize, LONG& width, LONG& height) noexcept;
+
 /** What an item does once one of its properties has changed. */
 void FollowScannerItem(Item& item, PROPID changed);
 

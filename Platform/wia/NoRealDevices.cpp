@@ -1,0 +1,17 @@
+// Where the system has its own service, or no library for real devices.
+
+#include "RealDevices.h"
+
+namespace vorn::wia {
+
+std::vector<DevicePtr> RealDevices()
+{
+    return {};
+}
+
+DevicePtr RealDevice(WStringView, const std::vector<DevicePtr>&, const std::vector<DevicePtr>&)
+{
+    return nullptr;
+}
+
+}  // namespace vorn::wia

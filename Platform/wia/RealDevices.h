@@ -1,0 +1,22 @@
+/**
+ * @file RealDevices.h
+ * The real devices of this machine, where the service brings them itself.
+ */
+#pragma once
+
+#include <vector>
+
+#include "model/Device.h"
+
+namespace vorn::wia {
+
+/** Looks for them, for a bounded time: what was found until then is what there is. */
+std::vector<DevicePtr> RealDevices();
+
+/**
+ * The device that an id means: the one that has it; else the one that had it `before` and has another since it was
+ * plugged in anew, when maker and model leave no doubt. Null when there is none.
+ */
+DevicePtr RealDevice(WStringView id, const std::vector<DevicePtr>& before, const std::vector<DevicePtr>& now);
+
+}  // namespace vorn::wia

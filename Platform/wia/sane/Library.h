@@ -1,0 +1,34 @@
+/**
+ * @file Library.h
+ * libsane, loaded when a scanner is first needed: a process that uses none does not pay for it, and a system without
+ * it has no real scanners.
+ */
+#pragma once
+
+#include <mutex>
+
+#include <sane/sane.h>
+
+namespace vorn::wia {
+
+/** The calls of libsane. Their contract is SANE's. */
+struct SaneCalls {
+    decltype(&sane_init) init;
+    decltype(&sane_open) open;
+    decltype(&sane_close) close;
+    decltype(&sane_get_option_descriptor) describe;
+    decltype(&sane_control_option) control;
+    decltype(&sane_get_parameters) parameters;
+    decltype(&sane_start) start;
+    decltype(&sane_read) read;
+    decltype(&sane_cancel) cancel;
+    decltype(&sane_set_io_mode) setIoMode;
+};
+
+/** The library, initialised; null when it is not there. It stays for the life of the process. */
+const SaneCalls* Sane();
+
+/** Held around calls of the library, which knows no threads. */
+std::recursive_mutex& SaneMutex();
+
+}  // namespace vorn::wia

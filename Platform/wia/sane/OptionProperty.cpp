@@ -1,0 +1,198 @@
+#include "OptionProperty.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Text.h"
+
+namespace vorn::wia {
+
+namespace {
+
+RawValue WordValue(SANE_Word word)
+{
+    RawValue raw(sizeof word);
+    std::memcpy(raw.data(), &word, sizeof word);
+    return raw;
+}
+
+bool IsFixed(const SaneOption& option) noexcept
+{
+    return option.descriptor->type == SANE_TYPE_FIXED;
+}
+
+double NumberOf(const SaneOption& option, SANE_Word word) noexcept
+{
+    return IsFixed(option) ? SANE_UNFIX(word) : word;
+}
+
+ULONG AccessOf(const SaneOption& option) noexcept
+{
+    const ULONG write = option.CanBeSet() ? WIA_PROP_WRITE : 0;
+    return WIA_PROP_READ | write;
+}
+
+Property Plain(const SaneOption& option, Value value)
+{
+    Property property;
+    property.id = OptionId(option);
+    property.name = ToWide(option.Name());
+    property.value = std::move(value);
+    property.access = AccessOf(option) | WIA_PROP_NONE;
+    return property;
+}
+
+Property WithValid(const SaneOption& option, Value value, ULONG kind, Value valid)
+{
+    Property property = Plain(option, std::move(value));
+    if (!option.CanBeSet())
+        return property;
+    property.access = AccessOf(option) | kind;
+    property.valid = std::move(valid);
+    return property;
+}
+
+std::vector<LONG> Longs(const std::vector<double>& numbers)
+{
+    std::vector<LONG> longs;
+    for (const double number : numbers)
+        longs.push_back(static_cast<LONG>(number));
+    return longs;
+}
+
+Property Integer(const SaneOption& option)
+{
+    const LONG value = option.Word();
+    NumberRange range;
+    if (RangeOf(option, range))
+        return WithValid(
+            option, Value::I4(value), WIA_PROP_RANGE,
+            RangeValues(static_cast<LONG>(range.minimum), value, static_cast<LONG>(range.maximum),
+                        std::max<LONG>(1, static_cast<LONG>(range.step))));
+    const std::vector<double> numbers = NumbersOf(option);
+    if (!numbers.empty())
+        return WithValid(option, Value::I4(value), WIA_PROP_LIST, ListValues(value, Longs(numbers)));
+    return Plain(option, Value::I4(value));
+}
+
+Property Real(const SaneOption& option)
+{
+    const double value = option.Number();
+    NumberRange range;
+    if (RangeOf(option, range))
+        return WithValid(option, Value::Real(VT_R8, value), WIA_PROP_RANGE,
+                         Value::Reals({range.minimum, value, range.maximum, range.step}));
+    const std::vector<double> numbers = NumbersOf(option);
+    if (numbers.empty())
+        return Plain(option, Value::Real(VT_R8, value));
+    std::vector<double> elements{static_cast<double>(numbers.size()), value};
+    elements.insert(elements.end(), numbers.begin(), numbers.end());
+    return WithValid(option, Value::Real(VT_R8, value), WIA_PROP_LIST, Value::Reals(elements));
+}
+
+Property Text(const SaneOption& option)
+{
+    const WString value = ToWide(option.Text());
+    std::vector<WString> listed;
+    for (const std::string& text : TextsOf(option))
+        listed.push_back(ToWide(text));
+    return listed.empty() ? Plain(option, Value::Text(value))
+                          : WithValid(option, Value::Text(value), WIA_PROP_LIST, ListValues(value, listed));
+}
+
+}  // namespace
+
+bool RangeOf(const SaneOption& option, NumberRange& range)
+{
+    const SANE_Range* const limits = option.descriptor->constraint_type == SANE_CONSTRAINT_RANGE
+                                         ? option.descriptor->constraint.range
+                                         : nullptr;
+    if (!option.IsNumber() || !limits)
+        return false;
+    range = {NumberOf(option, limits->min), NumberOf(option, limits->max), NumberOf(option, limits->quant)};
+    return true;
+}
+
+std::vector<double> NumbersOf(const SaneOption& option)
+{
+    std::vector<double> numbers;
+    const bool listed = option.descriptor->constraint_type == SANE_CONSTRAINT_WORD_LIST;
+    if (!option.IsNumber() || !listed || !option.descriptor->constraint.word_list)
+        return numbers;
+    const SANE_Word* const words = option.descriptor->constraint.word_list;
+    for (SANE_Word i = 1; i <= words[0]; ++i)
+        numbers.push_back(NumberOf(option, words[i]));
+    return numbers;
+}
+
+std::vector<std::string> TextsOf(const SaneOption& option)
+{
+    std::vector<std::string> texts;
+    const bool listed = option.descriptor->constraint_type == SANE_CONSTRAINT_STRING_LIST;
+    if (option.descriptor->type != SANE_TYPE_STRING || !listed || !option.descriptor->constraint.string_list)
+        return texts;
+    for (const SANE_String_Const* text = option.descriptor->constraint.string_list; *text; ++text)
+        texts.emplace_back(*text);
+    return texts;
+}
+
+Property PropertyOf(const SaneOption& option)
+{
+    switch (option.descriptor->type) {
+        case SANE_TYPE_BOOL:
+            return WithValid(option, Value::I4(option.Word() ? 1 : 0), WIA_PROP_LIST, ListValues(0, {0, 1}));
+        case SANE_TYPE_BUTTON:
+            return WithValid(option, Value::I4(0), WIA_PROP_LIST, ListValues(0, {0, 1}));
+        case SANE_TYPE_STRING:
+            return Text(option);
+        default:
+            break;
+    }
+    if (!option.IsSingleNumber())
+        return Plain(option, Value::Bytes(option.value));
+    return IsFixed(option) ? Real(option) : Integer(option);
+}
+
+RawValue TextValue(std::string_view text)
+{
+    RawValue raw(text.begin(), text.end());
+    raw.push_back(0);
+    return raw;
+}
+
+RawValue NearestNumber(const SaneOption& option, double number)
+{
+    const std::vector<double> numbers = NumbersOf(option);
+    if (!numbers.empty())
+        number = *std::min_element(numbers.begin(), numbers.end(), [number](double a, double b) {
+            return std::abs(a - number) < std::abs(b - number);
+        });
+    NumberRange range;
+    if (RangeOf(option, range)) {
+        number = std::clamp(number, range.minimum, std::max(range.minimum, range.maximum));
+        if (range.step > 0)
+            number = range.minimum + std::round((number - range.minimum) / range.step) * range.step;
+        // The largest may be no multiple of the step.
+        if (number > range.maximum && range.step > 0)
+            number -= range.step;
+    }
+    // Clamped before it becomes a word: a fixed-point one holds 16 bits before the point.
+    const double scaled = IsFixed(option) ? number * (1 << SANE_FIXED_SCALE_SHIFT) : number;
+    return WordValue(static_cast<SANE_Word>(std::clamp(std::round(scaled), -2147483648.0, 2147483647.0)));
+}
+
+RawValue RawOf(const SaneOption& option, const Value& value)
+{
+    const PROPVARIANT& variant = value.Get();
+    if (value.Type() == VT_BSTR)
+        return TextValue(ToNarrow(value.ToText()));
+    if (value.Type() == VT_R8)
+        return WordValue(static_cast<SANE_Word>(std::clamp(
+            std::round(variant.dblVal * (1 << SANE_FIXED_SCALE_SHIFT)), -2147483648.0, 2147483647.0)));
+    if (value.Type() == (VT_VECTOR | VT_UI1) && variant.caub.cElems == option.value.size())
+        return {variant.caub.pElems, variant.caub.pElems + variant.caub.cElems};
+    return value.Type() == VT_I4 ? WordValue(value.Long()) : RawValue{};
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,275 @@
+#include "SaneDevice.h"
+
+#include "../model/TransferSettings.h"
+#include "../virtual/DeviceBuilder.h"
+#include "../virtual/DeviceProperties.h"
+#include "../virtual/ScannerRules.h"
+#include "Area.h"
+#include "OptionProperty.h"
+#include "SanePages.h"
+#include "Settings.h"
+#include "Text.h"
+
+namespace vorn::wia {
+
+namespace {
+
+using ScannerPtr = std::shared_ptr<Scanner>;
+
+constexpr LONG kRootType = WiaItemTypeRoot | WiaItemTypeFolder | WiaItemTypeDevice;
+constexpr LONG kItemType = WiaItemTypeTransfer | WiaItemTypeImage | WiaItemTypeFile;
+constexpr LONG kMostPages = 10000;
+
+SourceKind KindOfHandling(LONG flags) noexcept
+{
+    if (flags & DUPLEX)
+        return SourceKind::Duplex;
+    if (flags & BACK_ONLY)
+        return SourceKind::Back;
+    return SourceKind::Feeder;
+}
+
+LONG HandlingFlags(const Sources& sources) noexcept
+{
+    return (sources.hasDuplex ? DUPLEX | FRONT_FIRST : 0) | (sources.hasBack ? BACK_ONLY : 0) |
+           (sources.hasFeeder ? FRONT_ONLY : 0);
+}
+
+/** Contradictions: both sides and one side, two single sides. */
+HRESULT CheckSides(LONG flags) noexcept
+{
+    const bool oneSide = (flags & (FRONT_ONLY | BACK_ONLY)) != 0;
+    const bool twoOneSides = (flags & FRONT_ONLY) && (flags & BACK_ONLY);
+    return twoOneSides || ((flags & DUPLEX) && oneSide) ? E_INVALIDARG : S_OK;
+}
+
+HRESULT CheckRootHandling(const Value& value)
+{
+    const LONG flags = value.Long();
+    const bool feeder = (flags & FEEDER) != 0;
+    const bool flatbed = (flags & FLATBED) != 0;
+    return feeder == flatbed || (flatbed && (flags & ~FLATBED)) ? E_INVALIDARG : CheckSides(flags);
+}
+
+/** What has no value of its own but does something, or changes by itself. */
+void Animate(Property& property, const ScannerPtr& scanner)
+{
+    for (SaneOption& option : scanner->Options()) {
+        if (OptionId(option) != property.id)
+            continue;
+        const size_t at = static_cast<size_t>(&option - scanner->Options().data());
+        if (option.descriptor->type == SANE_TYPE_BUTTON) {
+            property.applied = [scanner, at](const Value& value) {
+                if (value.Long() == 1)
+                    scanner->Press(scanner->Options().at(at));
+            };
+        } else if (!SANE_OPTION_IS_SETTABLE(option.descriptor->cap)) {
+            property.read = [scanner, at](PROPVARIANT& value) {
+                SaneOption& sensor = scanner->Options().at(at);
+                if (!scanner->IsScanning())
+                    scanner->Refresh(sensor);
+                return PropertyOf(sensor).value.CopyTo(&value);
+            };
+        }
+        return;
+    }
+}
+
+/** The item as the scanner is set now. */
+ItemDefinition ItemAsSet(const ScannerPtr& scanner, Generation generation)
+{
+    ItemDefinition item;
+    item.type = kItemType;
+    AddTransferProperties(item, generation);
+    Describe(*scanner, [&](Property property) {
+        Animate(property, scanner);
+        item.Set(std::move(property));
+    });
+    const LONG intents = WIA_INTENT_IMAGE_TYPE_COLOR | WIA_INTENT_IMAGE_TYPE_GRAYSCALE |
+                         WIA_INTENT_IMAGE_TYPE_TEXT | WIA_INTENT_MINIMIZE_SIZE | WIA_INTENT_MAXIMIZE_QUALITY |
+                         WIA_INTENT_BEST_PREVIEW;
+    item.Set(FlagsOf(WIA_IPS_CUR_INTENT, WIA_INTENT_NONE, intents))
+        .Set(ReadOnly(WIA_IPS_PHOTOMETRIC_INTERP, Value::I4(WIA_PHOTO_WHITE_1)))
+        .Set(ReadOnly(WIA_IPS_ORIENTATION, Value::I4(PORTRAIT)))
+        .Set(OneOf(WIA_IPS_ROTATION, PORTRAIT, std::vector<LONG>{PORTRAIT, LANSCAPE, ROT180, ROT270}));
+
+    item.follow = [scanner](Item& changed, PROPID id) {
+        if (id == WIA_IPA_TYMED)
+            FollowMedium(changed);
+        else if (id == WIA_IPA_FORMAT)
+            FollowFormat(changed.Properties());
+        else
+            Settings{*scanner, changed.Properties()}.Follow(id);
+    };
+    // A client that changes something between two pages is not about to fetch the next one of a batch.
+    item.written = [scanner](Item& written, PROPID) {
+        if (scanner->owner == &written.Properties() && !scanner->IsScanning())
+            scanner->EndBatch();
+    };
+    return item;
+}
+
+Property StatusProperty(const ScannerPtr& scanner, const Sources& sources)
+{
+    Property status = ReadOnly(WIA_DPS_DOCUMENT_HANDLING_STATUS, Value::I4(0));
+    status.read = [scanner, sources](PROPVARIANT& value) {
+        SaneOption* const sensor = Find(*scanner, Role::PaperSensor);
+        if (sensor && !scanner->IsScanning())
+            scanner->Refresh(*sensor);
+        const bool empty = sensor && sensor->CanBeRead() && sensor->Word() == 0;
+        const LONG feeder =
+            sources.hasFeeder && !empty ? FEED_READY | (sources.hasDuplex ? DUP_READY : 0) : 0;
+        return Value::I4((sources.hasFlatbed ? FLAT_READY : 0) | feeder).CopyTo(&value);
+    };
+    return status;
+}
+
+/** The root's pages and sizes; the sizes are those of the items. */
+ItemDefinition RootItem(const ScannerPtr& scanner, const Sources& sources, REFGUID category = GUID{})
+{
+    ItemDefinition root = BareItem(VORN_TEXT("Root"), kRootType, category);
+    const LONG capabilities = (sources.hasFeeder ? FEED | DETECT_FEED : 0) |
+                              (sources.hasFlatbed ? FLAT | DETECT_FLAT : 0) | (sources.hasDuplex ? DUP : 0);
+    root.Set(ReadOnly(WIA_DPA_CONNECT_STATUS, Value::I4(WIA_DEVICE_CONNECTED)))
+        .Set(ReadOnly(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES, Value::I4(capabilities)))
+        .Set(StatusProperty(scanner, sources))
+        .Set(InRange(WIA_DPS_PAGES, 1, sources.hasFeeder ? 0 : 1, sources.hasFeeder ? kMostPages : 1));
+    root.written = [scanner](Item&, PROPID) {
+        if (!scanner->IsScanning())
+            scanner->EndBatch();
+    };
+    return root;
+}
+
+void AddSizes(ItemDefinition& root, Scanner& scanner, PROPID width, PROPID height)
+{
+    const Area across = AreaOf(scanner, Role::Left, Role::Right);
+    const Area down = AreaOf(scanner, Role::Top, Role::Bottom);
+    if (across.known && down.known)
+        root.Set(ReadOnly(width, Value::I4(across.ThousandthsOfAnInch(across.size))))
+            .Set(ReadOnly(height, Value::I4(down.ThousandthsOfAnInch(down.size))));
+    for (const auto& [id, first] :
+         {std::pair{WIA_DPS_OPTICAL_XRES, Role::Left}, {WIA_DPS_OPTICAL_YRES, Role::Top}}) {
+        NumberRange range;
+        const SaneOption* const option = ResolutionOf(scanner, first);
+        if (option && RangeOf(*option, range))
+            root.Set(ReadOnly(id, Value::I4(static_cast<LONG>(range.maximum))));
+    }
+}
+
+/** Tells the sizes of glass and feeder, and leaves the scanner at the source that it had. */
+void AddSizesOfSources(ItemDefinition& root, Scanner& scanner, const Sources& sources)
+{
+    const SourceKind before = SourceInForce(scanner, sources);
+    if (sources.hasFeeder) {
+        UseSource(scanner, sources, SourceKind::Feeder);
+        AddSizes(root, scanner, WIA_DPS_HORIZONTAL_SHEET_FEED_SIZE, WIA_DPS_VERTICAL_SHEET_FEED_SIZE);
+    }
+    if (sources.hasFlatbed) {
+        UseSource(scanner, sources, SourceKind::Flatbed);
+        AddSizes(root, scanner, WIA_DPS_HORIZONTAL_BED_SIZE, WIA_DPS_VERTICAL_BED_SIZE);
+    }
+    UseSource(scanner, sources, before);
+}
+
+ItemDefinition Tree1(const FoundScanner& found)
+{
+    const ScannerPtr scanner = Scanner::Open(found.name);
+    const Sources sources = SourcesOf(*scanner, found.type);
+    ItemDefinition root = RootItem(scanner, sources);
+    AddSizesOfSources(root, *scanner, sources);
+
+    const SourceKind kind = SourceInForce(*scanner, sources);
+    const LONG select = kind == SourceKind::Flatbed  ? FLATBED
+                        : kind == SourceKind::Duplex ? FEEDER | DUPLEX
+                                                     : LONG{FEEDER};
+    Property handling = FlagsOf(
+        WIA_DPS_DOCUMENT_HANDLING_SELECT, select,
+        (sources.hasFlatbed ? FLATBED : 0) | (sources.hasFeeder ? FEEDER : 0) | HandlingFlags(sources));
+    handling.check = CheckRootHandling;
+    root.Set(std::move(handling));
+    root.follow = [scanner, sources](Item& changed, PROPID id) {
+        if (id != WIA_DPS_DOCUMENT_HANDLING_SELECT)
+            return;
+        const LONG flags = changed.Properties().Long(id);
+        for (const auto& item : changed.Children())
+            Settings{*scanner, item->Properties()}.Use(
+                sources, flags & FLATBED ? SourceKind::Flatbed : KindOfHandling(flags));
+    };
+
+    ItemDefinition item = ItemAsSet(scanner, Generation::One);
+    item.name = VORN_TEXT("Scan");
+    if (sources.hasFlatbed)
+        item.single = [scanner] { return MakeSaneSource(scanner, false); };
+    if (sources.hasFeeder)
+        item.feeder = [scanner] { return MakeSaneSource(scanner, true); };
+    root.children.push_back(std::move(item));
+    return root;
+}
+
+ItemDefinition FlatbedItem(const ScannerPtr& scanner, const Sources& sources)
+{
+    UseSource(*scanner, sources, SourceKind::Flatbed);
+    ItemDefinition item = ItemAsSet(scanner, Generation::Two);
+    item.name = VORN_TEXT("Flatbed");
+    item.category = WIA_CATEGORY_FLATBED;
+    item.single = [scanner] { return MakeSaneSource(scanner, false); };
+    return item;
+}
+
+ItemDefinition FeederItem(const ScannerPtr& scanner, const Sources& sources)
+{
+    UseSource(*scanner, sources, SourceKind::Feeder);
+    ItemDefinition item = ItemAsSet(scanner, Generation::Two);
+    item.name = VORN_TEXT("Feeder");
+    item.category = WIA_CATEGORY_FEEDER;
+    item.feeder = [scanner] { return MakeSaneSource(scanner, true); };
+    Property handling =
+        FlagsOf(WIA_IPS_DOCUMENT_HANDLING_SELECT, FRONT_ONLY, FEEDER | HandlingFlags(sources));
+    handling.check = [](const Value& value) { return CheckSides(value.Long()); };
+    Property pages = InRange(WIA_IPS_PAGES, 1, 0, kMostPages);
+    pages.ofRoot = true;
+    item.Set(std::move(handling)).Set(std::move(pages));
+    item.follow = [scanner, sources, follow = std::move(item.follow)](Item& changed, PROPID id) {
+        if (id == WIA_IPS_DOCUMENT_HANDLING_SELECT)
+            Settings{*scanner, changed.Properties()}.Use(sources,
+                                                         KindOfHandling(changed.Properties().Long(id)));
+        else
+            follow(changed, id);
+    };
+    return item;
+}
+
+ItemDefinition Tree2(const FoundScanner& found)
+{
+    const ScannerPtr scanner = Scanner::Open(found.name);
+    const Sources sources = SourcesOf(*scanner, found.type);
+    ItemDefinition root = RootItem(scanner, sources, WIA_CATEGORY_ROOT);
+    AddSizesOfSources(root, *scanner, sources);
+    if (sources.hasFlatbed)
+        root.children.push_back(FlatbedItem(scanner, sources));
+    if (sources.hasFeeder)
+        root.children.push_back(FeederItem(scanner, sources));
+    return root;
+}
+
+}  // namespace
+
+DevicePtr MakeSaneDevice(const FoundScanner& found)
+{
+    DeviceDefinition definition;
+    const std::string name = found.vendor + (found.vendor.empty() ? "" : " ") + found.model;
+    definition.properties = DeviceProperties(ToWide(found.name), ToWide(name.empty() ? found.name : name),
+                                             ToWide(found.type), StiDeviceTypeScanner);
+    for (Property& property : definition.properties) {
+        if (property.id == WIA_DIP_VEND_DESC)
+            property.value = Value::Text(ToWide(found.vendor));
+        if (property.id == WIA_DIP_PORT_NAME)
+            property.value = Value::Text(ToWide(found.name));
+    }
+    definition.tree1 = [found] { return Tree1(found); };
+    definition.tree2 = [found] { return Tree2(found); };
+    return std::make_shared<const Device>(std::move(definition));
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,273 @@
+#include "SanePages.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+#include "../../include/comobject.h"
+#include "Area.h"
+#include "FrameReader.h"
+#include "Settings.h"
+#include "Statuses.h"
+
+namespace vorn::wia {
+
+namespace {
+
+/** White where the device delivered fewer lines than it had announced: the rest of the paper was not there. */
+void ClearRow(const PageGeometry& geometry, uint8_t* row) noexcept
+{
+    std::memset(row, 0xFF, static_cast<size_t>(geometry.RowBytes()));
+}
+
+uint8_t* RowIn(uint8_t* rows, uint32_t i, uint32_t count, RowOrder order, uint64_t rowBytes) noexcept
+{
+    return rows + (order == RowOrder::TopDown ? i : count - 1 - i) * rowBytes;
+}
+
+/** Ends the scan on every way out that is not the end of the page. */
+class PageGuard {
+public:
+    PageGuard(std::shared_ptr<Scanner> scanner, bool feeder) noexcept
+        : scanner_{std::move(scanner)}, feeder_{feeder}
+    {
+    }
+    PageGuard(const PageGuard&) = delete;
+    ~PageGuard()
+    {
+        if (!done_)
+            scanner_->EndBatch();
+    }
+
+    void PageIsDone() noexcept
+    {
+        done_ = true;
+        scanner_->EndPage();
+        if (!feeder_)
+            scanner_->EndBatch();
+    }
+
+private:
+    std::shared_ptr<Scanner> scanner_;
+    bool feeder_;
+    bool done_ = false;
+};
+
+/** A page in one frame of a height that is known: its lines go straight to where they are wanted. */
+class StreamedPage final : public Page {
+public:
+    using Pulse = std::function<HRESULT(uint32_t)>;
+
+    StreamedPage(PageGeometry geometry, FrameReader reader, std::unique_ptr<PageGuard> guard, Pulse pulse)
+        : geometry_{std::move(geometry)},
+          reader_{std::move(reader)},
+          guard_{std::move(guard)},
+          pulse_{std::move(pulse)}
+    {
+    }
+
+    const PageGeometry& Geometry() const noexcept override { return geometry_; }
+
+    HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) override
+    {
+        for (uint32_t i = 0; i < count; ++i) {
+            uint8_t* const row = RowIn(rows, i, count, order, geometry_.RowBytes());
+            const uint8_t* line = nullptr;
+            const HRESULT result = reader_.NextLine(line);
+            if (result == S_FALSE)
+                ClearRow(geometry_, row);
+            else if (result != S_OK)
+                return result;
+            else
+                reader_.Format().convert(line, row, geometry_.width);
+            if (const HRESULT stop = TellNowAndThen(i); stop != S_OK)
+                return stop;
+        }
+        lastTold_ = Clock::now();  // the client hears of these rows
+        rowsRead_ += count;
+        if (rowsRead_ >= geometry_.height) {
+            reader_.Finish();
+            guard_->PageIsDone();
+        }
+        return S_OK;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    /** A slow scanner takes long over the rows that are asked for at once; its client may want to stop it. */
+    HRESULT TellNowAndThen(uint32_t row)
+    {
+        const auto now = Clock::now();
+        if (!pulse_ || now - lastTold_ < std::chrono::milliseconds{250})
+            return S_OK;
+        lastTold_ = now;
+        return pulse_(static_cast<uint32_t>((uint64_t{rowsRead_} + row) * 100 / geometry_.height));
+    }
+
+    PageGeometry geometry_;
+    FrameReader reader_;
+    std::unique_ptr<PageGuard> guard_;
+    Pulse pulse_;
+    Clock::time_point lastTold_ = Clock::now();
+    uint32_t rowsRead_ = 0;
+};
+
+/** Rows of a page in blocks, so that more of them never have the earlier ones moved. */
+class RowStore {
+public:
+    explicit RowStore(uint64_t rowBytes) noexcept
+        : rowBytes_{rowBytes},
+          rowsPerBlock_{static_cast<size_t>(std::max<uint64_t>(1, kBlockBytes / rowBytes))}
+    {
+    }
+
+    size_t Count() const noexcept { return count_; }
+    uint8_t* Add()
+    {
+        if (count_ == blocks_.size() * rowsPerBlock_)
+            blocks_.push_back(std::make_unique<uint8_t[]>(rowsPerBlock_ * rowBytes_));
+        return Row(count_++);
+    }
+    uint8_t* Row(size_t i) const noexcept
+    {
+        return blocks_[i / rowsPerBlock_].get() + i % rowsPerBlock_ * rowBytes_;
+    }
+
+private:
+    static constexpr uint64_t kBlockBytes = 1024 * 1024;
+    uint64_t rowBytes_;
+    size_t rowsPerBlock_;
+    size_t count_ = 0;
+    std::vector<std::unique_ptr<uint8_t[]>> blocks_;
+};
+
+/** A page that had to be scanned before it could be delivered. */
+class StoredPage final : public Page {
+public:
+    StoredPage(PageGeometry geometry, RowStore rows) : geometry_{std::move(geometry)}, rows_{std::move(rows)}
+    {
+        geometry_.height = static_cast<uint32_t>(rows_.Count());
+    }
+
+    const PageGeometry& Geometry() const noexcept override { return geometry_; }
+
+    HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) override
+    {
+        const size_t rowBytes = static_cast<size_t>(geometry_.RowBytes());
+        for (uint32_t i = 0; i < count; ++i)
+            std::memcpy(RowIn(rows, i, count, order, rowBytes), rows_.Row(next_++), rowBytes);
+        return S_OK;
+    }
+
+private:
+    PageGeometry geometry_;
+    RowStore rows_;
+    size_t next_ = 0;
+};
+
+class SaneSource final : public PageSource {
+public:
+    SaneSource(std::shared_ptr<Scanner> scanner, bool feeder) noexcept
+        : scanner_{std::move(scanner)}, feeder_{feeder}
+    {
+    }
+    ~SaneSource() override { EndTransfer(); }
+
+    bool HasPage() const override { return true; }
+
+    HRESULT NextPage(const PageRequest& request, std::unique_ptr<Page>& page) override
+    {
+        if (scanner_->IsScanning())
+            return WIA_ERROR_BUSY;
+        settings_ = request.settings;
+        Settings{*scanner_, *settings_}.PutInForce();
+        auto guard = std::make_unique<PageGuard>(scanner_, feeder_);
+        FrameReader reader{scanner_};
+        if (const HRESULT result = StartFrame(reader); result != S_OK)
+            return result;
+
+        PageGeometry geometry;
+        geometry.width = reader.Pixels();
+        geometry.height = static_cast<uint32_t>(std::max(0, reader.Parameters().lines));
+        geometry.bitsPerPixel = reader.Format().bitsPerPixel;
+        geometry.xDpi = Dpi(Role::Left);
+        geometry.yDpi = Dpi(Role::Top);
+        const bool oneFrame =
+            reader.Parameters().format == SANE_FRAME_GRAY || reader.Parameters().format == SANE_FRAME_RGB;
+        if (oneFrame && reader.Parameters().lines > 0) {
+            page = std::make_unique<StreamedPage>(std::move(geometry), std::move(reader), std::move(guard),
+                                                  request.pulse);
+            return S_OK;
+        }
+        return StorePage(std::move(geometry), reader, *guard, page);
+    }
+
+    /** A batch of another tree of the same scanner goes on. */
+    void EndTransfer() noexcept override
+    {
+        if (settings_ && scanner_->owner == settings_)
+            scanner_->EndBatch();
+    }
+
+private:
+    HRESULT StartFrame(FrameReader& reader)
+    {
+        const SANE_Status status = scanner_->Start();
+        return status == SANE_STATUS_GOOD ? reader.Begin() : ResultOf(status);
+    }
+
+    double Dpi(Role first)
+    {
+        const SaneOption* const option = ResolutionOf(*scanner_, first);
+        return option ? option->Number() : 0;
+    }
+
+    /** Frames of one colour each follow one another until the device says that it was the last. */
+    HRESULT StorePage(PageGeometry geometry, FrameReader& reader, PageGuard& guard,
+                      std::unique_ptr<Page>& page)
+    {
+        RowStore rows{geometry.RowBytes()};
+        for (int frame = 0;; ++frame) {
+            if (const HRESULT result = StoreFrame(geometry, reader, rows, frame == 0); result != S_OK)
+                return result;
+            reader.Finish();
+            if (reader.Parameters().last_frame || frame == 2)
+                break;
+            if (const HRESULT result = StartFrame(reader); result != S_OK)
+                return result == WIA_ERROR_PAPER_EMPTY ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
+            if (reader.Pixels() != geometry.width || reader.Format().bitsPerPixel != geometry.bitsPerPixel)
+                return WIA_ERROR_INVALID_DRIVER_RESPONSE;
+        }
+        guard.PageIsDone();
+        page = std::make_unique<StoredPage>(std::move(geometry), std::move(rows));
+        return S_OK;
+    }
+
+    static HRESULT StoreFrame(const PageGeometry& geometry, FrameReader& reader, RowStore& rows, bool first)
+    {
+        for (size_t i = 0;; ++i) {
+            const uint8_t* line = nullptr;
+            const HRESULT result = reader.NextLine(line);
+            if (result != S_OK)
+                return result == S_FALSE ? (i > 0 ? S_OK : WIA_ERROR_INVALID_DRIVER_RESPONSE) : result;
+            if (first)
+                reader.Format().convert(line, rows.Add(), geometry.width);
+            else if (i < rows.Count())
+                reader.Format().convert(line, rows.Row(i), geometry.width);
+        }
+    }
+
+    std::shared_ptr<Scanner> scanner_;
+    bool feeder_;
+    const PropertyTable* settings_ = nullptr;  ///< those that the last page was scanned with
+};
+
+}  // namespace
+
+std::shared_ptr<PageSource> MakeSaneSource(std::shared_ptr<Scanner> scanner, bool feeder)
+{
+    return std::make_shared<SaneSource>(std::move(scanner), feeder);
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,197 @@
+#include "Scanner.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <map>
+#include <thread>
+
+#include "../../include/comobject.h"
+#include "Statuses.h"
+
+namespace vorn::wia {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A scanner that carries its lamp home says that it is busy.
+constexpr auto kBusyPatience = std::chrono::seconds{15};
+constexpr auto kBusyPause = std::chrono::milliseconds{200};
+
+/** The scanners that are open in this process, by name. */
+std::map<std::string, std::weak_ptr<Scanner>>& OpenScanners()
+{
+    static std::map<std::string, std::weak_ptr<Scanner>> scanners;
+    return scanners;
+}
+
+template <typename Call>
+SANE_Status WhileBusy(Call&& call)
+{
+    const auto end = Clock::now() + kBusyPatience;
+    for (;;) {
+        const SANE_Status status = call();
+        if (status != SANE_STATUS_DEVICE_BUSY || Clock::now() >= end)
+            return status;
+        std::this_thread::sleep_for(kBusyPause);
+    }
+}
+
+}  // namespace
+
+SANE_Word SaneOption::Word() const noexcept
+{
+    SANE_Word word = 0;
+    if (value.size() >= sizeof word)
+        std::memcpy(&word, value.data(), sizeof word);
+    return word;
+}
+
+double SaneOption::Number() const noexcept
+{
+    return descriptor->type == SANE_TYPE_FIXED ? SANE_UNFIX(Word()) : Word();
+}
+
+std::string SaneOption::Text() const
+{
+    const auto* text = reinterpret_cast<const char*>(value.data());
+    return value.empty() ? std::string{} : std::string{text, strnlen(text, value.size())};
+}
+
+std::shared_ptr<Scanner> Scanner::Open(const std::string& name)
+{
+    const std::lock_guard lock{SaneMutex()};
+    std::weak_ptr<Scanner>& known = OpenScanners()[name];
+    if (auto scanner = known.lock())
+        return scanner;
+    if (!Sane())
+        throw Failure{WIA_S_NO_DEVICE_AVAILABLE};
+    SANE_Handle handle = nullptr;
+    const SANE_Status status = WhileBusy([&] { return Sane()->open(name.c_str(), &handle); });
+    if (status == SANE_STATUS_INVAL)
+        throw Failure{WIA_S_NO_DEVICE_AVAILABLE};
+    if (status != SANE_STATUS_GOOD)
+        throw Failure{ResultOf(status)};
+    auto scanner = std::make_shared<Scanner>(handle);
+    known = scanner;
+    return scanner;
+}
+
+Scanner::Scanner(SANE_Handle handle) : handle_{handle}
+{
+    Reload();
+}
+
+Scanner::~Scanner()
+{
+    const std::lock_guard lock{SaneMutex()};
+    EndBatch();
+    Sane()->close(handle_);
+}
+
+SaneOption* Scanner::Find(std::string_view name) noexcept
+{
+    for (SaneOption& option : options_) {
+        if (option.Name() == name)
+            return &option;
+    }
+    return nullptr;
+}
+
+void Scanner::Refresh(SaneOption& option)
+{
+    const std::lock_guard lock{SaneMutex()};
+    option.value.clear();
+    if (!option.CanBeRead())
+        return;
+    RawValue value(static_cast<size_t>(option.descriptor->size));
+    if (Sane()->control(handle_, option.index, SANE_ACTION_GET_VALUE, value.data(), nullptr) ==
+        SANE_STATUS_GOOD)
+        option.value = std::move(value);
+}
+
+/** The first option only tells how many there are. Groups are there for show. */
+void Scanner::Reload()
+{
+    SANE_Int count = 0;
+    Sane()->control(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
+    std::vector<SaneOption> options;
+    for (SANE_Int i = 1; i < count; ++i) {
+        const SANE_Option_Descriptor* descriptor = Sane()->describe(handle_, i);
+        if (!descriptor || descriptor->type == SANE_TYPE_GROUP)
+            continue;
+        options.push_back({i, descriptor, {}});
+        Refresh(options.back());
+    }
+    // In place, so that an option stays where it is as long as the device has as many.
+    if (options.size() == options_.size())
+        std::move(options.begin(), options.end(), options_.begin());
+    else
+        options_ = std::move(options);
+}
+
+void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
+{
+    if (scanning_)
+        throw Failure{WIA_ERROR_BUSY};
+    EndBatch();
+    SANE_Int info = 0;
+    const SANE_Int index = option.index;
+    const SANE_Status status =
+        WhileBusy([&] { return Sane()->control(handle_, index, action, value, &info); });
+    if (info & SANE_INFO_RELOAD_OPTIONS)
+        Reload();
+    else
+        Refresh(option);
+    if (status != SANE_STATUS_GOOD)
+        throw Failure{status == SANE_STATUS_INVAL ? E_INVALIDARG : ResultOf(status)};
+}
+
+void Scanner::Set(SaneOption& option, RawValue value)
+{
+    const std::lock_guard lock{SaneMutex()};
+    value.resize(static_cast<size_t>(option.descriptor->size));
+    Control(option, SANE_ACTION_SET_VALUE, value.data());
+}
+
+void Scanner::Press(SaneOption& button)
+{
+    const std::lock_guard lock{SaneMutex()};
+    Control(button, SANE_ACTION_SET_VALUE, nullptr);
+}
+
+bool Scanner::Parameters(SANE_Parameters& parameters)
+{
+    const std::lock_guard lock{SaneMutex()};
+    parameters = {};
+    return Sane()->parameters(handle_, &parameters) == SANE_STATUS_GOOD;
+}
+
+SANE_Status Scanner::Start()
+{
+    const std::lock_guard lock{SaneMutex()};
+    const SANE_Status status = WhileBusy([&] { return Sane()->start(handle_); });
+    batch_ = true;  // some devices want to be told the end also of a start that failed
+    scanning_ = status == SANE_STATUS_GOOD;
+    if (scanning_)
+        Sane()->setIoMode(handle_, SANE_FALSE);
+    return status;
+}
+
+SANE_Status Scanner::Read(uint8_t* data, SANE_Int capacity, SANE_Int& length)
+{
+    const std::lock_guard lock{SaneMutex()};
+    length = 0;
+    return Sane()->read(handle_, data, capacity, &length);
+}
+
+void Scanner::EndBatch() noexcept
+{
+    const std::lock_guard lock{SaneMutex()};
+    if (batch_)
+        Sane()->cancel(handle_);
+    batch_ = scanning_ = false;
+}
+
+}  // namespace vorn::wia

@@ -1,0 +1,99 @@
+/**
+ * @file Scanner.h
+ * An open scanner: its options with the values in force, and its scans.
+ *
+ * SANE opens a device once. All item trees of a process that have it open share this object; each brings its own
+ * settings into force before it scans.
+ */
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "../../include/com.h"
+#include "Library.h"
+
+namespace vorn::wia {
+
+/** The bytes of an option's value, as SANE takes them. */
+using RawValue = std::vector<uint8_t>;
+
+/** One option. The descriptor is the back end's, and changes as other options are set. */
+struct SaneOption {
+    SANE_Int index = 0;
+    const SANE_Option_Descriptor* descriptor = nullptr;
+    RawValue value;  ///< in force; empty for a button, and while it cannot be read
+
+    std::string_view Name() const noexcept { return descriptor->name ? descriptor->name : ""; }
+    bool IsActive() const noexcept { return SANE_OPTION_IS_ACTIVE(descriptor->cap); }
+    bool CanBeSet() const noexcept { return IsActive() && SANE_OPTION_IS_SETTABLE(descriptor->cap); }
+    bool CanBeRead() const noexcept
+    {
+        return IsActive() && (descriptor->cap & SANE_CAP_SOFT_DETECT) &&
+               descriptor->type != SANE_TYPE_BUTTON && descriptor->type != SANE_TYPE_GROUP;
+    }
+    bool IsNumber() const noexcept
+    {
+        return descriptor->type == SANE_TYPE_INT || descriptor->type == SANE_TYPE_FIXED;
+    }
+    /** A number that is not one of several. */
+    bool IsSingleNumber() const noexcept { return IsNumber() && descriptor->size == sizeof(SANE_Word); }
+
+    /** The first word of the value; 0 without one. */
+    SANE_Word Word() const noexcept;
+    /** The number of a fixed-point or integer option. */
+    double Number() const noexcept;
+    std::string Text() const;
+};
+
+class Scanner {
+public:
+    /** The open scanner of that name, opened when no one has it open. Throws Failure. */
+    static std::shared_ptr<Scanner> Open(const std::string& name);
+
+    explicit Scanner(SANE_Handle handle);
+    Scanner(const Scanner&) = delete;
+    ~Scanner();
+
+    std::vector<SaneOption>& Options() noexcept { return options_; }
+    /** Null when the device has no such option. */
+    SaneOption* Find(std::string_view name) noexcept;
+
+    /**
+     * Sets an option; the value in force, which may be another, is then in the option. Ends a batch.
+     * Throws Failure: WIA_ERROR_BUSY while a page is scanned, else the device's.
+     */
+    void Set(SaneOption& option, RawValue value);
+    void Press(SaneOption& button);
+    /** Reads the value of a sensor anew. */
+    void Refresh(SaneOption& option);
+
+    /** Asks for the parameters; false when the device does not tell. */
+    bool Parameters(SANE_Parameters& parameters);
+
+    /** Begins a frame of a page; a device that is busy is asked again for a while. */
+    SANE_Status Start();
+    SANE_Status Read(uint8_t* data, SANE_Int capacity, SANE_Int& length);
+    /** The page that is scanned has come to its end; the batch goes on. */
+    void EndPage() noexcept { scanning_ = false; }
+    /** Tells the device that no page follows; nothing when it is at rest. */
+    void EndBatch() noexcept;
+    bool IsScanning() const noexcept { return scanning_; }
+
+    /** Whose settings are in force; compared only. */
+    const void* owner = nullptr;
+
+private:
+    void Control(SaneOption& option, SANE_Action action, void* value);
+    void Reload();
+
+    SANE_Handle handle_;
+    std::vector<SaneOption> options_;
+    bool batch_ = false;     ///< started, and not cancelled since
+    bool scanning_ = false;  ///< a page is under way
+};
+
+}  // namespace vorn::wia
