@@ -44,7 +44,7 @@ AcquireOptions LibraryOptions(const Options& options, const Destination& destina
     AcquireOptions record{};
     record.structSize = sizeof record;
     record.overwriteFile = options.overwrite;
-    record.multiPageFile = options.multiPage;
+    record.multiPageFile = destination.oneFile && !options.append;
     record.appendToFile = options.append;
     std::ranges::copy(destination.wideName, record.fileName);
     return record;

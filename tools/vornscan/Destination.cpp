@@ -146,7 +146,8 @@ void CheckExistingFile(const Destination& destination, const Options& options)
 
 Destination CheckDestination(const Options& options)
 {
-    Destination destination{options.outputFile, ToWide(options.outputFile), nullptr, FIL_COMPRESSION_DEFAULT};
+    Destination destination{options.outputFile, ToWide(options.outputFile), nullptr, FIL_COMPRESSION_DEFAULT,
+                            options.multiPage || options.append};
     destination.format = options.format ? Choose<const FileFormat*>("--format", *options.format, kFormats)
                                         : &FormatOf(options.outputFile);
     destination.compression = CompressionOf(options, *destination.format);
@@ -155,6 +156,8 @@ Destination CheckDestination(const Options& options)
     if ((options.multiPage || options.append) && !destination.format->manyPages)
         throw Failure{ExitCode::Usage, destination.fileName + ": a " + destination.format->name +
                                            " file holds one page; name a .tif or .pdf file for several"};
+    if (destination.format->manyPages && options.pages != 1 && !options.batch)
+        destination.oneFile = true;
     std::error_code error;
     const bool exists = fs::exists(fs::path{destination.wideName}, error);
     CheckDirectory(destination, exists && (options.append || options.overwrite));

@@ -25,6 +25,7 @@ struct Destination {
     WideText wideName;
     const FileFormat* format;
     int32_t compression;  ///< the file library's code
+    bool oneFile;         ///< all pages go into it
 };
 
 /** @throws Failure when the options' output file cannot be written, or not in the way that they ask for */

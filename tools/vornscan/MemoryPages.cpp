@@ -55,8 +55,7 @@ fs::path MemoryPages::NextName() const
 
 void MemoryPages::Save(const BitmapHandle& page)
 {
-    const bool oneFile = options_.multiPage || options_.append;
-    if (oneFile && !files_.empty()) {
+    if (destination_.oneFile && !files_.empty()) {
         Write(file_, page, FIL_SAVE_ADD_PAGE);
     } else if (options_.append) {
         file_ = NextName();

@@ -78,7 +78,7 @@ void DeclareOutput(CLI::App& app, Options& options)
     app.add_option("--jpeg-quality", options.jpegQuality, "Quality of JPEG data, 1 to 100 [90]")
         ->check(CLI::Range(1, 100));
     app.add_option("--compression", options.compression, "none, deflate, lzw, jpeg or group4");
-    CLI::Option* multiPage = app.add_flag("--multi-page", options.multiPage, "All pages into one new file");
+    CLI::Option* multiPage = app.add_flag("--multi-page", options.multiPage, "All pages into one new file, as .tif and .pdf have them anyway");
     CLI::Option* append = app.add_flag("--append", options.append, "Add the pages to the file, if it exists");
     CLI::Option* overwrite = app.add_flag("--overwrite", options.overwrite, "Replace files that exist");
     append->excludes(overwrite)->excludes(multiPage);
@@ -156,7 +156,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
     Options options;
     CLI::App app{"Scans pages into image files.", "vornscan"};
     app.footer(
-        "Example: vornscan --source feeder --pages 0 --mode gray --dpi 300 --multi-page -o letter.tif");
+        "Example: vornscan --source feeder --pages 0 --mode gray --dpi 300 -o letter.pdf");
     Declare(app, options);
     try {
         app.parse(argc, argv);
