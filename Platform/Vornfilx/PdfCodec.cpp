@@ -31,12 +31,13 @@ public:
             count = document.pageCount;
         return status;
     }
-    /** Tells only whether there is such a page. */
-    int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo&) const noexcept override
+    int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override
     {
-        uint32_t count = 0;
-        const int32_t status = CountPages(source, count);
-        return status == FIL_SUCCESS && page > count ? FIL_ERR_NO_SUCH_PAGE : status;
+        pdf::Document document;
+        const int32_t status = pdf::ReadDocument(source, document);
+        if (status != FIL_SUCCESS)
+            return status;
+        return page > document.pageCount ? FIL_ERR_NO_SUCH_PAGE : pdf::ReadPage(source, document, page, info);
     }
     int32_t Load(ByteSource&, uint32_t, BitmapHandle&) const noexcept override { return FIL_ERR_UNSUPPORTED; }
     int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,

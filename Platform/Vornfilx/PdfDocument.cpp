@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <string_view>
@@ -86,8 +87,9 @@ bool ParseEnd(const std::string& end, uint64_t& tableAt)
 }
 
 /** Reads the trailer that follows a table; false when it is not of our making. */
-bool ParseTrailer(const std::string& text, uint32_t& pageCount)
+bool ParseTrailer(const std::string& text, Document& document)
 {
+    uint32_t& pageCount = document.pageCount;
     const size_t start = text.find("trailer\n");
     if (text.compare(0, 5, "xref\n") != 0 || start == text.npos)
         return false;
@@ -98,11 +100,109 @@ bool ParseTrailer(const std::string& text, uint32_t& pageCount)
         &size, &root, &information, &pageCount, &previous);
     if (found < 4 || pageCount == 0 || pageCount > kMostPages)
         return false;
+    document.previous = previous;
     const std::string expected = TrailerOf(pageCount, previous);
     return text.compare(start, expected.size(), expected) == 0;
 }
 
+/** Reads the table that the document names, and its trailer. */
+int32_t ReadTable(ByteSource& source, Document& document, std::string& table)
+{
+    if (document.tableAt >= source.Size())
+        return FIL_ERR_CORRUPT;
+    if (const int32_t status = ReadText(source, document.tableAt, table); status != FIL_SUCCESS)
+        return status;
+    return ParseTrailer(table, document) ? FIL_SUCCESS : FIL_ERR_UNSUPPORTED;
+}
+
+/** Where a table says that an object begins; 0 when it does not list it. */
+uint64_t FindObject(const std::string& table, uint32_t object)
+{
+    const char* at = table.c_str() + std::string_view{"xref\n"}.size();
+    unsigned first = 0, count = 0;
+    int length = 0;
+    while (std::sscanf(at, "%u %u\n%n", &first, &count, &length) == 2) {
+        at += length;
+        for (unsigned i = 0; i < count; ++i) {
+            unsigned long long offset = 0;
+            if (std::sscanf(at, "%10llu %*5u %*c %n", &offset, &length) != 1)
+                return 0;
+            at += length;
+            if (first + i == object)
+                return offset;
+        }
+    }
+    return 0;
+}
+
+/** Reads a page's object and its picture's: "[0 0 595.2 842] ... /Width 1240 /Height 1754 ...". */
+int32_t ReadObject(ByteSource& source, const std::string& table, uint32_t object, std::string& text)
+{
+    const uint64_t offset = FindObject(table, object);
+    if (offset == 0 || offset >= source.Size())
+        return FIL_ERR_CORRUPT;
+    const int32_t status = ReadText(source, offset, text);
+    const std::string start = Print("%u 0 obj\n", object);
+    return status != FIL_SUCCESS || text.compare(0, start.size(), start) == 0 ? status : FIL_ERR_CORRUPT;
+}
+
+/** The number that follows a word; 0 when there is none. */
+double NumberAfter(const std::string& text, std::string_view word)
+{
+    const size_t at = text.find(word);
+    double number = 0;
+    if (at != text.npos)
+        std::from_chars(text.data() + at + word.size(), text.data() + text.size(), number);
+    return number;
+}
+
+/** Dots an inch, to the hundredth: the page's size has no more. */
+double Dpi(uint32_t pixels, double points)
+{
+    return points > 0 ? std::round(pixels * 7200 / points) / 100 : 0;
+}
+
 }  // namespace
+
+int32_t ReadPage(ByteSource& source, Document document, uint32_t page, PageInfo& info) noexcept
+try {
+    std::string table, text;
+    int32_t status = ReadTable(source, document, table);
+    // Each table before is that of a page less, and lies nearer to the start.
+    while (status == FIL_SUCCESS && document.pageCount > page) {
+        Document before;
+        before.tableAt = document.previous;
+        if (before.tableAt == 0 || before.tableAt >= document.tableAt)
+            return FIL_ERR_CORRUPT;
+        status = ReadTable(source, before, table);
+        if (status == FIL_SUCCESS && before.pageCount + 1 != document.pageCount)
+            return FIL_ERR_CORRUPT;
+        document = before;
+    }
+    if (status == FIL_SUCCESS)
+        status = ReadObject(source, table, PageOf(page - 1), text);
+    if (status != FIL_SUCCESS)
+        return status;
+    const double pageWidth = NumberAfter(text, "/MediaBox [0 0 ");
+    const double pageHeight = NumberAfter(text, "/MediaBox [0 0 " + Points(pageWidth) + " ");
+    status = ReadObject(source, table, PageOf(page - 1) + 1, text);
+    if (status != FIL_SUCCESS)
+        return status;
+    const double width = NumberAfter(text, "/Width "), height = NumberAfter(text, "/Height ");
+    if (!(width >= 1 && width <= UINT32_MAX && height >= 1 && height <= UINT32_MAX))
+        return FIL_ERR_CORRUPT;
+    info.width = static_cast<uint32_t>(width);
+    info.height = static_cast<uint32_t>(height);
+    info.xDpi = Dpi(info.width, pageWidth);
+    info.yDpi = Dpi(info.height, pageHeight);
+    const bool color = text.find("/ColorSpace /DeviceRGB") != text.npos;
+    const double bits = NumberAfter(text, "/BitsPerComponent ");
+    info.bitsPerPixel = color ? 24 : bits >= 1 && bits <= 8 ? static_cast<uint32_t>(bits) : 0;
+    info.storedBits = info.bitsPerPixel;
+    return FIL_SUCCESS;
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
 
 int32_t ReadDocument(ByteSource& source, Document& document) noexcept
 try {
@@ -114,12 +214,7 @@ try {
         return status;
     if (!ParseEnd(text, document.tableAt))
         return FIL_ERR_UNSUPPORTED;
-    if (document.tableAt >= source.Size())
-        return FIL_ERR_CORRUPT;
-    status = ReadText(source, document.tableAt, text);
-    if (status != FIL_SUCCESS)
-        return status;
-    return ParseTrailer(text, document.pageCount) ? FIL_SUCCESS : FIL_ERR_UNSUPPORTED;
+    return ReadTable(source, document, text);
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
 }

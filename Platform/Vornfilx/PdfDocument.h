@@ -19,14 +19,15 @@
 #include <string>
 #include <vector>
 
-#include "File.h"
+#include "Codec.h"
 
 namespace vorn::fil::pdf {
 
 /** What a file says of itself at its end. */
 struct Document {
     uint32_t pageCount = 0;
-    uint64_t tableAt = 0;  ///< where the newest table begins
+    uint64_t tableAt = 0;   ///< where the newest table begins
+    uint64_t previous = 0;  ///< where the table before it begins; 0: there is none
 };
 
 /**
@@ -35,6 +36,9 @@ struct Document {
  *         for one whose tables are damaged
  */
 int32_t ReadDocument(ByteSource& source, Document& document) noexcept;
+
+/** Reads what a page's objects tell of its picture. `page` counts from 1 and is there. */
+int32_t ReadPage(ByteSource& source, Document document, uint32_t page, PageInfo& info) noexcept;
 
 /** The picture of a page, without its data. */
 struct Picture {

@@ -65,7 +65,7 @@ std::string DescribeDeflate(const BitmapHandle& bitmap)
         const std::vector<uint8_t> palette = WholePalette(RowImageOf(bitmap));
         space = IsGreyRamp(palette) ? "/DeviceGray" : IndexedSpace(palette);
     }
-    return "/ColorSpace " + space + " /BitsPerComponent " + bits +
+    return "/BitsPerComponent " + bits + " /ColorSpace " + space +
            " /Filter /FlateDecode\n/DecodeParms << /Predictor 15 /Colors " + (color ? "3" : "1") +
            " /BitsPerComponent " + bits + " /Columns " + std::to_string(bitmap.width) + " >>";
 }

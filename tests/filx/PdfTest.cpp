@@ -20,17 +20,23 @@ protected:
         return FilSave(Name("a.pdf").c_str(), &picture.record, FIL_FORMAT_PDF, 0, FIL_SAVE_ADD_PAGE,
                        compression, nullptr, nullptr, nullptr);
     }
+    int32_t Ask(uint32_t page = 1)
+    {
+        FilLoadOptions options;
+        FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
+        options.page = page;
+        return FilInfo(Name("a.pdf").c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, &options);
+    }
     uint32_t CountPages()
     {
-        FilFileInfo info{};
-        const int32_t status =
-            FilInfo(Name("a.pdf").c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
-        return status == FIL_SUCCESS && info.format == FIL_FORMAT_PDF ? info.pageCount : 0;
+        return Ask() == FIL_SUCCESS && info.format == FIL_FORMAT_PDF ? info.pageCount : 0;
     }
     void ExpectSound()
     {
         EXPECT_EQ(Shell(folder.Path(), "qpdf --check a.pdf"), 0) << BytesOf(folder.Path() / "out");
     }
+
+    FilFileInfo info{};
 };
 
 /** Index 0 is white. */
@@ -77,6 +83,14 @@ TEST_F(Pdf, PagesOfEveryKindAreReadByOthersAsTheyWereSaved)
         saved.record.yDpi = 150;
         ASSERT_EQ(Add(saved, row.compression), FIL_SUCCESS);
         EXPECT_EQ(CountPages(), ++page);
+        ASSERT_EQ(Ask(1 + page / 2), FIL_SUCCESS);  // also of pages before the last
+        EXPECT_EQ(info.width, 333u);
+        EXPECT_EQ(info.height, 211u);
+        EXPECT_EQ(info.xDpi, 300);
+        EXPECT_EQ(info.yDpi, 150);
+        ASSERT_EQ(Ask(page), FIL_SUCCESS);
+        EXPECT_EQ(info.bitsPerPixel, row.bits);
+        EXPECT_EQ(Ask(page + 1), FIL_ERR_NO_SUCH_PAGE);
 
         const std::string number = std::to_string(page), only = " -f " + number + " -l " + number + " a.pdf";
         ASSERT_EQ(Shell(folder.Path(), "pdfimages -tiff" + only + " p" + number), 0);
