@@ -2,6 +2,8 @@
 // for, so that nobody else pays for its start.
 #include <dlfcn.h>
 
+#include <string>
+
 #include "VideoLibrary.h"
 #include "ole/ClassTable.h"
 
@@ -10,7 +12,13 @@ namespace {
 
 MakeVideoClassFunction LoadMaker()
 {
-    void* library = dlopen("libvornvideo.so." VORN_SOVERSION, RTLD_NOW | RTLD_LOCAL);
+    // It lies beside the library that this is part of.
+    Dl_info here{};
+    if (dladdr(reinterpret_cast<const void*>(&LoadMaker), &here) == 0 || !here.dli_fname)
+        return nullptr;
+    const std::string path = here.dli_fname;
+    void* library = dlopen((path.substr(0, path.rfind('/') + 1) + "libvornvideo.so." VORN_SOVERSION).c_str(),
+                           RTLD_NOW | RTLD_LOCAL);
     return library ? reinterpret_cast<MakeVideoClassFunction>(dlsym(library, kMakeVideoClass)) : nullptr;
 }
 

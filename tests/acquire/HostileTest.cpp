@@ -80,7 +80,7 @@ TEST_F(HostileDevice, BandsOf10)
         {"too long", [](Teller& t) { t.Format().Header().Band(25).End(); }, ERR_WIA_UNEXPECTED, "0"},
         {"no width", [](Teller& t) { t.Format().Header(0).End(); }, ERR_WIA_UNEXPECTED, ""},
         {"no data", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 40).End(); }, ERR_WIA_UNEXPECTED, ""},
-        {"half a header", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28").End(); }, RESULT_FALSE,
+        {"half a header", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28\0\0").End(); }, RESULT_FALSE,
          ""},
         {"data after the end", [](Teller& t) { t.Format().Header().Band().End().Band(); }, SUCCESS, "5"},
         {"unknown messages", [](Teller& t) { t.Tell(0).Tell(8).Tell(-1).Tell(6).Tell(99); }, SUCCESS, ""},

@@ -88,8 +88,8 @@ TEST(Bmp, EveryHeaderSizeIsReadWithRowsFromEitherEnd)
             if (bits == 8) {
                 EXPECT_EQ(std::memcmp(picture.record.palette + 4, bmp.behindHeader.data() + entry, 3), 0);
             }
-            EXPECT_EQ(picture.record.xDpi, headerBytes == 12 ? 0 : 300);
-            EXPECT_EQ(picture.record.yDpi, headerBytes == 12 ? 0 : 150);
+            EXPECT_EQ(double{picture.record.xDpi}, headerBytes == 12 ? 0 : 300);
+            EXPECT_EQ(double{picture.record.yDpi}, headerBytes == 12 ? 0 : 150);
         }
 }
 
@@ -262,7 +262,7 @@ TEST(Bmp, AHeaderWithoutRowsTellsItsGeometry)
         EXPECT_EQ(record.height, 2u);
         EXPECT_EQ(record.bitsPerPixel, bits) << "the rows that follow have the header's depth";
         EXPECT_EQ(record.viewPerspective, KRN_VIEW_TOP_LEFT);
-        EXPECT_EQ(record.xDpi, 300);
+        EXPECT_EQ(double{record.xDpi}, 300);
         if (bits <= 8) {
             EXPECT_EQ(std::memcmp(record.palette + 4, bmp.behindHeader.data() + 4, 3), 0);
         }

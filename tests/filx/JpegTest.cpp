@@ -64,8 +64,8 @@ TEST_F(Jpeg, EveryDepthBecomesGreyOrColour)
             ASSERT_EQ(LoadBytes(FileOf(saved), loaded), FIL_SUCCESS);
             EXPECT_EQ(loaded.record.bitsPerPixel, row.expected);
             EXPECT_EQ(DarkBlock(loaded), std::pair(0, view == KRN_VIEW_BOTTOM_LEFT ? 0 : 1));
-            EXPECT_EQ(loaded.record.xDpi, 300);
-            EXPECT_EQ(loaded.record.yDpi, 600);
+            EXPECT_EQ(double{loaded.record.xDpi}, 300);
+            EXPECT_EQ(double{loaded.record.yDpi}, 600);
         }
     EXPECT_EQ(Save(Name("deep"), Picture{4, 4, 16}, FIL_FORMAT_JPEG), FIL_ERR_UNSUPPORTED);
     EXPECT_EQ(Save(Name("wide"), Picture{65501, 1, 8}, FIL_FORMAT_JPEG), FIL_ERR_TOO_LARGE);
@@ -101,7 +101,7 @@ TEST_F(Jpeg, PicturesOfTurnedCamerasAreUpright)
         ASSERT_EQ(LoadBytes(WithExif(file, orientation), loaded), FIL_SUCCESS);
         const bool turned = orientation > 4;
         EXPECT_EQ(loaded.record.width, turned ? 16u : 24u);
-        EXPECT_EQ(loaded.record.xDpi, turned ? 100 : 200);
+        EXPECT_EQ(double{loaded.record.xDpi}, turned ? 100 : 200);
         EXPECT_EQ(DarkBlock(loaded), corners[orientation - 1]);
     }
 }

@@ -86,8 +86,8 @@ TEST_F(Pdf, PagesOfEveryKindAreReadByOthersAsTheyWereSaved)
         ASSERT_EQ(Ask(1 + page / 2), FIL_SUCCESS);  // also of pages before the last
         EXPECT_EQ(info.width, 333u);
         EXPECT_EQ(info.height, 211u);
-        EXPECT_EQ(info.xDpi, 300);
-        EXPECT_EQ(info.yDpi, 150);
+        EXPECT_EQ(double{info.xDpi}, 300);
+        EXPECT_EQ(double{info.yDpi}, 150);
         ASSERT_EQ(Ask(page), FIL_SUCCESS);
         EXPECT_EQ(info.bitsPerPixel, row.bits);
         EXPECT_EQ(Ask(page + 1), FIL_ERR_NO_SUCH_PAGE);

@@ -27,8 +27,8 @@ void RoundTrip::SurvivesAs(int32_t format, const Picture& saved)
     EXPECT_EQ(Difference(saved, loaded), "");
     EXPECT_EQ(Difference(saved, fromMemory), "");
     EXPECT_EQ(loaded.record.bitsPerPixel, expected.bitsPerPixel);
-    EXPECT_EQ(loaded.record.xDpi, expected.xDpi);
-    EXPECT_EQ(loaded.record.yDpi, expected.yDpi);
+    EXPECT_EQ(double{loaded.record.xDpi}, double{expected.xDpi});
+    EXPECT_EQ(double{loaded.record.yDpi}, double{expected.yDpi});
     const uint32_t view = format == FIL_FORMAT_BMP ? expected.viewPerspective : KRN_VIEW_BOTTOM_LEFT;
     EXPECT_EQ(loaded.record.viewPerspective, view);
 
@@ -40,8 +40,8 @@ void RoundTrip::SurvivesAs(int32_t format, const Picture& saved)
     EXPECT_EQ(info.bitsPerPixel, expected.bitsPerPixel);
     EXPECT_EQ(info.colorOrder, KRN_COLOR_ORDER_BGR);
     EXPECT_EQ(info.pageCount, 1u);
-    EXPECT_EQ(info.xDpi, expected.xDpi);
-    EXPECT_EQ(info.fileBytes, BytesOf(name).size());
+    EXPECT_EQ(double{info.xDpi}, double{expected.xDpi});
+    EXPECT_EQ(uint64_t{info.fileBytes}, BytesOf(name).size());
     EXPECT_TRUE(WString{info.fileName} == name);
     std::filesystem::remove(name);
 }

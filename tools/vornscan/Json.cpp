@@ -77,11 +77,12 @@ Json OfPage(const std::string& file, uint32_t page)
     FilFileInfo info{};
     if (FilInfo(ToWide(file).c_str(), &info, FIL_INFO_SIZE, 0, &options) != FIL_SUCCESS || info.width == 0)
         return json;
+    // The record is packed: its numbers are copied before anything refers to them.
     json.update({{"width", info.width},
                  {"height", info.height},
                  {"bitsPerPixel", info.bitsPerPixel},
-                 {"xDpi", info.xDpi},
-                 {"yDpi", info.yDpi}});
+                 {"xDpi", double{info.xDpi}},
+                 {"yDpi", double{info.yDpi}}});
     return json;
 }
 
