@@ -57,7 +57,9 @@ bool HasBitmapRows(TIFF* tiff, const Fields& fields) noexcept
         (fields.orientation != ORIENTATION_TOPLEFT && fields.orientation != ORIENTATION_BOTLEFT) ||
         fields.compression == COMPRESSION_OJPEG)
         return false;
-    if (fields.photometric == PHOTOMETRIC_RGB)
+    const bool color = fields.photometric == PHOTOMETRIC_RGB ||
+                       (fields.photometric == PHOTOMETRIC_YCBCR && fields.compression == COMPRESSION_JPEG);
+    if (color)
         return fields.samples == 3 && fields.bits == 8;
     const bool indexed = fields.photometric == PHOTOMETRIC_MINISBLACK ||
                          fields.photometric == PHOTOMETRIC_MINISWHITE ||
@@ -226,6 +228,8 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
     if (fields.width == 0 || fields.height == 0)
         return FIL_ERR_CORRUPT;
     page.route = HasBitmapRows(tiff, fields) ? Route::Rows : Route::Converted;
+    if (fields.compression == COMPRESSION_JPEG)
+        TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);  // its own codec knows best
     if (page.route == Route::Converted && !CanConvert(tiff, fields))
         return FIL_ERR_UNSUPPORTED;
     page.info.width = fields.width;
