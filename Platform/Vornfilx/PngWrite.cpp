@@ -11,11 +11,14 @@
 namespace vorn::fil::png {
 namespace {
 
-/** From fast to slow. The last is what the codec does of its own. */
+/**
+ * From fast to slow. The last is what the codec does of its own. The first is for pages whose rows are all alike:
+ * of others the sample does not tell how much is lost in rows like those above them.
+ */
 constexpr PngEffort kEfforts[] = {
-    {PngFilter::Paeth, PngSearch::Runs},        {PngFilter::Best, PngSearch::Runs},
-    {PngFilter::None, PngSearch::Thorough, 3},  {PngFilter::Paeth, PngSearch::Thorough, 6},
-    {PngFilter::Usual, PngSearch::Thorough, 6},
+    {PngFilter::None, PngSearch::Runs},         {PngFilter::Paeth, PngSearch::Runs},
+    {PngFilter::Best, PngSearch::Runs},         {PngFilter::None, PngSearch::Thorough, 3},
+    {PngFilter::Paeth, PngSearch::Thorough, 6}, {PngFilter::Usual, PngSearch::Thorough, 6},
 };
 using Sizes = std::array<uint64_t, std::size(kEfforts)>;
 
@@ -24,8 +27,8 @@ constexpr double kMostLarger = 1.03;
 
 /** Bands of rows all over what the page shows are enough, or as many as make so much: noise is alike everywhere. */
 constexpr uint32_t kBands = 16;
-constexpr uint64_t kBandBytes = 128 * 1024;
-constexpr uint32_t kBandRows = 8;
+constexpr uint64_t kBandsOfPage = 1024;  ///< so that the sample costs little, however small the page
+constexpr uint32_t kBandRows = 16;
 constexpr uint64_t kEnoughBytes = 256 * 1024;
 
 /** The bytes that a band's rows take, but for the first, which has no row above it. 0 without memory. */
@@ -56,15 +59,16 @@ std::vector<uint32_t> ChangingRows(const BitmapHandle& bitmap)
 Sizes Measure(const BitmapHandle& bitmap)
 {
     constexpr uint32_t kStep = 5;  // visits all of the bands, the first ones far from each other
-    const uint32_t rows = static_cast<uint32_t>(std::max<uint64_t>(kBandRows, kBandBytes / bitmap.rowBytes));
+    const uint32_t rows = std::max(kBandRows, static_cast<uint32_t>(bitmap.height / kBandsOfPage));
     const uint32_t room = bitmap.height - std::min(rows, bitmap.height);
     const std::vector<uint32_t> changing = ChangingRows(bitmap);
     Sizes sizes{};
+    sizes.front() = changing.empty() ? 0 : UINT64_MAX;
     for (uint32_t i = 0; i < kBands && sizes.back() < kEnoughBytes; ++i) {
         const uint64_t place = i * kStep % kBands;
         const uint64_t first = changing.empty() ? room * place / (kBands - 1)
                                                 : changing[(changing.size() - 1) * place / (kBands - 1)] - 1;
-        for (size_t effort = 0; effort < sizes.size(); ++effort)
+        for (size_t effort = changing.empty() ? 0 : 1; effort < sizes.size(); ++effort)
             sizes[effort] += MeasureBand(bitmap, static_cast<uint32_t>(std::min<uint64_t>(first, room)),
                                          std::min(rows, bitmap.height), kEfforts[effort]);
     }
