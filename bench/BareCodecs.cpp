@@ -112,7 +112,9 @@ void SavePng(const BitmapHandle& page, const fs::path& name)
     png_structp codec = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(codec);
     png_init_io(codec, file.get());
-    png_set_IHDR(codec, info, page.width, page.height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+    const bool color = page.bitsPerPixel == 24;
+    png_set_IHDR(codec, info, page.width, page.height, color ? 8 : static_cast<int>(page.bitsPerPixel),
+                 color ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     png_write_info(codec, info);
     png_set_bgr(codec);
@@ -138,9 +140,32 @@ void LoadPng(const BitmapHandle& page, const fs::path& name)
 }
 
 constexpr BareCodec kBareCodecs[] = {
-    {"BMP", FIL_FORMAT_BMP, true, "write", SaveBmp, "huge pages, read", LoadBmp},
-    {"JPEG", FIL_FORMAT_JPEG, false, "libjpeg, same settings", SaveJpeg, "huge pages, libjpeg", LoadJpeg},
-    {"PNG", FIL_FORMAT_PNG, true, "libpng, its own settings", SavePng, "huge pages, libpng", LoadPng},
+    {"BMP", FIL_FORMAT_BMP, FIL_COMPRESSION_DEFAULT, Pages::All, true, "write", SaveBmp, "huge pages, read",
+     LoadBmp},
+    {"TIFF", FIL_FORMAT_TIFF, FIL_COMPRESSION_NONE, Pages::Noisy, true, "write", SaveBmp,
+     "huge pages, libtiff, BGR", LoadTiff},
+    {"TIFF zip", FIL_FORMAT_TIFF, FIL_COMPRESSION_DEFLATE, Pages::Clean, true, "libtiff, same settings",
+     SaveTiffDeflate, "huge pages, libtiff, BGR", LoadTiff},
+    {"TIFF LZW", FIL_FORMAT_TIFF, FIL_COMPRESSION_LZW, Pages::Clean, true, "libtiff, same settings",
+     SaveTiffLzw, "huge pages, libtiff, BGR", LoadTiff},
+    {"TIFF JPEG", FIL_FORMAT_TIFF, FIL_COMPRESSION_JPEG, Pages::Clean, false, "libtiff, same settings",
+     SaveTiffJpeg, "huge pages, libtiff, BGR", LoadTiff},
+    {"TIFF G4", FIL_FORMAT_TIFF, FIL_COMPRESSION_GROUP4, Pages::BlackAndWhite, true, "libtiff, same settings",
+     SaveTiffGroup4, "libtiff", LoadTiff},
+    {"PDF JPEG", FIL_FORMAT_PDF, FIL_COMPRESSION_JPEG, Pages::Clean, false, "libjpeg, same settings",
+     SaveJpeg, nullptr, nullptr},
+    {"PDF G4", FIL_FORMAT_PDF, FIL_COMPRESSION_GROUP4, Pages::BlackAndWhite, false, "libtiff", SaveTiffGroup4,
+     nullptr, nullptr},
+    {"JPEG", FIL_FORMAT_JPEG, FIL_COMPRESSION_DEFAULT, Pages::All, false, "libjpeg, same settings", SaveJpeg,
+     "huge pages, libjpeg", LoadJpeg},
+    {"PNG", FIL_FORMAT_PNG, FIL_COMPRESSION_DEFAULT, Pages::All, true, "libpng, its own settings", SavePng,
+     "huge pages, libpng", LoadPng},
+    {"PNG grey", FIL_FORMAT_PNG, FIL_COMPRESSION_DEFAULT, Pages::Grey, true, "libpng, its own settings",
+     SavePng, "huge pages, libpng", LoadPng},
+    {"PNG 1 bit", FIL_FORMAT_PNG, FIL_COMPRESSION_DEFAULT, Pages::BlackAndWhite, true,
+     "libpng, its own settings", SavePng, "huge pages, libpng", LoadPng},
+    {"PNG photo", FIL_FORMAT_PNG, FIL_COMPRESSION_DEFAULT, Pages::Photo, true, "libpng, its own settings",
+     SavePng, "huge pages, libpng", LoadPng},
 };
 
 }  // namespace

@@ -12,18 +12,33 @@
 
 namespace vorn::bench {
 
-/** What the codec library itself does for a page of 24 bits. All throw when something fails. */
+/** Saves a page as a file. Throws when that fails. */
+using BareSave = void (*)(const BitmapHandle& page, const std::filesystem::path& file);
+/** Loads a page of the size of `page`, as a bitmap has it, into fresh memory; then frees it. Throws as well. */
+using BareLoad = void (*)(const BitmapHandle& page, const std::filesystem::path& file);
+
+/** Which pages a codec is measured with: all, or the one that tells most. */
+enum class Pages { All, Noisy, Clean, Photo, Grey, BlackAndWhite };
+
+/** What the codec library itself does for a page. */
 struct BareCodec {
     const char* name;
-    int32_t format;  ///< FIL_FORMAT_ code
+    int32_t format;       ///< FIL_FORMAT_ code
+    int32_t compression;  ///< FIL_COMPRESSION_ code
+    Pages pages;
     bool lossless;
     const char* saveIs;
-    void (*save)(const BitmapHandle& page, const std::filesystem::path& file);
+    BareSave save;
     const char* loadIs;
-    /** Loads a page of the size of `page`, as a bitmap has it, into fresh memory; then frees it. */
-    void (*load)(const BitmapHandle& page, const std::filesystem::path& file);
+    BareLoad load;  ///< null when the library does not load the format
 };
 
 std::span<const BareCodec> BareCodecs();
+
+void SaveTiffDeflate(const BitmapHandle& page, const std::filesystem::path& file);
+void SaveTiffLzw(const BitmapHandle& page, const std::filesystem::path& file);
+void SaveTiffJpeg(const BitmapHandle& page, const std::filesystem::path& file);
+void SaveTiffGroup4(const BitmapHandle& page, const std::filesystem::path& file);
+void LoadTiff(const BitmapHandle& page, const std::filesystem::path& file);
 
 }  // namespace vorn::bench

@@ -50,7 +50,7 @@ public:
     void Save() const
     {
         Require(FilSave(Wide(File()).c_str(), &page_.bitmap, codec_.format, 0, FIL_SAVE_NEW,
-                        FIL_COMPRESSION_DEFAULT, nullptr, nullptr, nullptr),
+                        codec_.compression, nullptr, nullptr, nullptr),
                 "FilSave");
     }
     void Load() const
@@ -119,17 +119,37 @@ Road LoadRoad(const std::string& name, const std::shared_ptr<SavedPage>& page, c
     return road;
 }
 
+std::vector<const FormatPage*> PagesOf(const BareCodec& codec)
+{
+    switch (codec.pages) {
+        case Pages::Noisy:
+            return {&NoisyPage()};
+        case Pages::Clean:
+            return {&CleanPage()};
+        case Pages::Photo:
+            return {&PhotoPage()};
+        case Pages::Grey:
+            return {&GreyPage()};
+        case Pages::BlackAndWhite:
+            return {&BlackAndWhitePage()};
+        default:
+            return {&NoisyPage(), &CleanPage(), &FlatPage()};
+    }
+}
+
 }  // namespace
 
 std::vector<Road> FormatRoads()
 {
     std::vector<Road> roads;
     for (const BareCodec& codec : BareCodecs())
-        for (const FormatPage* page : {&NoisyPage(), &CleanPage(), &FlatPage()}) {
-            const std::string name = std::string{codec.name} + ' ' + page->name;
+        for (const FormatPage* page : PagesOf(codec)) {
+            const std::string name =
+                codec.pages == Pages::All ? std::string{codec.name} + ' ' + page->name : codec.name;
             const auto saved = std::make_shared<SavedPage>(*page, codec);
             roads.push_back(SaveRoad(name, saved, codec));
-            roads.push_back(LoadRoad(name, saved, codec));
+            if (codec.load)
+                roads.push_back(LoadRoad(name, saved, codec));
         }
     return roads;
 }
