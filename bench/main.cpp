@@ -7,6 +7,8 @@
  *     vornwia_bench --settings    capabilities and the scanning-properties record, against the platform's calls
  *     vornwia_bench --formats     image files of each format saved and loaded, against the bare codec
  *     vornwia_bench --formats=5   with 5 repetitions in place of 9
+ *     vornwia_bench --pages       200 pages added to one TIFF file and to one PDF file: the first against the last
+ *     vornwia_bench --pages=1000  with as many pages
  *     vornwia_bench               roads and baselines as Google Benchmark runs them; --help lists its options
  *
  * Files are written to the directory that TMPDIR names, or to /tmp. A measurement is worth something on a machine
@@ -20,6 +22,7 @@
 #include <string>
 #include <string_view>
 
+#include "ManyPages.h"
 #include "ReadyPage.h"
 #include "Roads.h"
 #include "Table.h"
@@ -28,13 +31,21 @@ using namespace vorn::bench;
 
 namespace {
 
+template <std::vector<Road> (*roads)()>
+void PrintRoads(int repetitions, std::ostream& out)
+{
+    PrintTable(roads(), repetitions, out);
+}
+
 struct TableOption {
     std::string_view option;
-    int repetitions;
-    std::vector<Road> (*roads)();
+    int number;  ///< repetitions or pages, unless told otherwise
+    void (*print)(int number, std::ostream& out);
 };
-constexpr TableOption kTables[] = {
-    {"--table", 21, DeviceRoads}, {"--settings", 21, SettingsRoads}, {"--formats", 9, FormatRoads}};
+constexpr TableOption kTables[] = {{"--table", 21, PrintRoads<DeviceRoads>},
+                                   {"--settings", 21, PrintRoads<SettingsRoads>},
+                                   {"--formats", 9, PrintRoads<FormatRoads>},
+                                   {"--pages", 200, PrintManyPages}};
 
 void Register(const std::string& name, const Timed& work)
 {
@@ -58,11 +69,11 @@ int RunGoogleBenchmark(const std::vector<Road>& roads, int argc, char** argv)
     return 0;
 }
 
-/** The repetitions that `argument` asks of a table, as in `--table` or `--table=n`; 0 for another argument. */
-int RepetitionsOf(std::string_view argument, const TableOption& table)
+/** The number that `argument` asks of a table, as in `--table` or `--table=n`; 0 for another argument. */
+int NumberOf(std::string_view argument, const TableOption& table)
 {
     if (argument == table.option)
-        return table.repetitions;
+        return table.number;
     if (!argument.starts_with(std::string{table.option} + '='))
         return 0;
     return std::atoi(argument.substr(table.option.size() + 1).data());
@@ -74,8 +85,8 @@ int main(int argc, char** argv)
 try {
     const vorn::wia::ScopedDevices devices{ScannerWithReadyPage()};
     for (const TableOption& table : kTables)
-        if (const int repetitions = argc == 2 ? RepetitionsOf(argv[1], table) : 0; repetitions > 0) {
-            PrintTable(table.roads(), repetitions, std::cout);
+        if (const int number = argc == 2 ? NumberOf(argv[1], table) : 0; number > 0) {
+            table.print(number, std::cout);
             return 0;
         }
     return RunGoogleBenchmark(DeviceRoads(), argc, argv);
