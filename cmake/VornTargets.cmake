@@ -33,7 +33,7 @@ if(VORN_SANITIZE)
   target_compile_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all
                          -fno-omit-frame-pointer
                          # The compiler sees uninitialised variables in what it instruments itself.
-                         -Wno-maybe-uninitialized)
+                         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(vorn_options INTERFACE -fsanitize=${VORN_SANITIZE})
 endif()
 

@@ -9,7 +9,7 @@
 namespace vorn::fil::jpeg {
 namespace {
 
-constexpr uint8_t kStartOfImage = 0xD8, kEndOfImage = 0xD9, kStartOfScan = 0xDA, kFill = 0xFF;
+constexpr uint8_t kEndOfImage = 0xD9, kStartOfScan = 0xDA, kFill = 0xFF;
 constexpr uint8_t kApp0 = 0xE0, kApp1 = 0xE1;
 
 /** Frames of these kinds cannot be decoded: lossless and hierarchical ones. */

@@ -23,4 +23,10 @@ struct Chain {
  */
 int32_t WalkChain(ByteSource& source, uint32_t page, Chain& chain) noexcept;
 
+/**
+ * Walks to the end of a chain that a page is to be added to. FIL_ERR_CORRUPT also when the last directory's link lies in
+ * another one, which would then be changed with it.
+ */
+int32_t FindEnd(ByteSource& source, Chain& chain) noexcept;
+
 }  // namespace vorn::fil::tiff

@@ -28,7 +28,7 @@ int32_t PlanLayout(FileUpdate& file, const BitmapHandle& bitmap, Layout& layout)
 {
     constexpr uint64_t kHeaderBytes = 8, kFieldsAndColors = 4096;
     if (file.OldSize() > 0)
-        if (const int32_t status = WalkChain(file, 0, layout.chain); status != FIL_SUCCESS)
+        if (const int32_t status = FindEnd(file, layout.chain); status != FIL_SUCCESS)
             return status;
     layout.stripsAt = file.OldSize() > 0 ? (file.OldSize() + 1) / 2 * 2 : kHeaderBytes;
     layout.valuesAt = (layout.stripsAt + FileRowBytes(bitmap) * bitmap.height + 1) / 2 * 2;

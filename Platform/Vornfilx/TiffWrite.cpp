@@ -155,7 +155,7 @@ int32_t WriteStrips(Stream& stream, const FileUpdate& file, const BitmapHandle& 
 int32_t CheckRoom(FileUpdate& file, const BitmapHandle& bitmap, Chain& chain) noexcept
 {
     if (file.OldSize() > 0)
-        if (const int32_t status = WalkChain(file, 0, chain); status != FIL_SUCCESS)
+        if (const int32_t status = FindEnd(file, chain); status != FIL_SUCCESS)
             return status;
     const uint64_t strips = bitmap.height / RowsPerStrip(bitmap) + 1;
     const uint64_t directory = 16 * 1024 + strips * 8;
