@@ -416,6 +416,7 @@ TEST_F(Tool, DataSheetShowsTheSettingsAsTheyApply)
         {{"--source", "duplex"}, "  --source      flatbed|feeder|duplex [duplex]\n"},
         {{"--pagesize", "a5"}, "  -x            0.2..215.9mm [148]\n"},
         {{"-d", "compact", "--wia", "2"}, "  --pages       [inactive]\n"},
+        {{"-d", "video"}, "Virtual Video Device (virtual:video), generation"},
         {{"--wia", "1"}, "bmp (file)"},
         {{}, "[virtual:scanner] [read-only]\n"},
     };

@@ -129,6 +129,8 @@ DataSheet ReadDataSheet(const Session& session, const Device& device, const std:
     if (item)
         sheet.options = OptionLines(session, *item);
     sheet.items.push_back(ReadItem(session, session.Root(), device.name, false));
+    if (!session.HasChildren())
+        return sheet;
     constexpr uint32_t kFullName = 4099;
     for (const Item& child : session.Children())
         sheet.items.push_back(ReadItem(session, child, child.Text(kFullName).value_or("Item"), true));

@@ -196,6 +196,11 @@ Item Session::Root() const
     return {session_, {root, [](WiaItemHandle) { /* lent by the session */ }}};
 }
 
+bool Session::HasChildren() const
+{
+    return Vorn_WiaEnumChildItems(session_, Root().Handle(), nullptr, nullptr) != ERR_NO_CHILD_ITEMS;
+}
+
 std::vector<Item> Session::Children() const
 {
     std::vector<Item> children;

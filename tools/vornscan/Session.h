@@ -69,6 +69,8 @@ public:
 
     Item Root() const;
     std::vector<Item> Children() const;
+    /** False for a device with nothing to acquire from, such as one for live video. */
+    bool HasChildren() const;
 
 private:
     void Select(const Device& device);
