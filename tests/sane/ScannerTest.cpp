@@ -55,6 +55,7 @@ public:
              {"ppl-loss", "0"},
              {"fuzzy-parameters", "no"},
              {"non-blocking", "no"},
+             {"select-fd", "no"},
              {"test-picture", "Color pattern"},
              {"read-return-value", "Default"}});
     }
@@ -260,13 +261,23 @@ TEST_F(ScannerTest, EachFailureHasItsStatusAndTheNextScanWorks)
 
 TEST_F(ScannerTest, AStopFromAnyCallEndsTheScanSoonAndTheNextOneWorks)
 {
-    for (const uint32_t generation : {1u, 2u}) {
-        for (const bool toFile : {false, true}) {
-            for (size_t nth = 1; nth <= 3; ++nth) {
-                SCOPED_TRACE(std::to_string(generation) + (toFile ? " file " : " memory ") +
-                             std::to_string(nth));
+    const SaneOptions kManners[] = {
+        {{"read-delay", "yes"}},                           // its reads wait
+        {{"read-delay", "yes"}, {"select-fd", "yes"}},     // tells when data has come
+        {{"read-delay", "yes"}, {"non-blocking", "yes"}},  // answers that there is none yet
+        {{"read-delay", "yes"}, {"hand-scanner", "yes"}},  // the page is stored before it is delivered
+        {{"read-delay", "yes"}, {"three-pass", "yes"}},
+    };
+    for (const SaneOptions& manner : kManners) {
+        for (const uint32_t generation : {1u, 2u}) {
+            for (const bool toFile : {false, true}) {
+                const size_t nth = toFile == (generation == 1) ? 1 : 3;
+                SCOPED_TRACE(manner.back().name + " " + std::to_string(generation) +
+                             (toFile ? " file " : " memory ") + std::to_string(nth));
                 Desk desk{generation, false};
-                desk.Set({{"resolution", "300"}, {"read-delay", "yes"}, {"read-delay-duration", "200000"}});
+                desk.Set({{"resolution", "300"}});
+                desk.Set(manner);
+                desk.Set({{"read-delay-duration", "200000"}});
                 Notes notes;
                 notes.answer = [nth](size_t call) { return call == nth ? ERR_ABORTED : 1; };
                 const auto begin = Clock::now();
@@ -274,7 +285,7 @@ TEST_F(ScannerTest, AStopFromAnyCallEndsTheScanSoonAndTheNextOneWorks)
                 // The second generation answers a stop of a memory transfer with success.
                 EXPECT_EQ(status, generation == 2 && !toFile ? SUCCESS : ERR_ABORTED);
                 EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2});
-                desk.Set({{"resolution", "20"}});
+                desk.Set({{"read-delay", "no"}, {"resolution", "20"}});
                 Notes next;
                 EXPECT_EQ(desk.Acquire("", next), SUCCESS);
                 EXPECT_EQ(Pages("", next).size(), 1u);

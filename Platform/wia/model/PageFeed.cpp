@@ -85,6 +85,8 @@ HRESULT PageFeed::Next(std::unique_ptr<Page>& page)
     const HRESULT result = slot_ ? slot_.source->NextPage(request_, page) : WIA_ERROR_PAPER_EMPTY;
     if (result == WIA_ERROR_PAPER_EMPTY && delivered_ > 0)
         return S_FALSE;
+    if (result == S_FALSE)  // the client stopped it while it was fetched
+        return S_FALSE;
     if (result != S_OK)
         return FAILED(result) ? result : E_UNEXPECTED;
     if (!page)

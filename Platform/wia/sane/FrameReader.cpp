@@ -1,7 +1,6 @@
 #include "FrameReader.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -18,10 +17,54 @@ constexpr size_t kPieceBytes = 128 * 1024;
 constexpr auto kSilence = std::chrono::seconds{60};
 constexpr auto kPause = std::chrono::milliseconds{2};
 
+/** How often who waits hears that the scan goes on, and may stop it. */
+constexpr auto kBetweenPulses = std::chrono::milliseconds{250};
+constexpr auto kMoment = std::chrono::milliseconds{100};
+
+/** A device that only claims to tell when data has come is read after this time all the same. */
+constexpr auto kSilenceBeforeRead = std::chrono::seconds{10};
+
+// A scanner that carries its lamp home says that it is busy.
+constexpr auto kBusyPatience = std::chrono::seconds{15};
+
 /** What a device sends beyond the lines that it announced is read up to here. */
 constexpr size_t kMostBeyond = 64 * 1024 * 1024;
 
 }  // namespace
+
+HRESULT FrameReader::TellNowAndThen()
+{
+    const auto now = Clock::now();
+    if (!pulse_ || now - lastTold_ < kBetweenPulses)
+        return S_OK;
+    lastTold_ = now;
+    const uint64_t all = static_cast<uint64_t>(std::max(0, parameters_.lines)) * lineBytes_;
+    return pulse_(all ? static_cast<uint32_t>(std::min<uint64_t>(100, bytesRead_ * 100 / all)) : 0);
+}
+
+HRESULT FrameReader::Start()
+{
+    const auto end = Clock::now() + kBusyPatience;
+    for (;;) {
+        const SANE_Status status = scanner_->Start();
+        if (status != SANE_STATUS_DEVICE_BUSY || Clock::now() >= end)
+            return status == SANE_STATUS_GOOD ? Begin() : ResultOf(status);
+        std::this_thread::sleep_for(kMoment);
+        if (const HRESULT result = TellNowAndThen(); result != S_OK)
+            return result;
+    }
+}
+
+/** While a read waits for the device no one can stop it: it begins when data has come. */
+HRESULT FrameReader::AwaitData()
+{
+    const auto end = Clock::now() + kSilenceBeforeRead;
+    while (!scanner_->AwaitData(kMoment) && Clock::now() < end) {
+        if (const HRESULT result = TellNowAndThen(); result != S_OK)
+            return result;
+    }
+    return TellNowAndThen();
+}
 
 HRESULT FrameReader::Begin()
 {
@@ -37,6 +80,7 @@ HRESULT FrameReader::Begin()
     capacity_ = kPieceBytes + lineBytes_;
     buffer_ = std::make_unique_for_overwrite<uint8_t[]>(capacity_);
     begin_ = end_ = 0;
+    bytesRead_ = 0;
     ended_ = false;
     const HRESULT result = Fill();
     // A page without any data is none.
@@ -48,8 +92,10 @@ HRESULT FrameReader::Fill()
     std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
     end_ -= begin_;
     begin_ = 0;
-    const auto patience = std::chrono::steady_clock::now() + kSilence;
+    const auto patience = Clock::now() + kSilence;
     for (SANE_Int length = 0; length == 0;) {
+        if (const HRESULT result = AwaitData(); result != S_OK)
+            return result;
         const SANE_Status status =
             scanner_->Read(buffer_.get() + end_, static_cast<SANE_Int>(capacity_ - end_), length);
         if (status == SANE_STATUS_EOF) {
@@ -61,11 +107,12 @@ HRESULT FrameReader::Fill()
         if (length < 0 || static_cast<size_t>(length) > capacity_ - end_)
             return WIA_ERROR_INVALID_DRIVER_RESPONSE;
         if (length == 0) {
-            if (std::chrono::steady_clock::now() > patience)
+            if (Clock::now() > patience)
                 return WIA_ERROR_DEVICE_COMMUNICATION;
             std::this_thread::sleep_for(kPause);
         }
         end_ += static_cast<size_t>(length);
+        bytesRead_ += static_cast<uint64_t>(length);
     }
     return S_OK;
 }
@@ -73,8 +120,10 @@ HRESULT FrameReader::Fill()
 HRESULT FrameReader::NextLine(const uint8_t*& line)
 {
     while (end_ - begin_ < lineBytes_) {
-        if (ended_)
-            return S_FALSE;
+        if (ended_) {
+            line = nullptr;
+            return S_OK;
+        }
         if (const HRESULT result = Fill(); result != S_OK)
             return result;
     }

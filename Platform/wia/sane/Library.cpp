@@ -21,7 +21,8 @@ bool LoadAll(void* library, SaneCalls& calls)
            Load(library, "sane_control_option", calls.control) &&
            Load(library, "sane_get_parameters", calls.parameters) &&
            Load(library, "sane_start", calls.start) && Load(library, "sane_read", calls.read) &&
-           Load(library, "sane_cancel", calls.cancel) && Load(library, "sane_set_io_mode", calls.setIoMode);
+           Load(library, "sane_cancel", calls.cancel) && Load(library, "sane_set_io_mode", calls.setIoMode) &&
+           Load(library, "sane_get_select_fd", calls.selectFd);
 }
 
 /** Never undone: the process may use SANE elsewhere, and SANE does not count who uses it. */

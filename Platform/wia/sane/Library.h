@@ -23,6 +23,7 @@ struct SaneCalls {
     decltype(&sane_read) read;
     decltype(&sane_cancel) cancel;
     decltype(&sane_set_io_mode) setIoMode;
+    decltype(&sane_get_select_fd) selectFd;
 };
 
 /** The library, initialised; null when it is not there. It stays for the life of the process. */

@@ -1,14 +1,12 @@
 #include "SanePages.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 
 #include "../../include/comobject.h"
 #include "Area.h"
 #include "FrameReader.h"
 #include "Settings.h"
-#include "Statuses.h"
 
 namespace vorn::wia {
 
@@ -56,13 +54,8 @@ private:
 /** A page in one frame of a height that is known: its lines go straight to where they are wanted. */
 class StreamedPage final : public Page {
 public:
-    using Pulse = std::function<HRESULT(uint32_t)>;
-
-    StreamedPage(PageGeometry geometry, FrameReader reader, std::unique_ptr<PageGuard> guard, Pulse pulse)
-        : geometry_{std::move(geometry)},
-          reader_{std::move(reader)},
-          guard_{std::move(guard)},
-          pulse_{std::move(pulse)}
+    StreamedPage(PageGeometry geometry, FrameReader reader, std::unique_ptr<PageGuard> guard)
+        : geometry_{std::move(geometry)}, reader_{std::move(reader)}, guard_{std::move(guard)}
     {
     }
 
@@ -73,17 +66,13 @@ public:
         for (uint32_t i = 0; i < count; ++i) {
             uint8_t* const row = RowIn(rows, i, count, order, geometry_.RowBytes());
             const uint8_t* line = nullptr;
-            const HRESULT result = reader_.NextLine(line);
-            if (result == S_FALSE)
-                ClearRow(geometry_, row);
-            else if (result != S_OK)
+            if (const HRESULT result = reader_.NextLine(line); result != S_OK)
                 return result;
-            else
+            if (line)
                 reader_.Format().convert(line, row, geometry_.width);
-            if (const HRESULT stop = TellNowAndThen(i); stop != S_OK)
-                return stop;
+            else
+                ClearRow(geometry_, row);
         }
-        lastTold_ = Clock::now();  // the client hears of these rows
         rowsRead_ += count;
         if (rowsRead_ >= geometry_.height) {
             reader_.Finish();
@@ -93,23 +82,9 @@ public:
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    /** A slow scanner takes long over the rows that are asked for at once; its client may want to stop it. */
-    HRESULT TellNowAndThen(uint32_t row)
-    {
-        const auto now = Clock::now();
-        if (!pulse_ || now - lastTold_ < std::chrono::milliseconds{250})
-            return S_OK;
-        lastTold_ = now;
-        return pulse_(static_cast<uint32_t>((uint64_t{rowsRead_} + row) * 100 / geometry_.height));
-    }
-
     PageGeometry geometry_;
     FrameReader reader_;
     std::unique_ptr<PageGuard> guard_;
-    Pulse pulse_;
-    Clock::time_point lastTold_ = Clock::now();
     uint32_t rowsRead_ = 0;
 };
 
@@ -183,8 +158,8 @@ public:
         settings_ = request.settings;
         Settings{*scanner_, *settings_}.PutInForce();
         auto guard = std::make_unique<PageGuard>(scanner_, feeder_);
-        FrameReader reader{scanner_};
-        if (const HRESULT result = StartFrame(reader); result != S_OK)
+        FrameReader reader{scanner_, request.pulse};
+        if (const HRESULT result = reader.Start(); result != S_OK)
             return result;
 
         PageGeometry geometry;
@@ -196,8 +171,7 @@ public:
         const bool oneFrame =
             reader.Parameters().format == SANE_FRAME_GRAY || reader.Parameters().format == SANE_FRAME_RGB;
         if (oneFrame && reader.Parameters().lines > 0) {
-            page = std::make_unique<StreamedPage>(std::move(geometry), std::move(reader), std::move(guard),
-                                                  request.pulse);
+            page = std::make_unique<StreamedPage>(std::move(geometry), std::move(reader), std::move(guard));
             return S_OK;
         }
         return StorePage(std::move(geometry), reader, *guard, page);
@@ -211,12 +185,6 @@ public:
     }
 
 private:
-    HRESULT StartFrame(FrameReader& reader)
-    {
-        const SANE_Status status = scanner_->Start();
-        return status == SANE_STATUS_GOOD ? reader.Begin() : ResultOf(status);
-    }
-
     double Dpi(Role first)
     {
         const SaneOption* const option = ResolutionOf(*scanner_, first);
@@ -234,7 +202,7 @@ private:
             reader.Finish();
             if (reader.Parameters().last_frame || frame == 2)
                 break;
-            if (const HRESULT result = StartFrame(reader); result != S_OK)
+            if (const HRESULT result = reader.Start(); result != S_OK)
                 return result == WIA_ERROR_PAPER_EMPTY ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
             if (reader.Pixels() != geometry.width || reader.Format().bitsPerPixel != geometry.bitsPerPixel)
                 return WIA_ERROR_INVALID_DRIVER_RESPONSE;
@@ -248,9 +216,10 @@ private:
     {
         for (size_t i = 0;; ++i) {
             const uint8_t* line = nullptr;
-            const HRESULT result = reader.NextLine(line);
-            if (result != S_OK)
-                return result == S_FALSE ? (i > 0 ? S_OK : WIA_ERROR_INVALID_DRIVER_RESPONSE) : result;
+            if (const HRESULT result = reader.NextLine(line); result != S_OK)
+                return result;
+            if (!line)
+                return i > 0 ? S_OK : WIA_ERROR_INVALID_DRIVER_RESPONSE;
             if (first)
                 reader.Format().convert(line, rows.Add(), geometry.width);
             else if (i < rows.Count())

@@ -6,6 +6,8 @@
 #include <map>
 #include <thread>
 
+#include <poll.h>
+
 #include "../../include/comobject.h"
 #include "Statuses.h"
 
@@ -171,12 +173,23 @@ bool Scanner::Parameters(SANE_Parameters& parameters)
 SANE_Status Scanner::Start()
 {
     const std::lock_guard lock{SaneMutex()};
-    const SANE_Status status = WhileBusy([&] { return Sane()->start(handle_); });
+    const SANE_Status status = Sane()->start(handle_);
     batch_ = true;  // some devices want to be told the end also of a start that failed
     scanning_ = status == SANE_STATUS_GOOD;
-    if (scanning_)
+    dataFd_ = -1;
+    if (scanning_) {
         Sane()->setIoMode(handle_, SANE_FALSE);
+        SANE_Int descriptor = -1;
+        if (Sane()->selectFd(handle_, &descriptor) == SANE_STATUS_GOOD)
+            dataFd_ = descriptor;
+    }
     return status;
+}
+
+bool Scanner::AwaitData(std::chrono::milliseconds moment) const noexcept
+{
+    pollfd waiting{dataFd_, POLLIN, 0};
+    return dataFd_ < 0 || poll(&waiting, 1, static_cast<int>(moment.count())) > 0;
 }
 
 SANE_Status Scanner::Read(uint8_t* data, SANE_Int capacity, SANE_Int& length)
@@ -192,6 +205,7 @@ void Scanner::EndBatch() noexcept
     if (batch_)
         Sane()->cancel(handle_);
     batch_ = scanning_ = false;
+    dataFd_ = -1;
 }
 
 }  // namespace vorn::wia

@@ -7,6 +7,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -74,8 +75,10 @@ public:
     /** Asks for the parameters; false when the device does not tell. */
     bool Parameters(SANE_Parameters& parameters);
 
-    /** Begins a frame of a page; a device that is busy is asked again for a while. */
+    /** Begins a frame of a page. */
     SANE_Status Start();
+    /** Waits a moment for data; true when there is some, or when the device does not tell. */
+    bool AwaitData(std::chrono::milliseconds moment) const noexcept;
     SANE_Status Read(uint8_t* data, SANE_Int capacity, SANE_Int& length);
     /** The page that is scanned has come to its end; the batch goes on. */
     void EndPage() noexcept { scanning_ = false; }
@@ -92,6 +95,7 @@ private:
 
     SANE_Handle handle_;
     std::vector<SaneOption> options_;
+    int dataFd_ = -1;        ///< tells by poll whether data has come; -1 when the device has none
     bool batch_ = false;     ///< started, and not cancelled since
     bool scanning_ = false;  ///< a page is under way
 };

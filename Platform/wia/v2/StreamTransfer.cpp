@@ -63,14 +63,15 @@ HRESULT StreamTransfer::SendItem(Item& item)
     if (!encoder)
         return E_INVALIDARG;
     PageFeed feed{item};
-    feed.OnPulse([this](uint32_t percent) { return Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
+    HRESULT told = S_OK;  // other than that when the client stopped a page while it was fetched
+    feed.OnPulse([&](uint32_t percent) { return told = Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
     for (;;) {
         if (cancelled_)
             return S_FALSE;
         std::unique_ptr<Page> page;
         const HRESULT result = feed.Next(page);
         if (result != S_OK)
-            return result == S_FALSE ? S_OK : result;
+            return result == S_FALSE ? told : result;
         if (const HRESULT sent = SendPage(item, *encoder, *page); sent != S_OK)
             return sent;
     }
@@ -93,7 +94,8 @@ HRESULT StreamTransfer::GetStream(Item& item, IStream** stream)
 HRESULT StreamTransfer::SendDocument(Item& item, PageEncoder& encoder)
 {
     PageFeed feed{item};
-    feed.OnPulse([this](uint32_t percent) { return Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
+    HRESULT told = S_OK;  // other than that when the client stopped a page while it was fetched
+    feed.OnPulse([&](uint32_t percent) { return told = Tell(WIA_TRANSFER_MSG_STATUS, percent, 0); });
     std::unique_ptr<Page> page;
     if (const HRESULT result = feed.Next(page); result != S_OK)
         return result;
@@ -111,7 +113,7 @@ HRESULT StreamTransfer::SendDocument(Item& item, PageEncoder& encoder)
             break;
         sink.Keep();
         result = feed.Next(page);
-        if (result == S_FALSE)
+        if (result == S_FALSE && told == S_OK)
             return Tell(WIA_TRANSFER_MSG_END_OF_STREAM, 100, sink.KeptBytes());
     }
     if (sink.KeptBytes() > 0)
