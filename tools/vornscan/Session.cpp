@@ -9,6 +9,27 @@
 namespace vornscan {
 namespace {
 
+/**
+ * Wine's proxy of the device enumerator leaves the stack with its exception handler still in the thread's list; the
+ * next exception would run into it and end the process without a word. 64-bit Windows does not use that list.
+ */
+class ExceptionListKeeper {
+#ifdef _WIN64
+public:
+    ExceptionListKeeper() noexcept
+    {
+        asm volatile("movq %%gs:0, %0" : "=r"(list_));
+    }
+    ~ExceptionListKeeper()
+    {
+        asm volatile("movq %0, %%gs:0" : : "r"(list_));
+    }
+
+private:
+    void* list_;
+#endif
+};
+
 std::string LowerCase(std::string text)
 {
     std::ranges::transform(text, text.begin(),
@@ -139,7 +160,10 @@ std::vector<Device> Session::Devices()
             return ERR_OUT_OF_MEMORY;
         }
     };
-    const int32_t status = Vorn_WiaEnumDevices(session_, collect, &devices);
+    const int32_t status = [&] {
+        [[maybe_unused]] const ExceptionListKeeper keeper;
+        return Vorn_WiaEnumDevices(session_, collect, &devices);
+    }();
     if (status != SUCCESS && status != ERR_WIA_NO_DEVICE_AVAILABLE)
         throw StatusFailure("listing the devices", status);
     return devices;
