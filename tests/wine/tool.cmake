@@ -1,5 +1,5 @@
-# Runs the tool with the same arguments here and under Wine: the files must hold the same pages, pixel for pixel,
-# of the same size and resolution.
+# Runs the tool with the same arguments here and under Wine: it must print the same, and the files must hold the same
+# pages, pixel for pixel, of the same size and resolution.
 cmake_policy(VERSION 3.25)
 find_program(identify identify REQUIRED)
 if(NOT EXISTS ${host})
@@ -34,9 +34,29 @@ function(compare names)
   endforeach()
 endfunction()
 
+# same_text(ARGUMENTS...): what the tool prints is the same, but for the line ends, for the time, and for the formats
+# that the system may not have codecs for.
+function(same_text)
+  execute_process(COMMAND ${host} ${ARGN} WORKING_DIRECTORY ${work}/here
+                  OUTPUT_VARIABLE here COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${emulator} ${tool} --virtual ${ARGN} WORKING_DIRECTORY ${work}/there
+                  OUTPUT_VARIABLE there COMMAND_ERROR_IS_FATAL ANY)
+  foreach(text here there)
+    string(REGEX REPLACE "\r|Device Time[^\n]*|, (jpeg|png) \\(file\\)|\\|(jpeg|png)" "" ${text} "${${text}}")
+  endforeach()
+  if(here STREQUAL "" OR NOT there STREQUAL here)
+    message(SEND_ERROR "${ARGN}: printed\n${here}here and\n${there}under Wine")
+  endif()
+endfunction()
+
 set(scan -d virtual:scanner --dpi 100)
 foreach(generation 1 2)
   set(run --wia ${generation} ${scan})
+  same_text(--wia ${generation} -L --json)
+  same_text(--wia ${generation} -d virtual:scanner -A)
+  same_text(${run} --source feeder --pages 2 --json -o json${generation}.tif)
+  set(a5 --pagesize a5 --source feeder --mode gray)
+  compare(a5-${generation}.tif ${run} ${a5} --pages 1 -o a5-${generation}.tif)
   foreach(extension tif bmp)
     foreach(mode lineart gray color)
       compare(${mode}${generation}.${extension} ${run} --mode ${mode} -o ${mode}${generation}.${extension})
@@ -45,8 +65,10 @@ foreach(generation 1 2)
   compare(memory${generation}.tif ${run} --memory -o memory${generation}.tif)
   compare(all${generation}.tif ${run} --source feeder --pages 3 --multi-page -o all${generation}.tif)
   compare(all${generation}.tif ${run} --append -o all${generation}.tif)
-  set(single "page${generation}.tif;page${generation} (1).tif")
-  compare("${single}" ${run} --source feeder --pages 2 -o page${generation}.tif)
+  set(single "page${generation}.bmp;page${generation} (1).bmp")
+  compare("${single}" ${run} --source feeder --pages 2 -o page${generation}.bmp)
+  compare("batch${generation}-1.tif;batch${generation}-2.tif"
+          ${run} --source feeder --batch=batch${generation}-%d.tif --batch-count 2)
 endforeach()
 
 # Files that others wrote are read and appended to alike.
@@ -78,3 +100,9 @@ foreach(variant IN LISTS variants)
   file(COPY_FILE ${file} ${work}/there/${name}.tif)
   compare(${name}.tif ${scan} --append -o ${name}.tif)
 endforeach()
+
+# The system's own service: Wine's cannot list devices, and the tool must say so.
+execute_process(COMMAND ${emulator} ${tool} --wia 1 -L RESULT_VARIABLE result OUTPUT_VARIABLE listed ERROR_VARIABLE said)
+if(result EQUAL 0 OR NOT listed STREQUAL "" OR NOT said MATCHES "listing the devices")
+  message(SEND_ERROR "--wia 1 -L without devices of ours: ended with ${result}: ${listed}${said}")
+endif()
