@@ -49,9 +49,9 @@ ToolRun::ToolRun(const std::filesystem::path& folder, const Arguments& arguments
     _exit(127);
 }
 
-void ToolRun::Interrupt() const
+void ToolRun::Signal(int number) const
 {
-    kill(process_, SIGINT);
+    kill(process_, number);
 }
 
 ToolResult ToolRun::Wait()

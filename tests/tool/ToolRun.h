@@ -30,7 +30,7 @@ public:
     /** `unprivileged`: as the user "nobody", when the tests run as root. */
     ToolRun(const std::filesystem::path& folder, const Arguments& arguments, bool unprivileged = false);
 
-    void Interrupt() const;
+    void Signal(int number) const;
     ToolResult Wait();
 
 private:

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -484,7 +485,7 @@ TEST_P(ToolRoads, InterruptKeepsFinishedPagesOnly)
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
     while (Files().empty() && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds{5});
-    run.Interrupt();
+    run.Signal(SIGINT);
     const ToolResult result = run.Wait();
     EXPECT_EQ(2, result.exitCode) << result.err;
     std::string listed;
