@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -282,6 +284,36 @@ TEST_F(Tool, ReadOnlyDirectoryIsRefused)
     const ToolResult result = ToolRun{folder_, {"-o", "page.tif"}, true}.Wait();
     EXPECT_EQ(9, result.exitCode) << result.err;
     EXPECT_EQ(Names{}, Files());
+}
+
+TEST_F(Tool, FullDiskIsNamedAndLeavesTheOldFile)
+{
+    const fs::path disk = Out() / "small";
+    fs::create_directory(disk);
+    if (mount("none", disk.c_str(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "a full disk is not seen: no right to mount one";
+    const std::unique_ptr<const char, int (*)(const char*)> mounted{disk.c_str(), umount};
+    for (const char* medium : {kFiles, kMemory})
+        for (const auto& [file, mode] : {std::pair{"small/a.tif", "--append"},
+                                         {"small/a.pdf", "--append"},
+                                         {"small/a.tif", "--overwrite"},
+                                         {"small/a.png", "--overwrite"},
+                                         {"small/a.png", "--progress"},
+                                         {"small/a.jpg", "--overwrite"},
+                                         {"small/a.bmp", "--overwrite"}}) {
+            SCOPED_TRACE(std::string{file} + mode + medium);
+            const Arguments common{"-o", file, "--source", "feeder", "--dpi", "75", medium};
+            ASSERT_EQ(0, Run(common).exitCode);
+            const std::string before = Read(file);
+            Write("small/rest", std::string(4 << 20, ' '));
+            const ToolResult result = Run(common + Arguments{mode});
+            EXPECT_EQ(9, result.exitCode);
+            EXPECT_NE(std::string::npos, result.err.find("disk")) << result.err;
+            EXPECT_TRUE(Read(file) == before);
+            fs::remove(Out() / file);
+            fs::remove(disk / "rest");
+            EXPECT_TRUE(fs::is_empty(disk)) << "a half-written file is left";
+        }
 }
 
 TEST_F(Tool, BatchesEndByTheRules)
