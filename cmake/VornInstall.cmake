@@ -20,12 +20,14 @@ foreach(library IN LISTS vorn_libraries)
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
     INSTALL_RPATH "$ORIGIN")
 endforeach()
-if(TARGET vornvideo)
-  set_target_properties(vornvideo PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-    INSTALL_RPATH "$ORIGIN")
-  install(TARGETS vornvideo LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)  # loaded, never linked
-endif()
+foreach(library IN ITEMS vornpdf vornvideo)  # loaded, never linked
+  if(TARGET ${library})
+    set_target_properties(${library} PROPERTIES
+      VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+      INSTALL_RPATH "$ORIGIN")
+    install(TARGETS ${library} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+  endif()
+endforeach()
 set_target_properties(vornscan PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vornwia)

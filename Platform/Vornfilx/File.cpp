@@ -277,12 +277,13 @@ uint64_t FileUpdate::PlaceOfEnd(uint64_t size) const noexcept
     return left < endCount_ ? size + left : size;
 }
 
-int32_t FileUpdate::KeepEnd(uint64_t count) noexcept
+int32_t FileUpdate::KeepEnd(std::string_view end) noexcept
 {
-    if (count > kEndBytes || count > oldSize_)
+    if (end.size() > kEndBytes)
         return FIL_ERR_CORRUPT;
-    endCount_ = count;
-    return file_.ReadAt(oldSize_ - count, end_, count);
+    endCount_ = end.size();
+    std::memcpy(end_, end.data(), end.size());
+    return FIL_SUCCESS;
 }
 
 int32_t FileUpdate::PatchEnd(uint64_t offset, const void* data, uint64_t count) noexcept

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <string_view>
+
 #include "ByteSource.h"
 
 namespace vorn::fil {
@@ -79,10 +81,10 @@ public:
     int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;
 
     /**
-     * From now on a copy of the file's last `count` bytes, at most kEndBytes, is written behind new data before the
-     * data itself. Whoever is killed in between leaves a file with its old end.
+     * From now on `end`, at most kEndBytes, which ends the file as its last bytes do, is written behind new data before
+     * the data itself. Whoever is killed in between leaves a file with its old end.
      */
-    int32_t KeepEnd(uint64_t count) noexcept;
+    int32_t KeepEnd(std::string_view end) noexcept;
     /** Bytes to be written in front of a kept end so that it lies in one block of the file. */
     uint64_t Padding() const noexcept { return PlaceOfEnd(size_) - size_; }
     /** To be patched in the kept end: `count` bytes, at most kPatchBytes, `offset` from its start. */

@@ -3,6 +3,7 @@
  */
 #include <new>
 
+#include "PdfForeign.h"
 #include "PdfPicture.h"
 
 namespace vorn::fil {
@@ -26,22 +27,32 @@ public:
     int32_t CountPages(ByteSource& source, uint32_t& count) const noexcept override
     {
         pdf::Document document;
-        const int32_t status = pdf::ReadDocument(source, document);
+        const int32_t status = Read(source, document);
         if (status == FIL_SUCCESS)
-            count = document.pageCount;
+            count = document.before.pageCount + document.pageCount;
         return status;
     }
     int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override
     {
         pdf::Document document;
-        const int32_t status = pdf::ReadDocument(source, document);
-        if (status != FIL_SUCCESS)
+        if (const int32_t status = Read(source, document); status != FIL_SUCCESS)
             return status;
-        return page > document.pageCount ? FIL_ERR_NO_SUCH_PAGE : pdf::ReadPage(source, document, page, info);
+        const uint32_t before = document.before.pageCount;
+        if (page <= before)
+            return pdf::ReadForeignPage(source, page, info);
+        return page - before > document.pageCount ? FIL_ERR_NO_SUCH_PAGE
+                                                  : pdf::ReadPage(source, document, page - before, info);
     }
     int32_t Load(ByteSource&, uint32_t, BitmapHandle&) const noexcept override { return FIL_ERR_UNSUPPORTED; }
     int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
                       const SaveSettings& settings) const noexcept override;
+
+private:
+    static int32_t Read(ByteSource& source, pdf::Document& document) noexcept
+    {
+        const int32_t status = pdf::ReadDocument(source, document);
+        return status == FIL_ERR_UNSUPPORTED ? pdf::ReadForeign(source, document) : status;
+    }
 };
 
 int32_t PdfCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap,
@@ -49,7 +60,7 @@ int32_t PdfCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap,
 try {
     pdf::Document document;
     pdf::Encoding encoding{};
-    int32_t status = file.OldSize() > 0 ? pdf::ReadDocument(file, document) : FIL_SUCCESS;
+    int32_t status = file.OldSize() > 0 ? Read(file, document) : FIL_SUCCESS;
     if (status == FIL_SUCCESS)
         status = pdf::ChooseEncoding(bitmap, settings.compression, encoding);
     if (status != FIL_SUCCESS)

@@ -12,72 +12,84 @@
  *
  *     1 catalog   2 root of the pages   3 information   then group by group: its node, then for each of its pages
  *     the page, its picture, the picture's length, what is drawn
+ *
+ * Pages are added to another program's file in the same manner: the numbers begin behind those of its objects, and its
+ * tree of pages hangs on our root in front of our groups. Where its table is a stream, ours are streams too, and have
+ * the number of the information, which stays its own.
  */
 #pragma once
 
 #include <cstdint>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "Codec.h"
 
 namespace vorn::fil::pdf {
 
+constexpr uint32_t kGroupPages = 64;  // of a group
+constexpr uint32_t kPageObjects = 4;  // page, picture, its length, what is drawn
+constexpr uint32_t kMostPages = 1000000, kMostObjects = 8000000;
+
+/** The file's last bytes: "startxref", a number of ten places, "%%EOF". */
+constexpr std::string_view kEndStart = "startxref\n", kEndStop = "\n%%EOF\n";
+constexpr size_t kEndDigits = 10, kEndBytes = kEndStart.size() + kEndDigits + kEndStop.size();
+constexpr uint64_t kMostOffset = 9999999999;
+
+/** How tables begin, and trailers; a stream's entry has a kind, an offset of eight bytes, and a generation of two. */
+constexpr std::string_view kTable = "xref\n", kTrailer = "trailer\n<< ";
+constexpr std::string_view kStreamTable = " 0 obj\n<< /Type /XRef /W [1 8 2] /Index [";
+constexpr uint32_t kStreamEntry = 11;
+
+/** What another program wrote in front of our pages. */
+struct Before {
+    uint32_t pageCount = 0;
+    uint32_t pages = 0, generation = 0;  ///< root of its page tree; 0: there is nothing of others
+    std::string trailer;                 ///< entries that stay in the trailer
+    std::string catalog, tree;           ///< entries of catalog and root, as long as no page of ours is there
+};
+
 /** What a file says of itself at its end. */
 struct Document {
-    uint32_t pageCount = 0;
-    uint64_t tableAt = 0;   ///< where the newest table begins
-    uint64_t previous = 0;  ///< where the table before it begins; 0: there is none
+    uint32_t pageCount = 0;  ///< of ours
+    uint64_t tableAt = 0;    ///< where the newest table begins
+    uint64_t previous = 0;   ///< where the table before it begins; 0: there is none
+    uint32_t firstObject = 1;
+    bool streams = false;  ///< the tables are streams
+    Before before;
+
+    bool HasBefore() const noexcept { return before.pages != 0; }
+    uint32_t Catalog() const noexcept { return firstObject; }
+    uint32_t Root() const noexcept { return firstObject + 1; }
+    uint32_t Information() const noexcept { return firstObject + 2; }
+    /** The node of a page of ours, pages counted from 0. */
+    uint32_t Group(uint32_t page) const noexcept
+    {
+        return firstObject + 3 + page / kGroupPages * (1 + kGroupPages * kPageObjects);
+    }
+    /** Its first object. */
+    uint32_t Page(uint32_t page) const noexcept
+    {
+        return Group(page) + 1 + page % kGroupPages * kPageObjects;
+    }
 };
+
+/** Text of at most 159 characters. */
+[[gnu::format(printf, 1, 2)]] std::string Print(const char* format, ...);
+/** A length in points; the application's locale has no say in it. */
+std::string Points(double length);
+/** The end of a file, kEndBytes. */
+std::string EndOf(uint64_t tableAt);
+/** The entries of the trailer with `pageCount` pages of ours. `previous`: the table before; 0: there is none. */
+std::string TrailerOf(const Document& document, uint32_t pageCount, uint64_t previous);
 
 /**
  * Reads the end of a file.
- * @return FIL_ERR_UNSUPPORTED for a file that this library did not write, or that others changed since; FIL_ERR_CORRUPT
- *         for one whose tables are damaged
+ * @return FIL_ERR_UNSUPPORTED for a file whose last page is not ours; FIL_ERR_CORRUPT for one whose tables are damaged
  */
 int32_t ReadDocument(ByteSource& source, Document& document) noexcept;
 
-/** Reads what a page's objects tell of its picture. `page` counts from 1 and is there. */
+/** Reads what the objects of a page of ours tell of its picture. `page` counts from 1 and is there. */
 int32_t ReadPage(ByteSource& source, Document document, uint32_t page, PageInfo& info) noexcept;
-
-/** The picture of a page, without its data. */
-struct Picture {
-    uint32_t width = 0, height = 0;        ///< pixels
-    double pageWidth = 0, pageHeight = 0;  ///< points
-    std::string entries;                   ///< of its dictionary, besides size and length
-};
-
-/** Writes one page to a file: Begin, the picture's data through the update, Finish. May throw std::bad_alloc. */
-class PageWriter {
-public:
-    PageWriter(FileUpdate& update, const Document& document) : update_{update}, document_{document} {}
-
-    /** Everything up to the picture's data. */
-    int32_t Begin(const Picture& picture);
-    /** The picture's data is written: everything behind it. */
-    int32_t Finish();
-
-private:
-    struct Entry {
-        uint32_t object;
-        uint64_t offset;
-    };
-
-    uint32_t PageCount() const noexcept { return document_.pageCount + 1; }
-    bool IsNew() const noexcept { return document_.pageCount == 0; }
-    void Open(uint32_t object);
-    void Close() { text_ += "endobj\n"; }
-    void AddTree();
-    void AddTable();
-    void AddTrailer();
-    int32_t Flush();
-
-    FileUpdate& update_;
-    const Document document_;
-    Picture picture_;
-    std::string text_;  ///< not yet written
-    std::vector<Entry> entries_;
-    uint64_t dataAt_ = 0, tableAt_ = 0;
-};
 
 }  // namespace vorn::fil::pdf

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "Codec.h"
-#include "PdfDocument.h"
+#include "PdfPageWriter.h"
 
 namespace vorn::fil::pdf {
 

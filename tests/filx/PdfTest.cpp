@@ -124,6 +124,34 @@ TEST_F(Pdf, GroupsOfPagesKeepTheirOrder)
     }
 }
 
+TEST_F(Pdf, PagesAreAddedBehindThoseOfOthers)
+{
+    for (const char* how : {"", "--object-streams=generate", "--linearize"}) {
+        SCOPED_TRACE(how);
+        std::filesystem::remove(Name("a.pdf"));
+        for (uint32_t page = 1; page <= 3; ++page)
+            ASSERT_EQ(Add(Picture{page, 7, 1}), FIL_SUCCESS);
+        ASSERT_EQ(Shell(folder.Path(), std::string{"qpdf --replace-input a.pdf "} + how), 0);
+        const std::string before = BytesOf(Name("a.pdf"));
+        for (uint32_t page = 4; page <= 70; ++page)
+            ASSERT_EQ(Add(Picture{page, 7, 1}), FIL_SUCCESS);
+        WriteBytes(Name("a.pdf"), BytesOf(Name("a.pdf")) + "% changed by others once more\n");
+        ASSERT_EQ(Add(Picture{71, 7, 1}), FIL_SUCCESS);
+        EXPECT_EQ(CountPages(), 71u);
+        EXPECT_TRUE(BytesOf(Name("a.pdf")).starts_with(before));
+        ExpectSound();
+        ASSERT_EQ(Shell(folder.Path(), "pdfinfo -f 1 -l 71 a.pdf"), 0);
+        const std::string told = BytesOf(folder.Path() / "out");
+        EXPECT_NE(told.find("Producer:        vornwia"), std::string::npos) << told;
+        for (const uint32_t page : {1u, 3u, 4u, 70u, 71u}) {
+            EXPECT_NE(told.find(" size:  " + std::to_string(page) + " x 7 pts"), std::string::npos) << page;
+            ASSERT_EQ(Ask(page), FIL_SUCCESS);
+            EXPECT_EQ(info.width, page);
+        }
+        EXPECT_EQ(Ask(72), FIL_ERR_NO_SUCH_PAGE);
+    }
+}
+
 TEST_F(Pdf, WhatItCannotHoldOrAddToIsRefusedAndLeftAsItIs)
 {
     const Picture page{8, 8, 24};
@@ -135,8 +163,8 @@ TEST_F(Pdf, WhatItCannotHoldOrAddToIsRefusedAndLeftAsItIs)
     const std::string whole = BytesOf(folder.Path() / "a.pdf");
     const std::string damages[] = {
         "%PDF-1.4\nnothing\n",
-        whole + "\n% edited\n",                                                  // by others since
-        whole.substr(0, whole.size() - 1),                                       // cut
+        whole.substr(0, whole.size() - 8),  // cut
+        whole.substr(0, whole.size() / 2) + whole.substr(whole.rfind("startxref")),
         whole.substr(0, whole.rfind("startxref") + 10) + "9999999999\n%%EOF\n",  // the table is elsewhere
         whole.substr(0, whole.rfind("startxref") + 10) + "         1\n%%EOF\n",  // or nowhere
     };
@@ -146,6 +174,16 @@ TEST_F(Pdf, WhatItCannotHoldOrAddToIsRefusedAndLeftAsItIs)
         EXPECT_TRUE(status == FIL_ERR_UNSUPPORTED || status == FIL_ERR_CORRUPT) << status;
         EXPECT_EQ(BytesOf(folder.Path() / "a.pdf"), bytes);
         EXPECT_EQ(CountPages(), 0u);
+    }
+    for (const char* passwords : {"'' ''", "user owner"}) {
+        WriteBytes(Name("a.pdf"), whole);
+        const std::string encrypt =
+            std::string{"qpdf --replace-input a.pdf --encrypt "} + passwords + " 256 --";
+        ASSERT_EQ(Shell(folder.Path(), encrypt), 0);
+        const std::string bytes = BytesOf(Name("a.pdf"));
+        EXPECT_EQ(Ask(), FIL_ERR_UNSUPPORTED);
+        EXPECT_EQ(Add(page), FIL_ERR_UNSUPPORTED);
+        EXPECT_EQ(BytesOf(Name("a.pdf")), bytes);
     }
     Picture loaded;
     WriteBytes(folder.Path() / "a.pdf", whole);

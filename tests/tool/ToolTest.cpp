@@ -206,6 +206,7 @@ struct RefusalCase {
 TEST_F(Tool, RefusesBeforeAnythingIsScanned)
 {
     Write("there.tif", "no image");
+    Write("there.pdf", "%PDF-1.4\n");
     const RefusalCase cases[] = {
         {"unknown option", {"--frobnicate"}, 1, "--frobnicate"},
         {"no output file", {"--dpi", "75"}, 1, "-o"},
@@ -215,6 +216,7 @@ TEST_F(Tool, RefusesBeforeAnythingIsScanned)
         {"directory is a file", {"-o", "there.tif/page.tif"}, 9, "not a directory"},
         {"name too long", {"-o", std::string(300, 'x') + ".tif"}, 1, "259"},
         {"damaged file to append to", {"-o", "there.tif", "--append"}, 9, "there.tif"},
+        {"damaged PDF to append to", {"-o", "there.pdf", "--append"}, 9, "it is damaged"},
         {"several pages in a BMP", {"-o", "page.bmp", "--multi-page"}, 1, "one page"},
         {"contradicting modes", {"-o", "page.tif", "--append", "--overwrite"}, 1, "--overwrite"},
         {"unknown device", {"-o", "page.tif", "-d", "no such"}, 1, "no such"},
@@ -271,7 +273,7 @@ TEST_F(Tool, RefusesBeforeAnythingIsScanned)
         EXPECT_EQ(row.exitCode, result.exitCode);
         EXPECT_EQ("", result.out);
         EXPECT_NE(std::string::npos, result.err.find(row.said)) << result.err;
-        EXPECT_EQ(Names{"there.tif"}, Files());
+        EXPECT_EQ((Names{"there.pdf", "there.tif"}), Files());
         EXPECT_EQ("no image", Read("there.tif"));
     }
 }

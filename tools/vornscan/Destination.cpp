@@ -117,9 +117,12 @@ void CheckAppending(const Destination& destination)
     const int32_t wanted = SavedAs(*destination.format);
     FilFileInfo info{};
     const int32_t status = FilInfo(destination.wideName.c_str(), &info, FIL_INFO_SIZE, 0, nullptr);
-    if (status == FIL_ERR_UNSUPPORTED && wanted == FIL_FORMAT_PDF)
-        throw Failure{ExitCode::InputOutput, "cannot add pages to " + destination.fileName +
-                                                 ": another program wrote or changed it; name a new file"};
+    const bool damaged = status == FIL_ERR_CORRUPT;
+    if (wanted == FIL_FORMAT_PDF && (damaged || status == FIL_ERR_UNSUPPORTED))
+        throw Failure{ExitCode::InputOutput,
+                      "cannot add pages to " + destination.fileName + ": it is " +
+                          (damaged ? "damaged" : "encrypted, or this program cannot look into it") +
+                          "; name a new file"};
     if (status != FIL_SUCCESS)
         throw StatusFailure("cannot add pages to " + destination.fileName, status);
     if (info.format != wanted)

@@ -1,0 +1,56 @@
+#include "PdfForeign.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "Sibling.h"
+
+namespace vorn::fil::pdf {
+namespace {
+
+int32_t Read(ByteSource& source, Document* document, uint32_t page, PageInfo* info)
+{
+    static const auto read = reinterpret_cast<ReadForeignFunction>(
+        LoadFromSibling(reinterpret_cast<const void*>(&Read), "libvornpdf.so." VORN_SOVERSION, kReadForeign));
+    return read ? read(source, document, page, info) : FIL_ERR_UNSUPPORTED;
+}
+
+/** Finds the newest table as every reader does: by the last word of its kind near the end. */
+int32_t FindTable(ByteSource& source, Document& document)
+{
+    constexpr uint64_t kNearEnd = 1024;
+    std::string text(static_cast<size_t>(std::min(kNearEnd, source.Size())), 0);
+    if (const int32_t status = source.ReadAt(source.Size() - text.size(), text.data(), text.size());
+        status != FIL_SUCCESS)
+        return status;
+    const size_t at = text.rfind("startxref");
+    unsigned long long offset = 0;
+    if (at == text.npos || std::sscanf(text.c_str() + at, "startxref %llu", &offset) != 1 || offset == 0 ||
+        offset >= source.Size())
+        return FIL_ERR_CORRUPT;
+    document.tableAt = offset;
+    char first = 0;
+    const int32_t status = source.ReadAt(offset, &first, 1);
+    document.streams = first != 'x';
+    return status;
+}
+
+}  // namespace
+
+int32_t ReadForeign(ByteSource& source, Document& document) noexcept
+try {
+    document = Document{};
+    const int32_t status = FindTable(source, document);
+    return status == FIL_SUCCESS ? Read(source, &document, 0, nullptr) : status;
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
+
+int32_t ReadForeignPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept
+try {
+    return Read(source, nullptr, page, &info);
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
+
+}  // namespace vorn::fil::pdf
