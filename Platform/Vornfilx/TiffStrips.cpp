@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Codec.h"
+#include "GreyRamp.h"
 #include "Pixels.h"
 
 namespace vorn::fil::tiff {
@@ -11,11 +12,6 @@ namespace {
 
 /** Strips of this size are few enough for large pages and small enough for readers that hold one at a time. */
 constexpr uint64_t kStripBytes = 128 * 1024;
-
-uint8_t GreyOfRamp(uint32_t index, uint32_t last) noexcept
-{
-    return static_cast<uint8_t>(index * 255 / last);
-}
 
 }  // namespace
 
@@ -28,14 +24,8 @@ Photometric PhotometricOf(const BitmapHandle& bitmap) noexcept
         return kBlackIsZero;
     if (bitmap.paletteCount <= last)
         return kPalette;
-    bool rising = true, falling = true;
-    for (uint32_t i = 0; i <= last; ++i) {
-        const uint8_t* const entry = bitmap.palette + i * kPaletteEntryBytes;
-        const bool grey = entry[0] == entry[1] && entry[1] == entry[2];
-        rising = rising && grey && entry[0] == GreyOfRamp(i, last);
-        falling = falling && grey && entry[0] == GreyOfRamp(last - i, last);
-    }
-    return rising ? kBlackIsZero : falling ? kWhiteIsZero : kPalette;
+    const GreyRamp ramp = GreyRampOf(bitmap.palette, last + 1);
+    return ramp == GreyRamp::Rising ? kBlackIsZero : ramp == GreyRamp::Falling ? kWhiteIsZero : kPalette;
 }
 
 uint64_t FileRowBytes(const BitmapHandle& bitmap) noexcept

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "GreyRamp.h"
 #include "RowFile.h"
 
 namespace vorn::fil {
@@ -21,13 +22,7 @@ std::vector<uint8_t> WholePalette(const RowImage& image)
 
 bool IsGreyRamp(const std::vector<uint8_t>& wholePalette) noexcept
 {
-    const size_t count = wholePalette.size() / 4;
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* entry = wholePalette.data() + i * 4;
-        if (entry[0] != i * 255 / (count - 1) || entry[1] != entry[0] || entry[2] != entry[0])
-            return false;
-    }
-    return count > 0;
+    return GreyRampOf(wholePalette.data(), wholePalette.size() / 4) == GreyRamp::Rising;
 }
 
 }  // namespace vorn::fil

@@ -114,17 +114,4 @@ std::vector<PaletteEntry> PaletteOf(const PageGeometry& geometry)
     return ramp;
 }
 
-bool IsGreyRamp(const std::vector<PaletteEntry>& palette, uint32_t bitsPerPixel) noexcept
-{
-    if (bitsPerPixel > 8 || palette.size() != size_t{1} << bitsPerPixel)
-        return false;
-    const size_t last = palette.size() - 1;
-    for (size_t i = 0; i <= last; ++i) {
-        const PaletteEntry& entry = palette[i];
-        if (entry.red != i * 255 / last || entry.green != entry.red || entry.blue != entry.red)
-            return false;
-    }
-    return true;
-}
-
 }  // namespace vorn::wia

@@ -33,7 +33,4 @@ bool IsPlausible(const PageGeometry& geometry) noexcept;
 /** The palette of a page of up to 8 bits; without one of its own, the ramp from black to white. */
 std::vector<PaletteEntry> PaletteOf(const PageGeometry& geometry);
 
-/** True for the whole ramp from black to white that the pixels of such a depth have without a palette. */
-bool IsGreyRamp(const std::vector<PaletteEntry>& palette, uint32_t bitsPerPixel) noexcept;
-
 }  // namespace vorn::wia

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ByteWriter.h"
+#include "GreyRamp.h"
 #include "RowStream.h"
 #include "Software.h"
 #include "TiffDirectory.h"
@@ -60,10 +61,11 @@ Photometric PhotometricOf(const PageGeometry& geometry, const std::vector<Palett
 {
     if (geometry.bitsPerPixel > 8)
         return kRgb;
-
-    if (IsGreyRamp(palette, geometry.bitsPerPixel))
-        return kBlackIsZero;
-    return IsGreyRamp({palette.rbegin(), palette.rend()}, geometry.bitsPerPixel) ? kWhiteIsZero : kPalette;
+    if (palette.size() != size_t{1} << geometry.bitsPerPixel)
+        return kPalette;
+    using fil::GreyRamp;
+    const GreyRamp ramp = fil::GreyRampOf(reinterpret_cast<const uint8_t*>(palette.data()), palette.size());
+    return ramp == GreyRamp::Rising ? kBlackIsZero : ramp == GreyRamp::Falling ? kWhiteIsZero : kPalette;
 }
 
 /** All red values first, then green, then blue; 16 bits each. */
