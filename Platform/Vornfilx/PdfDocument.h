@@ -24,6 +24,7 @@
 #include <string_view>
 
 #include "Codec.h"
+#include "PdfBefore.h"
 
 namespace vorn::fil::pdf {
 
@@ -40,14 +41,6 @@ constexpr uint64_t kMostOffset = 9999999999;
 constexpr std::string_view kTable = "xref\n", kTrailer = "trailer\n<< ";
 constexpr std::string_view kStreamTable = " 0 obj\n<< /Type /XRef /W [1 8 2] /Index [";
 constexpr uint32_t kStreamEntry = 11;
-
-/** What another program wrote in front of our pages. */
-struct Before {
-    uint32_t pageCount = 0;
-    uint32_t pages = 0, generation = 0;  ///< root of its page tree; 0: there is nothing of others
-    std::string trailer;                 ///< entries that stay in the trailer
-    std::string catalog, tree;           ///< entries of catalog and root, as long as no page of ours is there
-};
 
 /** What a file says of itself at its end. */
 struct Document {

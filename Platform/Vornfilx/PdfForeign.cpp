@@ -8,11 +8,11 @@
 namespace vorn::fil::pdf {
 namespace {
 
-int32_t Read(ByteSource& source, Document* document, uint32_t page, PageInfo* info)
+int32_t Read(ByteSource& source, Before* before, uint32_t page, PageArea& area)
 {
     static const auto read = reinterpret_cast<ReadForeignFunction>(
         LoadFromSibling(reinterpret_cast<const void*>(&Read), "libvornpdf.so." VORN_SOVERSION, kReadForeign));
-    return read ? read(source, document, page, info) : FIL_ERR_UNSUPPORTED;
+    return read ? read(source, before, page, area) : FIL_ERR_UNSUPPORTED;
 }
 
 /** Finds the newest table as every reader does: by the last word of its kind near the end. */
@@ -40,15 +40,26 @@ int32_t FindTable(ByteSource& source, Document& document)
 int32_t ReadForeign(ByteSource& source, Document& document) noexcept
 try {
     document = Document{};
-    const int32_t status = FindTable(source, document);
-    return status == FIL_SUCCESS ? Read(source, &document, 0, nullptr) : status;
+    int32_t status = FindTable(source, document);
+    PageArea none;
+    if (status == FIL_SUCCESS)
+        status = Read(source, &document.before, 0, none);
+    if (status == FIL_SUCCESS && document.before.nextObject > kMostObjects)
+        return FIL_ERR_TOO_LARGE;
+    document.firstObject = static_cast<uint32_t>(document.before.nextObject);
+    return status;
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
 }
 
 int32_t ReadForeignPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept
 try {
-    return Read(source, nullptr, page, &info);
+    PageArea area;
+    const int32_t status = Read(source, nullptr, page, area);
+    info.width = area.width;
+    info.height = area.height;
+    info.xDpi = info.yDpi = 72;
+    return status;
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
 }

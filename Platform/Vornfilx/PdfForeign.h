@@ -19,9 +19,4 @@ int32_t ReadForeign(ByteSource& source, Document& document) noexcept;
 /** Tells how large a page is, at 72 dpi. `page` counts from 1. */
 int32_t ReadForeignPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept;
 
-/** What the library has: both of the above, one of them null. */
-using ReadForeignFunction = int32_t (*)(ByteSource& source, Document* document, uint32_t page,
-                                        PageInfo* info);
-constexpr const char* kReadForeign = "VornReadForeignPdf";
-
 }  // namespace vorn::fil::pdf

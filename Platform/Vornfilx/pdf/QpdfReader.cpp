@@ -10,7 +10,7 @@
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 
-#include "PdfForeign.h"
+#include "PdfBefore.h"
 
 namespace vorn::fil::pdf {
 namespace {
@@ -115,12 +115,11 @@ std::string TrailerEntries(QPDFObjectHandle trailer)
     return text + " /ID [" + both + "]";
 }
 
-int32_t Describe(QPDF& pdf, Document& document)
+int32_t Describe(QPDF& pdf, Before& before)
 {
     QPDFObjectHandle catalog = pdf.getRoot(), tree = catalog.getKey("/Pages");
     if (!tree.isIndirect() || !tree.isDictionary())
         return FIL_ERR_CORRUPT;
-    Before& before = document.before;
     before.pages = static_cast<uint32_t>(tree.getObjectID());
     before.generation = static_cast<uint32_t>(tree.getGeneration());
     before.catalog = EntriesWithout("/Pages", catalog);
@@ -128,13 +127,12 @@ int32_t Describe(QPDF& pdf, Document& document)
     before.trailer = TrailerEntries(pdf.getTrailer());
     const uint64_t size =
         static_cast<uint64_t>(std::max<long long>(pdf.getTrailer().getKey("/Size").getIntValue(), 0));
-    const uint64_t first = std::max<uint64_t>(size, pdf.getObjectCount() + 1);
+    before.nextObject = std::max<uint64_t>(size, pdf.getObjectCount() + 1);
     before.pageCount = static_cast<uint32_t>(pdf.getAllPages().size());
-    document.firstObject = static_cast<uint32_t>(first);
-    return first <= kMostObjects ? FIL_SUCCESS : FIL_ERR_TOO_LARGE;
+    return FIL_SUCCESS;
 }
 
-int32_t DescribePage(QPDF& pdf, uint32_t page, PageInfo& info)
+int32_t DescribePage(QPDF& pdf, uint32_t page, PageArea& area)
 {
     const auto& pages = pdf.getAllPages();
     if (page > pages.size())
@@ -143,14 +141,13 @@ int32_t DescribePage(QPDF& pdf, uint32_t page, PageInfo& info)
     if (!box.isRectangle())
         return FIL_ERR_CORRUPT;
     constexpr double kLongest = 1e9;
-    const auto area = box.getArrayAsRectangle();
-    info.width = static_cast<uint32_t>(std::clamp(area.urx - area.llx, 0.0, kLongest));
-    info.height = static_cast<uint32_t>(std::clamp(area.ury - area.lly, 0.0, kLongest));
-    info.xDpi = info.yDpi = 72;
+    const auto corners = box.getArrayAsRectangle();
+    area.width = static_cast<uint32_t>(std::clamp(corners.urx - corners.llx, 0.0, kLongest));
+    area.height = static_cast<uint32_t>(std::clamp(corners.ury - corners.lly, 0.0, kLongest));
     return FIL_SUCCESS;
 }
 
-int32_t Read(const std::shared_ptr<Input>& input, Document* document, uint32_t page, PageInfo* info)
+int32_t Read(const std::shared_ptr<Input>& input, Before* before, uint32_t page, PageArea& area)
 try {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
@@ -158,7 +155,7 @@ try {
     pdf.processInputSource(input);
     if (pdf.isEncrypted())
         return FIL_ERR_UNSUPPORTED;
-    const int32_t status = document ? Describe(pdf, *document) : DescribePage(pdf, page, *info);
+    const int32_t status = before ? Describe(pdf, *before) : DescribePage(pdf, page, area);
     return status == FIL_SUCCESS && pdf.anyWarnings() ? FIL_ERR_CORRUPT : status;
 } catch (const QPDFExc& error) {
     const bool known = error.getErrorCode() == qpdf_e_password || error.getErrorCode() == qpdf_e_unsupported;
@@ -167,11 +164,11 @@ try {
 
 }  // namespace
 
-extern "C" [[gnu::visibility("default")]] int32_t VornReadForeignPdf(ByteSource& source, Document* document,
-                                                                     uint32_t page, PageInfo* info)
+extern "C" [[gnu::visibility("default")]] int32_t VornReadForeignPdf(ByteSource& source, Before* before,
+                                                                     uint32_t page, PageArea& area)
 try {
     const auto input = std::make_shared<Input>(source);
-    const int32_t status = Read(input, document, page, info);
+    const int32_t status = Read(input, before, page, area);
     return input->Status() != FIL_SUCCESS ? input->Status() : status;
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
