@@ -9,9 +9,9 @@ namespace {
 const Codec* const kCodecs[] = {
     &bmpCodec,
     &tiffCodec,
-#ifndef _WIN32
     &jpegCodec,
     &pngCodec,
+#ifndef _WIN32
     &pdfCodec,
 #endif
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "BigEndian.h"
 #include "TiffChain.h"
 #include "TiffStoredFields.h"
 
@@ -21,11 +22,6 @@ template <size_t Count>
 bool IsOneOf(uint8_t marker, const uint8_t (&markers)[Count]) noexcept
 {
     return std::find(std::begin(markers), std::end(markers), marker) != std::end(markers);
-}
-
-constexpr uint32_t BigEndian16(const uint8_t* at) noexcept
-{
-    return static_cast<uint32_t>(at[0] << 8 | at[1]);
 }
 
 /** A marker and what belongs to it. */
@@ -161,6 +157,7 @@ int32_t ReadFrame(ByteSource& source, const Segment& segment, Header& header) no
     header.storedHeight = BigEndian16(frame + 1);
     header.storedWidth = BigEndian16(frame + 3);
     header.components = frame[5];
+    header.frameEnd = segment.offset + segment.bytes;
     if (header.storedWidth == 0 || segment.bytes != kFixedBytes + header.components * 3)
         return FIL_ERR_CORRUPT;
     const bool knownComponents = header.components == 1 || header.components == 3 || header.components == 4;

@@ -15,6 +15,7 @@ struct Header {
     uint32_t storedHeight = 0;
     uint32_t components = 0;
     Orientation orientation = Orientation::TopLeft;
+    uint64_t frameEnd = 0;  ///< where tables and the picture's data begin
 };
 
 /** Reads up to the frame header. On success the picture is one that can be decoded, and fits a bitmap. */

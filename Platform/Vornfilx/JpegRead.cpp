@@ -10,6 +10,7 @@
 #include "Chunks.h"
 #include "JpegPages.h"
 #include "LongJump.h"
+#include "Pixels.h"
 
 namespace vorn::fil::jpeg {
 namespace {
@@ -170,20 +171,6 @@ int32_t Decoder::Start(const Header& header) noexcept
     return CheckComponents();
 }
 
-/** Ink to light, in place: four bytes a pixel become three. The files of most programs store light, not ink. */
-void LightOfInk(uint8_t* row, uint32_t pixels, bool inverted) noexcept
-{
-    const uint8_t* from = row;
-    for (uint32_t x = 0; x < pixels; ++x, from += 4, row += 3) {
-        const uint32_t flip = inverted ? 0 : 255;
-        const uint32_t red = from[0] ^ flip, green = from[1] ^ flip, blue = from[2] ^ flip,
-                       black = from[3] ^ flip;
-        row[0] = static_cast<uint8_t>(blue * black / 255);
-        row[1] = static_cast<uint8_t>(green * black / 255);
-        row[2] = static_cast<uint8_t>(red * black / 255);
-    }
-}
-
 /** Runs under Guard: owns nothing. */
 void Decoder::ReadInto(const UprightRows& upright, const Header& header, uint8_t* row) noexcept
 {
@@ -196,7 +183,7 @@ void Decoder::ReadInto(const UprightRows& upright, const Header& header, uint8_t
             rows[i] = upright.Direct(y + i);
         jpeg_read_scanlines(&codec_, rows, count);
         if (IsInk())
-            LightOfInk(row, header.storedWidth, codec_.saw_Adobe_marker);
+            LightOfInk(row, row, header.storedWidth, codec_.saw_Adobe_marker);
         if (!direct)
             upright.Put(row, y);
     }

@@ -49,4 +49,16 @@ void SwapRedBlue(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept
     SwapEach(from, to, pixels);
 }
 
+void LightOfInk(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept
+{
+    const uint32_t flip = inverted ? 0 : 255;
+    for (uint32_t x = 0; x < pixels; ++x, from += 4, to += kPixelBytes) {
+        const uint32_t red = from[0] ^ flip, green = from[1] ^ flip, blue = from[2] ^ flip,
+                       black = from[3] ^ flip;
+        to[0] = static_cast<uint8_t>(blue * black / 255);
+        to[1] = static_cast<uint8_t>(green * black / 255);
+        to[2] = static_cast<uint8_t>(red * black / 255);
+    }
+}
+
 }  // namespace vorn::fil

@@ -1,6 +1,6 @@
 /**
  * @file Pixels.h
- * Pixels of 3 bytes between the two orders of their colours.
+ * Pixels of other kinds into those of a bitmap.
  */
 #pragma once
 
@@ -10,5 +10,17 @@ namespace vorn::fil {
 
 /** Exchanges the outer two of three colours; `from` and `to` may be the same row. */
 void SwapRedBlue(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept;
+
+/**
+ * Cyan, magenta, yellow, black to blue, green, red, without regard to a colour profile; `from` and `to` may be the same row.
+ * @param inverted  light is stored in the place of ink, as most programs do
+ */
+void LightOfInk(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept;
+
+/** What is seen of a colour that covers white by `alpha` 255ths. */
+constexpr uint8_t OverWhite(uint32_t color, uint32_t alpha) noexcept
+{
+    return static_cast<uint8_t>((color * alpha + 255 * (255 - alpha) + 127) / 255);
+}
 
 }  // namespace vorn::fil

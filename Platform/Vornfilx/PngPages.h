@@ -14,7 +14,14 @@ int32_t ReadInfo(ByteSource& source, PageInfo& info) noexcept;
 int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept;
 int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept;
 
-/** The fastest way to a file that is hardly larger than the smallest. May throw std::bad_alloc. */
+/** True when no data of a file of that size deflates to all pixels of the page. */
+constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept
+{
+    constexpr uint64_t kMostDeflated = 1032;  // bytes that one of deflated data stands for
+    return (uint64_t{page.width} * page.storedBits + 7) / 8 * page.height / kMostDeflated > fileBytes;
+}
+
+/** By libpng: the fastest way to a file that is hardly larger than the smallest. May throw std::bad_alloc. */
 PngEffort ChooseEffort(const BitmapHandle& bitmap);
 
 }  // namespace vorn::fil::png

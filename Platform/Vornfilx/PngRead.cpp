@@ -7,13 +7,11 @@
 
 #include "Chunks.h"
 #include "LongJump.h"
+#include "Pixels.h"
 #include "PngPages.h"
 
 namespace vorn::fil::png {
 namespace {
-
-/** A byte of deflated data stands for at most so many. */
-constexpr uint64_t kMostDeflated = 1032;
 
 /** Chunks that say nothing that a bitmap keeps; some of them are compressed, and could be made to take long. */
 constexpr png_byte kSkippedChunks[] =
@@ -132,8 +130,7 @@ void Decoder::TakeGeometry() noexcept
     page_.bitsPerPixel = color ? 24 : depth == 2 || depth == 16 || keyed ? 8 : depth;
     if (!FitsBitmap(page_))
         jump_.Leave(FIL_ERR_TOO_LARGE);
-    const uint64_t bytes = (uint64_t{page_.width} * page_.storedBits + 7) / 8 * page_.height;
-    if (bytes / kMostDeflated > source_.Size())
+    if (IsTooShort(source_.Size(), page_))
         jump_.Leave(FIL_ERR_CORRUPT);
 }
 
@@ -146,11 +143,6 @@ void Decoder::ReadResolution() noexcept
         return;
     page_.xDpi = KrnDpiFromPelsPerMeter(static_cast<int32_t>(x));
     page_.yDpi = KrnDpiFromPelsPerMeter(static_cast<int32_t>(y));
-}
-
-uint8_t OverWhite(uint32_t color, uint32_t alpha) noexcept
-{
-    return static_cast<uint8_t>((color * alpha + 255 * (255 - alpha) + 127) / 255);
 }
 
 /** The palette, its see-through entries over white. */

@@ -9,11 +9,9 @@ TEST(FormatFromName, FollowsTheExtension)
         {VORN_TEXT("page.tif"), FIL_FORMAT_TIFF},
         {VORN_TEXT("C:\\dir.bmp\\PAGE.TIFF"), FIL_FORMAT_TIFF},
         {VORN_TEXT("/\u65e5/a.b.Bmp"), FIL_FORMAT_BMP},
-#ifndef _WIN32
         {VORN_TEXT("page.JPG"), FIL_FORMAT_JPEG},
         {VORN_TEXT("page.jpeg"), FIL_FORMAT_JPEG},
         {VORN_TEXT("page.png"), FIL_FORMAT_PNG},
-#endif
         {VORN_TEXT("page"), FIL_FORMAT_UNKNOWN},
         {VORN_TEXT("/dir.bmp/page"), FIL_FORMAT_UNKNOWN},
         {VORN_TEXT("dir.bmp\\page"), FIL_FORMAT_UNKNOWN},

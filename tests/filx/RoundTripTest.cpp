@@ -6,9 +6,7 @@ namespace {
 constexpr int32_t kLossless[] = {
     FIL_FORMAT_BMP,
     FIL_FORMAT_TIFF,
-#ifndef _WIN32
     FIL_FORMAT_PNG,
-#endif
 };
 
 class RoundTrip : public FilesTest {

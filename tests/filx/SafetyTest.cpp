@@ -41,10 +41,8 @@ TEST_F(Safety, ExistingFilesOfOneKindAreNotChangedByAnother)
 constexpr int32_t kFormats[] = {
     FIL_FORMAT_BMP,
     FIL_FORMAT_TIFF,
-#ifndef _WIN32
     FIL_FORMAT_JPEG,
     FIL_FORMAT_PNG,
-#endif
 };
 
 TEST_F(Safety, EveryAllocationMayFail)

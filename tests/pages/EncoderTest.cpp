@@ -12,7 +12,7 @@ std::vector<Kind> Kinds()
 {
     const PaletteEntry black{0, 0, 0, 0}, white{255, 255, 255, 0};
     std::vector<Kind> kinds;
-    for (const uint32_t width : {1u, 7u, 8u, 33u, 50u}) {
+    for (const uint32_t width : {1u, 7u, 33u}) {
         kinds.push_back({"1 bit", Noise(width, 9, 1, {black, white})});
         kinds.push_back({"1 bit, white first", Noise(width, 9, 1, {white, black})});
         kinds.push_back({"1 bit in colour", Noise(width, 9, 1, ColorfulPalette(2))});
@@ -27,13 +27,6 @@ std::vector<Kind> Kinds()
     return kinds;
 }
 
-/** Those formats that the system has codecs for. */
-std::vector<GUID> Offered(std::vector<GUID> formats)
-{
-    std::erase_if(formats, [](const GUID& format) { return !MakePageEncoder(format); });
-    return formats;
-}
-
 // Catches wrong header fields, row padding, row order, colour order, polarity and chunk offsets, in each format that
 // loses nothing.
 TEST(PageEncoder, FileShowsThePictureThatThePageHad)
@@ -41,7 +34,7 @@ TEST(PageEncoder, FileShowsThePictureThatThePageHad)
     for (Kind& kind : Kinds()) {
         const PageGeometry& geometry = kind.page.geometry;
         const uint32_t row = static_cast<uint32_t>(geometry.RowBytes());
-        for (const GUID& format : Offered({WiaImgFmt_BMP, WiaImgFmt_TIFF, WiaImgFmt_PNG})) {
+        for (const GUID& format : {WiaImgFmt_BMP, WiaImgFmt_TIFF, WiaImgFmt_PNG}) {
             for (const uint32_t chunk : {1u, row - 1, row, 2 * row + 1, 0xFFFFFFFFu}) {
                 for (const bool ready : {true, false}) {
                     SCOPED_TRACE(testing::Message()
@@ -80,19 +73,16 @@ TEST(PageEncoder, FileShowsThePictureThatThePageHad)
 TEST(PageEncoder, JpegIsGreyWhereThePaletteIsAndElseInColour)
 {
     for (Kind& kind : Kinds()) {
-        if (Offered({WiaImgFmt_JPEG}).empty())
-            GTEST_SKIP() << "no codec on this system";
         SCOPED_TRACE(kind.name);
         CannedPage& page = kind.page;
         const auto rowBytes = static_cast<size_t>(page.geometry.RowBytes());
+        const uint32_t bits = page.geometry.bitsPerPixel, pixelBytes = bits / 8;
         for (size_t i = 0; i < page.pixels.size(); ++i)
-            page.pixels[i] =
-                page.geometry.bitsPerPixel < 8 ? 0xFF : page.pixels[i % rowBytes % 3 % page.geometry.width];
+            page.pixels[i] = pixelBytes == 0 ? 0xFF : page.pixels[i % rowBytes % pixelBytes];
         CannedPage decoded;
         ASSERT_EQ(Decode(Encoded(WiaImgFmt_JPEG, page), decoded), FIL_SUCCESS);
-        const bool grey =
-            page.geometry.bitsPerPixel < 24 &&
-            (page.geometry.palette.empty() || page.geometry.palette[0].red == page.geometry.palette[0].blue);
+        const bool grey = bits < 24 && (page.geometry.palette.empty() ||
+                                        page.geometry.palette[0].red == page.geometry.palette[0].blue);
         EXPECT_EQ(decoded.geometry.bitsPerPixel, grey ? 8u : 24u);
         EXPECT_EQ(std::tie(decoded.geometry.width, decoded.geometry.height, decoded.geometry.yDpi),
                   std::tie(page.geometry.width, page.geometry.height, page.geometry.yDpi));
@@ -140,7 +130,7 @@ TEST(PageEncoder, ScannedRowsLandFromTheEndOfTheBitmapBackwards)
 TEST(PageEncoder, SinkThatRefusesEndsThePageWithItsAnswer)
 {
     CannedPage page = Noise(5, 4, 24);
-    for (const GUID& format : Offered({WiaImgFmt_MEMORYBMP, WiaImgFmt_TIFF, WiaImgFmt_PNG, WiaImgFmt_JPEG})) {
+    for (const GUID& format : {WiaImgFmt_MEMORYBMP, WiaImgFmt_TIFF, WiaImgFmt_PNG, WiaImgFmt_JPEG}) {
         for (const HRESULT failure : {S_FALSE, E_FAIL, HRESULT(2)}) {
             for (uint32_t call = 1; call <= 6; ++call) {
                 SCOPED_TRACE(testing::Message() << "call " << call << " answers " << failure);
@@ -159,7 +149,7 @@ TEST(PageEncoder, PageThatFailsEndsWithItsAnswer)
 {
     CannedPage page = Noise(5, 4, 24);
     page.failure = WIA_ERROR_PAPER_JAM;
-    for (const GUID& format : Offered({WiaImgFmt_BMP, WiaImgFmt_TIFF, WiaImgFmt_PNG, WiaImgFmt_JPEG})) {
+    for (const GUID& format : {WiaImgFmt_BMP, WiaImgFmt_TIFF, WiaImgFmt_PNG, WiaImgFmt_JPEG}) {
         for (const uint32_t row : {0u, 3u}) {
             page.rowsBeforeFailure = row;
             CheckedSink sink;
@@ -217,9 +207,8 @@ TEST(PageEncoder, RefusesWhatTheFormatCannotHoldBeforeAnythingIsWritten)
     CheckedSink sink;
     EXPECT_EQ(MakePageEncoder(WiaImgFmt_BMP)->Encode(*PageOf(Noise(4, 4, 24)), sink, 0), E_INVALIDARG);
     EXPECT_EQ(MakePageEncoder(WiaImgFmt_EMF), nullptr);
-    for (const GUID& format : Offered({WiaImgFmt_JPEG}))
-        EXPECT_EQ(MakePageEncoder(format)->EncodedBytes({65501, 1, 1, 0, 0, {}}), 0u)
-            << "it has no such width";
+    EXPECT_EQ(MakePageEncoder(WiaImgFmt_JPEG)->EncodedBytes({65501, 1, 1, 0, 0, {}}), 0u)
+        << "it has no such width";
     EXPECT_EQ(MakeDocumentEncoder(WiaImgFmt_BMP), nullptr);
 }
 

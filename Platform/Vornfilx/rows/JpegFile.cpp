@@ -5,7 +5,7 @@
 
 #include <jpeglib.h>
 
-#include "RowFile.h"
+#include "JpegSamples.h"
 #include "Software.h"
 
 namespace vorn::fil {
@@ -13,31 +13,12 @@ namespace vorn::fil {
 namespace {
 
 constexpr size_t kBufferBytes = 16 * 1024;
-constexpr int kFullColorQuality = 90;
-
-bool IsGrey(const std::vector<uint8_t>& palette) noexcept
-{
-    for (size_t i = 0; i < palette.size(); i += 4) {
-        if (palette[i] != palette[i + 1] || palette[i] != palette[i + 2])
-            return false;
-    }
-    return !palette.empty();
-}
 
 class JpegFile final : public RowFile {
 public:
     JpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
-        : image_{image},
-          bytes_{bytes},
-          quality_{quality},
-          palette_{WholePalette(image)},
-          channels_{IsGrey(palette_)           ? 1u
-                    : image.bitsPerPixel == 32 ? 4u
-                                               : 3u}
+        : image_{image}, bytes_{bytes}, quality_{quality}, samples_{image}
     {
-        const bool asItIs = palette_.empty() || (image.bitsPerPixel == 8 && IsGreyRamp(palette_));
-        if (!asItIs)
-            expanded_.resize(size_t{image.width} * channels_);
     }
     JpegFile(const JpegFile&) = delete;
     JpegFile& operator=(const JpegFile&) = delete;
@@ -67,7 +48,7 @@ public:
     {
         return Guarded([this, rows, count, stride] {
             for (uint32_t i = 0; i < count; ++i) {
-                const uint8_t* row = Samples(rows + stride * i);
+                const uint8_t* row = samples_.Of(rows + stride * i);
                 auto* samples = const_cast<JSAMPLE*>(row);  // the codec does not write to it
                 jpeg_write_scanlines(&codec_, &samples, 1);
             }
@@ -134,8 +115,9 @@ private:
     {
         codec_.image_width = image_.width;
         codec_.image_height = image_.height;
-        codec_.input_components = static_cast<int>(channels_);
-        codec_.in_color_space = channels_ == 1 ? JCS_GRAYSCALE : channels_ == 4 ? JCS_EXT_BGRX : JCS_EXT_BGR;
+        const uint32_t channels = samples_.Channels();
+        codec_.input_components = static_cast<int>(channels);
+        codec_.in_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 4 ? JCS_EXT_BGRX : JCS_EXT_BGR;
         jpeg_set_defaults(&codec_);
         jpeg_set_quality(&codec_, quality_, TRUE);
         if (quality_ >= kFullColorQuality)
@@ -149,26 +131,10 @@ private:
         }
     }
 
-    /** A row as the codec takes it. */
-    const uint8_t* Samples(const uint8_t* row) noexcept
-    {
-        if (expanded_.empty())
-            return row;
-        const uint32_t bits = image_.bitsPerPixel, perByte = 8 / bits, mask = (1u << bits) - 1;
-        uint8_t* sample = expanded_.data();
-        for (uint32_t x = 0; x < image_.width; ++x, sample += channels_) {
-            const uint32_t index = row[x / perByte] >> (perByte - 1 - x % perByte) * bits & mask;
-            std::memcpy(sample, &palette_[size_t{index} * 4], channels_);
-        }
-        return expanded_.data();
-    }
-
     RowImage image_;
     std::vector<uint8_t>& bytes_;
     int quality_;
-    std::vector<uint8_t> palette_;
-    uint32_t channels_;
-    std::vector<uint8_t> expanded_;  ///< one row; empty when rows are taken as they are
+    JpegSamples samples_;
     jpeg_compress_struct codec_{};
     jpeg_error_mgr errors_{};
     jpeg_destination_mgr destination_{};

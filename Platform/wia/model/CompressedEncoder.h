@@ -1,6 +1,6 @@
 /**
  * @file CompressedEncoder.h
- * JPEG and PNG pages, as far as the system has codecs for them.
+ * JPEG and PNG pages.
  */
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace vorn::wia {
 
-/** The encoder of `WiaImgFmt_JPEG` or `WiaImgFmt_PNG`; null for another format, and where there is no codec. */
+/** The encoder of `WiaImgFmt_JPEG` or `WiaImgFmt_PNG`; null for another format. */
 std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format);
 
 }  // namespace vorn::wia
