@@ -43,4 +43,9 @@ mkdir -p "$WINEPREFIX"
         step wine wineboot
     fi
 ) 9>"$WINEPREFIX/.lock" </dev/null
+# One start in a thousand ends with 1 and without a word because the system, which places the parts of a program at
+# random, put one where Wine needs its own: they are not to be placed at random where that can be asked for.
+if setarch -R true 2>/dev/null; then
+    exec setarch -R wine "$@"
+fi
 exec wine "$@"

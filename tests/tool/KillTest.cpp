@@ -95,7 +95,7 @@ protected:
         size_t begun = 0;
         for (size_t at = 0; (at = progress.find(": 0%", at)) != progress.npos; ++at)
             ++begun;
-        return begun - 1;
+        return begun > 0 ? begun - 1 : 0;
     }
 
     /** Adds to the number of kills that left a piece of the first page behind. */
