@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "Failure.h"
+#include "PropertyIds.h"
 #include "Text.h"
 
 namespace vornscan {
@@ -169,8 +170,24 @@ std::vector<Device> Session::Devices()
     return devices;
 }
 
+std::optional<Device> Session::OpenById(const std::string& id)
+{
+    if (id.find_first_of(":\\") == id.npos)  // every system's ids have the one or the other
+        return std::nullopt;
+    const int32_t status = Vorn_WiaSelectDevice(session_, ToWide(id).c_str());
+    if (status == ERR_WIA_BUSY)
+        throw StatusFailure("cannot open " + id, status);
+    if (status != SUCCESS)
+        return std::nullopt;
+    const Item root = Root();
+    return Device{id, root.Text(kDeviceName).value_or(id), root.Text(kDeviceDescription).value_or("")};
+}
+
 Device Session::Open(const std::optional<std::string>& wanted)
 {
+    if (wanted)
+        if (const std::optional<Device> device = OpenById(*wanted))
+            return *device;
     const std::vector<Device> devices = Devices();
     if (devices.empty())
         throw Failure{ExitCode::Usage, "there is no device; connect one and switch it on"};

@@ -73,6 +73,8 @@ public:
     bool HasChildren() const;
 
 private:
+    /** Without a look at what other devices there are, which may take seconds; nothing when none has that id. */
+    std::optional<Device> OpenById(const std::string& id);
     void Select(const Device& device);
     Device OpenFirstScanner(const std::vector<Device>& devices);
 
