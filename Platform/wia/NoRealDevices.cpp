@@ -9,6 +9,11 @@ std::vector<DevicePtr> RealDevices()
     return {};
 }
 
+DevicePtr DeviceAtHand(WStringView)
+{
+    return nullptr;
+}
+
 DevicePtr RealDevice(WStringView, const std::vector<DevicePtr>&, const std::vector<DevicePtr>&)
 {
     return nullptr;

@@ -14,6 +14,13 @@ namespace vorn::wia {
 std::vector<DevicePtr> RealDevices();
 
 /**
+ * The device that can be opened by this id at once, without the search, which takes seconds. It is open until its first
+ * tree of items is made. Null when there is none, or when only the search can tell what kind of scanner it is.
+ * @throws Failure with WIA_ERROR_BUSY
+ */
+DevicePtr DeviceAtHand(WStringView id);
+
+/**
  * The device that an id means: the one that has it; else the one that had it `before` and has another since it was
  * plugged in anew, when maker and model leave no doubt. Null when there is none.
  */

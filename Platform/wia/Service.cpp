@@ -57,6 +57,8 @@ DevicePtr Service::Find(WStringView id)
     const std::vector<DevicePtr> before = found_;
     lock.unlock();
     device = WithId(before, id);
+    if (!device)
+        device = DeviceAtHand(id);
     return device ? device : RealDevice(id, before, FindReal());
 }
 

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <thread>
 
@@ -92,6 +93,13 @@ public:
         int32_t value = -1;
         EXPECT_EQ(Vorn_WiaGetPropertyLong(session_, item, nullptr, id, &value), SUCCESS) << id;
         return value;
+    }
+    std::string RootText(PROPID id)
+    {
+        std::array<WCHAR, 64> text{};
+        uint64_t characters = text.size();
+        EXPECT_EQ(Vorn_WiaGetPropertyString(session_, root_, nullptr, id, text.data(), &characters), SUCCESS);
+        return Narrow(text.data());
     }
     void SetPages(LONG pages) { Set(WIA_DPS_PAGES, pages, root_); }
 
@@ -372,9 +380,13 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
     const SilentHost host;
     ASSERT_TRUE(host.bound);
     WriteBytes(SaneFolder() / "net.conf", "127.0.0.2\n");
-    const auto begin = Clock::now();
+    auto begin = Clock::now();
+    Desk desk{2, false};
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2}) << "what has an id needs no search";
+    begin = Clock::now();
     const auto found = wia::FindScanners(std::chrono::seconds{2});
     WriteBytes(SaneFolder() / "net.conf", "");
+    EXPECT_EQ(desk.RootText(WIA_DIP_DEV_NAME), "Noname frontend-tester");
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{8});
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].name, "test:0");

@@ -139,7 +139,10 @@ DataSheet ReadDataSheet(const Session& session, const Device& device, const std:
 
 void Print(const DataSheet& sheet)
 {
-    std::cout << sheet.device.name << " (" << sheet.device.id << "), generation " << sheet.generation << "\n";
+    std::cout << sheet.device.name;
+    if (sheet.device.name != sheet.device.id)
+        std::cout << " (" << sheet.device.id << ")";
+    std::cout << ", generation " << sheet.generation << "\n";
     if (!sheet.options.empty())
         std::cout << "\nOptions\n";
     for (const OptionLine& line : sheet.options)

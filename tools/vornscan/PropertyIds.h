@@ -7,8 +7,6 @@
 
 namespace vornscan {
 
-constexpr uint32_t kDeviceDescription = 4;
-constexpr uint32_t kDeviceName = 7;
 constexpr uint32_t kHandlingSelect = 3088;
 constexpr uint32_t kPages = 3096;
 constexpr uint32_t kDataType = 4103;

@@ -4,7 +4,6 @@
 #include <cctype>
 
 #include "Failure.h"
-#include "PropertyIds.h"
 #include "Text.h"
 
 namespace vornscan {
@@ -179,8 +178,7 @@ std::optional<Device> Session::OpenById(const std::string& id)
         throw StatusFailure("cannot open " + id, status);
     if (status != SUCCESS)
         return std::nullopt;
-    const Item root = Root();
-    return Device{id, root.Text(kDeviceName).value_or(id), root.Text(kDeviceDescription).value_or("")};
+    return Device{id, id, ""};
 }
 
 Device Session::Open(const std::optional<std::string>& wanted)

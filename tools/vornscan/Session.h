@@ -73,7 +73,7 @@ public:
     bool HasChildren() const;
 
 private:
-    /** Without a look at what other devices there are, which may take seconds; nothing when none has that id. */
+    /** Without the search for devices and their names, which may take seconds; nothing when none has that id. */
     std::optional<Device> OpenById(const std::string& id);
     void Select(const Device& device);
     Device OpenFirstScanner(const std::vector<Device>& devices);

@@ -1,7 +1,14 @@
 #include "../RealDevices.h"
 
+#include <mutex>
+#include <utility>
+
+#include "../../include/comobject.h"
 #include "FindScanners.h"
+#include "SaneDevice.h"
+#include "Scanner.h"
 #include "Text.h"
+#include "Vocabulary.h"
 
 namespace vorn::wia {
 
@@ -31,14 +38,67 @@ DevicePtr OnlyOne(const std::vector<DevicePtr>& devices, Fits&& fits)
     return only;
 }
 
+/** What the search tells of a scanner, looked up when somebody asks. */
+class LateTexts {
+public:
+    explicit LateTexts(std::string name) : found_{std::move(name), "", "", ""} {}
+
+    const FoundScanner& Get()
+    {
+        std::call_once(asked_, [this] {
+            for (const FoundScanner& found : FindScanners(kPatience))
+                if (found.name == found_.name)
+                    found_ = found;
+        });
+        return found_;
+    }
+
+private:
+    std::once_flag asked_;
+    FoundScanner found_;
+};
+
 }  // namespace
 
 std::vector<DevicePtr> RealDevices()
 {
     std::vector<DevicePtr> devices;
     for (const FoundScanner& found : FindScanners(kPatience))
-        devices.push_back(MakeSaneDevice(found));
+        devices.push_back(std::make_shared<const Device>(DefineSaneDevice(found)));
     return devices;
+}
+
+DevicePtr DeviceAtHand(WStringView id)
+{
+    if (id.find(u':') == WStringView::npos)
+        return nullptr;
+    const std::string name = ToNarrow(id);
+    std::shared_ptr<Scanner> scanner;
+    try {
+        scanner = Scanner::Open(name);
+    } catch (const Failure& failure) {
+        if (failure.result == WIA_ERROR_BUSY)
+            throw;
+        return nullptr;
+    }
+    if (!Find(*scanner, Role::Source))
+        return nullptr;
+    DeviceDefinition definition = DefineSaneDevice({name, "", "", ""});
+    const auto texts = std::make_shared<LateTexts>(name);
+    for (Property& property : definition.properties)
+        if (property.id == WIA_DIP_DEV_NAME || property.id == WIA_DIP_DEV_DESC ||
+            property.id == WIA_DIP_VEND_DESC)
+            property.read = [texts, id = property.id](PROPVARIANT& value) {
+                return DeviceText(texts->Get(), id).CopyTo(&value);
+            };
+    const auto held = std::make_shared<std::shared_ptr<Scanner>>(std::move(scanner));
+    for (auto* const tree : {&definition.tree1, &definition.tree2})
+        *tree = [make = std::move(*tree), held] {
+            ItemDefinition root = make();
+            held->reset();
+            return root;
+        };
+    return std::make_shared<const Device>(std::move(definition));
 }
 
 DevicePtr RealDevice(WStringView id, const std::vector<DevicePtr>& before, const std::vector<DevicePtr>& now)
@@ -53,7 +113,9 @@ DevicePtr RealDevice(WStringView id, const std::vector<DevicePtr>& before, const
             return device.Name() == known->Name() && BackEnd(device.Id()) == BackEnd(id);
         });
     // SANE opens some devices that it does not list. Whether this is one shows when it is opened.
-    return id.find(u':') == WStringView::npos ? nullptr : MakeSaneDevice({ToNarrow(id), "", "", ""});
+    return id.find(u':') == WStringView::npos
+               ? nullptr
+               : std::make_shared<const Device>(DefineSaneDevice({ToNarrow(id), "", "", ""}));
 }
 
 }  // namespace vorn::wia

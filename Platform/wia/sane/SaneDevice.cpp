@@ -255,21 +255,31 @@ ItemDefinition Tree2(const FoundScanner& found)
 
 }  // namespace
 
-DevicePtr MakeSaneDevice(const FoundScanner& found)
+Value DeviceText(const FoundScanner& found, PROPID id)
+{
+    if (id == WIA_DIP_VEND_DESC)
+        return Value::Text(ToWide(found.vendor));
+    if (id == WIA_DIP_DEV_DESC)
+        return Value::Text(ToWide(found.type));
+    const std::string name = found.vendor + (found.vendor.empty() ? "" : " ") + found.model;
+    return Value::Text(ToWide(name.empty() ? found.name : name));
+}
+
+DeviceDefinition DefineSaneDevice(const FoundScanner& found)
 {
     DeviceDefinition definition;
-    const std::string name = found.vendor + (found.vendor.empty() ? "" : " ") + found.model;
-    definition.properties = DeviceProperties(ToWide(found.name), ToWide(name.empty() ? found.name : name),
-                                             ToWide(found.type), StiDeviceTypeScanner);
+    const WString id = ToWide(found.name);
+    definition.properties = DeviceProperties(id, id, {}, StiDeviceTypeScanner);
     for (Property& property : definition.properties) {
-        if (property.id == WIA_DIP_VEND_DESC)
-            property.value = Value::Text(ToWide(found.vendor));
+        if (property.id == WIA_DIP_DEV_NAME || property.id == WIA_DIP_DEV_DESC ||
+            property.id == WIA_DIP_VEND_DESC)
+            property.value = DeviceText(found, property.id);
         if (property.id == WIA_DIP_PORT_NAME)
-            property.value = Value::Text(ToWide(found.name));
+            property.value = Value::Text(id);
     }
     definition.tree1 = [found] { return Tree1(found); };
     definition.tree2 = [found] { return Tree2(found); };
-    return std::make_shared<const Device>(std::move(definition));
+    return definition;
 }
 
 }  // namespace vorn::wia

@@ -16,7 +16,10 @@ struct FoundScanner {
     std::string vendor, model, type;
 };
 
+/** What it means for a device: its name, its description or its vendor. */
+Value DeviceText(const FoundScanner& found, PROPID id);
+
 /** Nothing is opened before a client opens the device. */
-DevicePtr MakeSaneDevice(const FoundScanner& found);
+DeviceDefinition DefineSaneDevice(const FoundScanner& found);
 
 }  // namespace vorn::wia
