@@ -7,10 +7,11 @@ namespace vorn::wia {
 
 namespace {
 
-class FormatEnumerator final : public ListEnumerator<IEnumWIA_FORMAT_INFO, WIA_FORMAT_INFO, WIA_FORMAT_INFO> {
+class FormatEnumerator final
+    : public CountedListEnumerator<IEnumWIA_FORMAT_INFO, WIA_FORMAT_INFO, WIA_FORMAT_INFO> {
 public:
     FormatEnumerator(List list, DevicePtr device) noexcept
-        : ListEnumerator{std::move(list)}, device_{std::move(device)}
+        : CountedListEnumerator{std::move(list)}, device_{std::move(device)}
     {
     }
 
@@ -37,9 +38,9 @@ struct Capability {
     const WCHAR* description;
 };
 
-class CapabilityEnumerator final : public ListEnumerator<IEnumWIA_DEV_CAPS, Capability, WIA_DEV_CAP> {
+class CapabilityEnumerator final : public CountedListEnumerator<IEnumWIA_DEV_CAPS, Capability, WIA_DEV_CAP> {
 public:
-    explicit CapabilityEnumerator(List list) noexcept : ListEnumerator{std::move(list)} {}
+    explicit CapabilityEnumerator(List list) noexcept : CountedListEnumerator{std::move(list)} {}
 
 private:
     HRESULT Give(const Capability& entry, WIA_DEV_CAP& element) override

@@ -9,9 +9,10 @@ namespace vorn::wia {
 
 namespace {
 
-class DeviceEnumerator final : public ListEnumerator<IEnumWIA_DEV_INFO, DevicePtr, IWiaPropertyStorage*> {
+class DeviceEnumerator final
+    : public CountedListEnumerator<IEnumWIA_DEV_INFO, DevicePtr, IWiaPropertyStorage*> {
 public:
-    explicit DeviceEnumerator(List list) noexcept : ListEnumerator{std::move(list)} {}
+    explicit DeviceEnumerator(List list) noexcept : CountedListEnumerator{std::move(list)} {}
 
 private:
     HRESULT Give(const DevicePtr& device, IWiaPropertyStorage*& element) override

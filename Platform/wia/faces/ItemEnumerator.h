@@ -12,8 +12,8 @@ namespace vorn::wia {
 
 /** `Face` is the class whose `Of` gives an item's COM object. */
 template <typename EnumInterface, typename ItemInterface, typename Face>
-class ItemEnumerator final : public ListEnumerator<EnumInterface, Item*, ItemInterface*> {
-    using Base = ListEnumerator<EnumInterface, Item*, ItemInterface*>;
+class ItemEnumerator final : public CountedListEnumerator<EnumInterface, Item*, ItemInterface*> {
+    using Base = CountedListEnumerator<EnumInterface, Item*, ItemInterface*>;
 
 public:
     ItemEnumerator(std::shared_ptr<ItemTree> tree, typename Base::List list) noexcept

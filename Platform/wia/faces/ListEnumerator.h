@@ -59,17 +59,6 @@ public:
         });
     }
 
-    /** Overrides the method of that name in the interfaces that have it. */
-    virtual HRESULT STDMETHODCALLTYPE GetCount(ULONG* count)
-    {
-        if (!count)
-            return E_POINTER;
-        if (const HRESULT result = BeforeCount(); result != S_OK)
-            return result;
-        *count = static_cast<ULONG>(list_->size());
-        return S_OK;
-    }
-
 protected:
     explicit ListEnumerator(List list) noexcept : list_{std::move(list)} {}
 
@@ -80,7 +69,6 @@ protected:
     /** Gives back what Give stored. */
     virtual void TakeBack(Element& element) noexcept = 0;
     virtual ListEnumerator* MakeCopy() const = 0;
-    virtual HRESULT BeforeCount() { return S_OK; }
 
 private:
     HRESULT Fetch(ULONG count, Element* elements, ULONG* fetched)
@@ -105,6 +93,26 @@ private:
 
     List list_;
     size_t position_ = 0;
+};
+
+/** For the interfaces that tell how many there are, too. */
+template <typename Interface, typename Entry, typename Element>
+class CountedListEnumerator : public ListEnumerator<Interface, Entry, Element> {
+public:
+    using ListEnumerator<Interface, Entry, Element>::ListEnumerator;
+
+    HRESULT STDMETHODCALLTYPE GetCount(ULONG* count) override
+    {
+        if (!count)
+            return E_POINTER;
+        if (const HRESULT result = BeforeCount(); result != S_OK)
+            return result;
+        *count = static_cast<ULONG>(this->Entries()->size());
+        return S_OK;
+    }
+
+protected:
+    virtual HRESULT BeforeCount() { return S_OK; }
 };
 
 }  // namespace vorn::wia
