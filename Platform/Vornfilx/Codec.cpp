@@ -11,9 +11,7 @@ const Codec* const kCodecs[] = {
     &tiffCodec,
     &jpegCodec,
     &pngCodec,
-#ifndef _WIN32
     &pdfCodec,
-#endif
 };
 
 /** The extension of a name, without its dot and in lower case as far as it is ASCII; cut to what the table can hold. */

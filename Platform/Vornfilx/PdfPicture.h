@@ -23,7 +23,8 @@ Picture Describe(const BitmapHandle& bitmap, Encoding encoding);
 /** Appends the picture's data to the file. May throw std::bad_alloc. */
 int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encoding, int32_t jpegQuality);
 
-/** For Group 4. */
+/** False where the system has no codec for Group 4: there black and white is deflated. */
+bool HasFaxData() noexcept;
 int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap);
 
 }  // namespace vorn::fil::pdf

@@ -21,7 +21,10 @@ constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept
     return (uint64_t{page.width} * page.storedBits + 7) / 8 * page.height / kMostDeflated > fileBytes;
 }
 
-/** By libpng: the fastest way to a file that is hardly larger than the smallest. May throw std::bad_alloc. */
+/**
+ * The fastest way to a file that is hardly larger than the smallest, where the codec leaves a choice. May throw
+ * std::bad_alloc.
+ */
 PngEffort ChooseEffort(const BitmapHandle& bitmap);
 
 }  // namespace vorn::fil::png

@@ -143,10 +143,15 @@ int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept
     return image.HandOver(bitmap);
 }
 
+PngEffort ChooseEffort(const BitmapHandle&)
+{
+    return {};
+}
+
 int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
 try {
     std::vector<uint8_t> bytes;
-    return WriteRowFile(file, bitmap, *MakePngFile(RowImageOf(bitmap), bytes), bytes);
+    return WriteRowFile(file, bitmap, *MakePngFile(RowImageOf(bitmap), bytes, ChooseEffort(bitmap)), bytes);
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
 }

@@ -12,6 +12,7 @@ TEST(FormatFromName, FollowsTheExtension)
         {VORN_TEXT("page.JPG"), FIL_FORMAT_JPEG},
         {VORN_TEXT("page.jpeg"), FIL_FORMAT_JPEG},
         {VORN_TEXT("page.png"), FIL_FORMAT_PNG},
+        {VORN_TEXT("page.pdf"), FIL_FORMAT_PDF},
         {VORN_TEXT("page"), FIL_FORMAT_UNKNOWN},
         {VORN_TEXT("/dir.bmp/page"), FIL_FORMAT_UNKNOWN},
         {VORN_TEXT("dir.bmp\\page"), FIL_FORMAT_UNKNOWN},

@@ -16,16 +16,17 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int32_t kBmpCompressions[] = {FIL_COMPRESSION_NONE};
-#ifdef _WIN32  // where the file library adds TIFF pages in place, and no PDF pages
+#ifdef _WIN32  // where the file library has fewer
 constexpr int32_t kTiffCompressions[] = {FIL_COMPRESSION_NONE};
+constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG};
 #else
 constexpr int32_t kTiffCompressions[] = {FIL_COMPRESSION_NONE, FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_LZW,
                                          FIL_COMPRESSION_JPEG, FIL_COMPRESSION_GROUP4};
+constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG,
+                                        FIL_COMPRESSION_GROUP4};
 #endif
 constexpr int32_t kPngCompressions[] = {FIL_COMPRESSION_DEFLATE};
 constexpr int32_t kJpegCompressions[] = {FIL_COMPRESSION_JPEG};
-constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG,
-                                        FIL_COMPRESSION_GROUP4};
 
 constexpr FileFormat kBmp{"BMP", ".bmp", kFormatBmp, false, kBmpCompressions};
 constexpr FileFormat kTiff{"TIFF", ".tif", kFormatTiff, true, kTiffCompressions};
@@ -34,12 +35,9 @@ constexpr FileFormat kJpeg{"JPEG", ".jpg", kFormatJpeg, false, kJpegCompressions
 constexpr FileFormat kPdf{"PDF", ".pdf", std::nullopt, true, kPdfCompressions};
 
 /** What --format takes, and the extensions without their dot. */
-constexpr Word<const FileFormat*> kFormats[] = {
-    {"tif", &kTiff}, {"tiff", &kTiff}, {"png", &kPng}, {"jpg", &kJpeg}, {"jpeg", &kJpeg}, {"bmp", &kBmp},
-#ifndef _WIN32
-    {"pdf", &kPdf},
-#endif
-};
+constexpr Word<const FileFormat*> kFormats[] = {{"tif", &kTiff}, {"tiff", &kTiff}, {"png", &kPng},
+                                                {"jpg", &kJpeg}, {"jpeg", &kJpeg}, {"pdf", &kPdf},
+                                                {"bmp", &kBmp}};
 
 /** The longest extension, dot included, that the library can put a number in front of. */
 constexpr size_t kMaxExtension = 9;
