@@ -15,20 +15,24 @@ foreach(library IN LISTS vorn_libraries)
   endif()
 endforeach()
 file(RELATIVE_PATH lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+# The build tree is laid out as the installed one. The search path that CMake would write there has empty entries, for
+# which every start looks in the current directory.
 foreach(library IN LISTS vorn_libraries)
   set_target_properties(${library} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-    INSTALL_RPATH "$ORIGIN")
+    INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 endforeach()
-foreach(library IN ITEMS vornpdf vornvideo)  # loaded, never linked
+foreach(library IN ITEMS vornpdf vornvideo vornwindow)  # loaded, never linked
   if(TARGET ${library})
     set_target_properties(${library} PROPERTIES
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-      INSTALL_RPATH "$ORIGIN")
+      INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
     install(TARGETS ${library} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
   endif()
 endforeach()
-set_target_properties(vornscan PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin}")
+set(tool_path "$ORIGIN/${lib_from_bin}" "$ORIGIN/../lib")
+list(REMOVE_DUPLICATES tool_path)
+set_target_properties(vornscan PROPERTIES INSTALL_RPATH "${tool_path}" BUILD_WITH_INSTALL_RPATH ON)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vornwia)
 install(TARGETS ${vorn_libraries} EXPORT vornwia-targets

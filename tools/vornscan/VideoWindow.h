@@ -23,4 +23,8 @@ public:
     virtual Wish Wait(std::chrono::milliseconds atMost) = 0;
 };
 
+/** Where the window is in a library of its own: what the library exports; the caller owns the window. */
+using OpenWindowFunction = VideoWindow* (*)(const std::string& title);
+inline constexpr const char* kOpenWindow = "VornOpenWindow";
+
 }  // namespace vornscan

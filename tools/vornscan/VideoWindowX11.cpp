@@ -91,11 +91,10 @@ private:
 };
 
 }  // namespace
+}  // namespace vornscan
 
-std::unique_ptr<VideoWindow> VideoWindow::Open(const std::string& title)
+extern "C" __attribute__((visibility("default"))) vornscan::VideoWindow* VornOpenWindow(const std::string& title)
 {
     Display* display = XOpenDisplay(nullptr);
-    return display ? std::make_unique<X11Window>(display, title) : nullptr;
+    return display ? new vornscan::X11Window(display, title) : nullptr;
 }
-
-}  // namespace vornscan
