@@ -486,6 +486,8 @@ TEST_F(Tool, JsonCanBeRead)
         EXPECT_EQ(generation == std::string{"1"} ? 3 : 6, outcome.at("pages").at(2).at("page"));
         EXPECT_EQ(75, outcome.at("pages").at(2).at("xDpi"));
         EXPECT_EQ(7, outcome.at("error").at("exitCode"));
+        const Json refused = Json::parse(Run(common + Arguments{"--dpi", "137000", "-o", "a.tif"}).out);
+        EXPECT_EQ(1, refused.at("error").at("exitCode")) << "it did not begin";
     }
 }
 

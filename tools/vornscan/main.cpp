@@ -80,25 +80,67 @@ std::optional<Failure> Judge(const Outcome& outcome, const Options& options, con
     return std::nullopt;
 }
 
-/** Acquires, tells what came of it, and throws unless that is what was asked for. */
-void AcquirePages(const Session& session, const Device& device, const std::optional<Item>& item,
-                  const Options& options)
+/** A device that is set as asked. */
+struct Ready {
+    Device device;
+    std::optional<Item> item;  ///< of a scanner
+    std::optional<Destination> destination;
+    bool memory = false;
+};
+
+bool IsScan(const Options& options)
 {
-    const Destination destination = CheckDestination(options);
-    const bool memory = item ? PrepareTransfer(session, *item, device, options, destination)
-                             : PrepareCamera(session, device, options, destination);
-    const Outcome outcome = Acquire(session, item, options, destination, memory);
+    return !options.allOptions && !options.dontScan;
+}
+
+Ready Prepare(Session& session, const Options& options)
+{
+    if (!options.outputFile.empty())
+        CheckDestination(options);
+    Ready ready{session.Open(options.device), {}, {}};
+    if (!options.device && !options.allOptions)
+        Say("scanning with " + ready.device.name);
+    if (options.virtualPages)
+        SetVirtualPages(session, ready.device, *options.virtualPages);
+    if (session.IsScanner())
+        ready.item = PrepareScanner(session, ready.device, options);
+    if (!IsScan(options))
+        return ready;
+    ready.destination = CheckDestination(options);
+    ready.memory = ready.item
+                       ? PrepareTransfer(session, *ready.item, ready.device, options, *ready.destination)
+                       : PrepareCamera(session, ready.device, options, *ready.destination);
+    return ready;
+}
+
+/** A scan that could not begin is told like one that failed. */
+Ready PrepareOrTell(Session& session, const Options& options)
+{
+    try {
+        return Prepare(session, options);
+    } catch (const Failure& failure) {
+        const std::string wanted = options.device.value_or("");
+        if (options.json && IsScan(options))
+            PrintJson(Outcome{}, {wanted, wanted, ""}, failure);
+        throw;
+    }
+}
+
+/** Acquires, tells what came of it, and throws unless that is what was asked for. */
+void AcquirePages(const Session& session, const Ready& ready, const Options& options)
+{
+    const Outcome outcome = Acquire(session, ready.item, options, *ready.destination, ready.memory);
     ListFiles(outcome, options);
-    const std::optional<Failure> failure = Judge(outcome, options, device);
+    const std::optional<Failure> failure = Judge(outcome, options, ready.device);
     if (options.json)
-        PrintJson(outcome, device, failure);
+        PrintJson(outcome, ready.device, failure);
     if (failure)
         throw *failure;
 }
 
-void ShowDevice(const Session& session, const Device& device, const std::optional<Item>& item, bool json)
+void ShowDevice(const Session& session, const Ready& ready, bool json)
 {
-    const DataSheet sheet = ReadDataSheet(session, device, item);
+    const DataSheet sheet = ReadDataSheet(session, ready.device, ready.item);
     if (json)
         PrintJson(sheet);
     else
@@ -107,21 +149,11 @@ void ShowDevice(const Session& session, const Device& device, const std::optiona
 
 void UseDevice(Session& session, const Options& options)
 {
-    if (!options.outputFile.empty())
-        CheckDestination(options);
-    const Device device = session.Open(options.device);
-    if (!options.device && !options.allOptions)
-        Say("scanning with " + device.name);
-    if (options.virtualPages)
-        SetVirtualPages(session, device, *options.virtualPages);
-
-    std::optional<Item> item;
-    if (session.IsScanner())
-        item = PrepareScanner(session, device, options);
+    const Ready ready = PrepareOrTell(session, options);
     if (options.allOptions)
-        ShowDevice(session, device, item, options.json);
-    else if (!options.dontScan)
-        AcquirePages(session, device, item, options);
+        ShowDevice(session, ready, options.json);
+    else if (IsScan(options))
+        AcquirePages(session, ready, options);
 }
 
 void Run(const Options& options)
