@@ -76,11 +76,6 @@ bool WriteRows(TIFF* tiff, const BitmapHandle& bitmap)
 
 }  // namespace
 
-bool HasFaxData() noexcept
-{
-    return true;
-}
-
 int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap)
 {
     MemoryFile file;
