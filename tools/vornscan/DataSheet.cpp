@@ -78,16 +78,27 @@ std::vector<OptionLine> OptionLines(const Session& session, const Item& item)
     return lines;
 }
 
-ItemSheet ReadItem(const Session& session, const Item& item, std::string name, bool transfers)
+using Skips = bool (*)(uint32_t property);
+
+ItemSheet ReadItem(const Session& session, const Item& item, std::string name, bool transfers,
+                   Skips skips = nullptr)
 {
     ItemSheet sheet{std::move(name), {}, {}};
     for (Capability& capability : Capabilities(session, item)) {
+        if (skips && skips(capability.id))
+            continue;
         Value value = ReadValue(item, capability);
         sheet.properties.push_back({std::move(capability), std::move(value)});
     }
     if (transfers)
         sheet.formats = TransferFormats(session, item);
     return sheet;
+}
+
+bool IsFoundBySearch(uint32_t property)
+{
+    constexpr uint32_t kManufacturer = 3, kDescription = 4, kName = 7;
+    return property == kManufacturer || property == kDescription || property == kName;
 }
 
 /** "75..1200dpi (in steps of 1) [300]", "[inactive]", "[8] [read-only]" */
@@ -128,7 +139,10 @@ DataSheet ReadDataSheet(const Session& session, const Device& device, const std:
     DataSheet sheet{device, session.Generation(), {}, {}};
     if (item)
         sheet.options = OptionLines(session, *item);
-    sheet.items.push_back(ReadItem(session, session.Root(), device.name, false));
+    // A device that was opened by its id has not been searched for, and need not be for three lines that -L shows.
+    const bool searched = device.name != device.id;
+    sheet.items.push_back(
+        ReadItem(session, session.Root(), device.name, false, searched ? nullptr : IsFoundBySearch));
     if (!session.HasChildren())
         return sheet;
     constexpr uint32_t kFullName = 4099;

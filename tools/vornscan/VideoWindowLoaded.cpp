@@ -8,8 +8,7 @@ namespace vornscan {
 std::unique_ptr<VideoWindow> VideoWindow::Open(const std::string& title)
 {
     void* const library = dlopen("libvornwindow.so." VORN_SOVERSION, RTLD_NOW | RTLD_LOCAL);
-    const auto open =
-        library ? reinterpret_cast<OpenWindowFunction>(dlsym(library, kOpenWindow)) : nullptr;
+    const auto open = library ? reinterpret_cast<OpenWindowFunction>(dlsym(library, kOpenWindow)) : nullptr;
     return std::unique_ptr<VideoWindow>{open ? open(title) : nullptr};
 }
 

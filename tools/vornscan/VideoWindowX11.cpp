@@ -93,7 +93,8 @@ private:
 }  // namespace
 }  // namespace vornscan
 
-extern "C" __attribute__((visibility("default"))) vornscan::VideoWindow* VornOpenWindow(const std::string& title)
+extern "C" __attribute__((visibility("default"))) vornscan::VideoWindow* VornOpenWindow(
+    const std::string& title)
 {
     Display* display = XOpenDisplay(nullptr);
     return display ? new vornscan::X11Window(display, title) : nullptr;
