@@ -11,7 +11,7 @@
 
 #include "BareCodecs.h"
 #include "FreshBlock.h"
-#include "Vornfilx/Pixels.h"
+#include "Pixels.h"
 
 namespace vorn::bench {
 namespace {

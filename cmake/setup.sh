@@ -2,7 +2,7 @@
 # Everything it says goes to standard error: standard output belongs to the caller.
 
 video_packages='libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x libx11-dev'
-tool_packages="cmake g++ ninja-build libcli11-dev libjpeg-dev libpng-dev libqpdf-dev libsane-dev libtiff-dev libyuv-dev nlohmann-json3-dev pkg-config $video_packages"
+tool_packages="cmake g++ ninja-build libcli11-dev libjpeg-dev libpng-dev libqpdf-dev libsane-dev libtiff-dev nlohmann-json3-dev pkg-config $video_packages"
 check_packages="$tool_packages libbenchmark-dev libgtest-dev sane-utils xvfb poppler-utils qpdf"
 windows_packages='cmake ninja-build g++-mingw-w64-x86-64-posix googletest imagemagick libcli11-dev nlohmann-json3-dev poppler-utils wine wine64'
 

@@ -1,10 +1,10 @@
 #include "Samples.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
-#ifdef VORN_HAVE_LIBYUV
-#include <libyuv/planar_functions.h>
-#endif
+#include "Pixels.h"
 
 namespace vorn::wia {
 
@@ -33,46 +33,23 @@ void Gray8(const uint8_t* line, uint8_t* row, uint32_t pixels)
     ClearPadding(row, pixels);
 }
 
-/** The upper byte of a sample in the machine's byte order. */
-uint8_t Upper(const uint8_t* sample) noexcept
-{
-    uint16_t word = 0;
-    std::memcpy(&word, sample, sizeof word);
-    return static_cast<uint8_t>(word >> 8);
-}
-
 void Gray16(const uint8_t* line, uint8_t* row, uint32_t pixels)
 {
-    for (uint32_t i = 0; i < pixels; ++i)
-        row[i] = Upper(line + 2 * size_t{i});
+    fil::UpperBytes(line, row, pixels);
     ClearPadding(row, pixels);
 }
 
 void Color8(const uint8_t* line, uint8_t* row, uint32_t pixels)
 {
-    const size_t bytes = 3 * size_t{pixels};
-#ifdef VORN_HAVE_LIBYUV
-    const int width = static_cast<int>(pixels);
-    libyuv::RAWToRGB24(line, width * 3, row, width * 3, width, 1);
-#else
-    for (size_t i = 0; i < bytes; i += 3) {
-        row[i] = line[i + 2];
-        row[i + 1] = line[i + 1];
-        row[i + 2] = line[i];
-    }
-#endif
-    ClearPadding(row, bytes);
+    fil::SwapRedBlue(line, row, pixels);
+    ClearPadding(row, 3 * size_t{pixels});
 }
 
 void Color16(const uint8_t* line, uint8_t* row, uint32_t pixels)
 {
-    const size_t bytes = 3 * size_t{pixels};
-    for (size_t i = 0; i < bytes; i += 3) {
-        row[i] = Upper(line + 2 * (i + 2));
-        row[i + 1] = Upper(line + 2 * (i + 1));
-        row[i + 2] = Upper(line + 2 * i);
-    }
-    ClearPadding(row, bytes);
+    fil::UpperBytes(line, row, 3 * uint64_t{pixels});
+    fil::SwapRedBlue(row, row, pixels);
+    ClearPadding(row, 3 * size_t{pixels});
 }
 
 uint8_t Bit(const uint8_t* bits, size_t i) noexcept
@@ -104,15 +81,18 @@ void One1(const uint8_t* line, uint8_t* row, uint32_t pixels)
 template <size_t kChannel>
 void One8(const uint8_t* line, uint8_t* row, uint32_t pixels)
 {
-    for (size_t i = 0; i < pixels; ++i)
-        row[3 * i + kChannel] = line[i];
+    fil::PutChannel(line, row, pixels, kChannel);
 }
 
 template <size_t kChannel>
 void One16(const uint8_t* line, uint8_t* row, uint32_t pixels)
 {
-    for (size_t i = 0; i < pixels; ++i)
-        row[3 * i + kChannel] = Upper(line + 2 * i);
+    std::array<uint8_t, 256> piece;
+    for (uint32_t done = 0; done < pixels; done += piece.size()) {
+        const auto count = std::min(static_cast<uint32_t>(piece.size()), pixels - done);
+        fil::UpperBytes(line + 2 * size_t{done}, piece.data(), count);
+        fil::PutChannel(piece.data(), row + 3 * size_t{done}, count, kChannel);
+    }
 }
 
 constexpr LineFormat kFormats[] = {

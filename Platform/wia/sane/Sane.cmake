@@ -1,13 +1,8 @@
 # Real scanners, where there is SANE: its header to build with, its library when the first scanner is looked for.
-# What the objects have to be linked with: `vorn_wia_needs`.
-add_library(vorn_wia_needs INTERFACE)
-
 option(VORN_WITH_SANE "Real scanners through SANE" ON)
 if(VORN_WITH_SANE AND NOT WIN32)
   find_path(SANE_INCLUDE_DIR sane/sane.h)
   find_library(SANE_LIBRARY sane)
-  find_path(LIBYUV_INCLUDE_DIR libyuv/planar_functions.h)
-  find_library(LIBYUV_LIBRARY yuv)
 endif()
 
 if(NOT VORN_WITH_SANE OR NOT SANE_INCLUDE_DIR OR NOT SANE_LIBRARY)
@@ -37,13 +32,6 @@ target_sources(vorn_wia PRIVATE
   sane/Views.cpp
   sane/Vocabulary.cpp)
 target_include_directories(vorn_wia PRIVATE ${SANE_INCLUDE_DIR})
-if(LIBYUV_INCLUDE_DIR AND LIBYUV_LIBRARY)
-  target_compile_definitions(vorn_wia PRIVATE VORN_HAVE_LIBYUV)
-  target_include_directories(vorn_wia PRIVATE ${LIBYUV_INCLUDE_DIR})
-  target_link_libraries(vorn_wia_needs INTERFACE ${LIBYUV_LIBRARY})
-else()
-  message(STATUS "libyuv not found (libyuv-dev): colours of real scanners are put in order by plain code")
-endif()
 
 # Beside the libraries, where FindScanners.cpp looks for it.
 add_executable(vorn_find_scanners sane/finder/main.cpp)

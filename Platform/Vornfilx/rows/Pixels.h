@@ -11,6 +11,12 @@ namespace vorn::fil {
 /** Exchanges the outer two of three colours; `from` and `to` may be the same row. */
 void SwapRedBlue(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept;
 
+/** Writes one of the three colours of each pixel, the byte `channel` of it; the others stay as they are. */
+void PutChannel(const uint8_t* from, uint8_t* to, uint32_t pixels, uint32_t channel) noexcept;
+
+/** The upper bytes of samples of 16 bits in the machine's byte order; `from` and `to` do not overlap. */
+void UpperBytes(const uint8_t* from, uint8_t* to, uint64_t samples) noexcept;
+
 /**
  * Cyan, magenta, yellow, black to blue, green, red, without regard to a colour profile; `from` and `to` may be the same row.
  * @param inverted  light is stored in the place of ink, as most programs do
