@@ -50,10 +50,10 @@ int32_t Look(WiaSession*, BitmapHandle* bitmap, const WCHAR*, int32_t, int32_t, 
 
 }  // namespace
 
-Desk::Desk(wia::Generation generation)
+Desk::Desk(wia::Generation generation, const WCHAR* device)
 {
     Require(Vorn_WiaInitSession(static_cast<uint32_t>(generation), &session_), "Vorn_WiaInitSession");
-    Require(Vorn_WiaSelectDevice(session_, VORN_TEXT("virtual:scanner")), "Vorn_WiaSelectDevice");
+    Require(Vorn_WiaSelectDevice(session_, device), "Vorn_WiaSelectDevice");
     WiaItemHandle root = nullptr;
     Require(Vorn_WiaGetRootItem(session_, nullptr, &root), "Vorn_WiaGetRootItem");
     Require(Vorn_WiaEnumChildItems(session_, root, KeepFirst, &item_), "Vorn_WiaEnumChildItems");
@@ -67,7 +67,7 @@ Desk::~Desk()
         Vorn_WiaEndSession(session_);
 }
 
-void Desk::Prepare(REFGUID format, LONG medium)
+void Desk::Prepare(REFGUID format, LONG medium) const
 {
     Require(Vorn_WiaSetPropertyLong(session_, item_, nullptr, WIA_IPA_TYMED, medium), "setting the medium");
     Require(Vorn_WiaSetPropertyGUID(session_, item_, nullptr, WIA_IPA_FORMAT, &format), "setting the format");

@@ -1,6 +1,7 @@
 /**
  * @file Desk.h
- * An application: a session on the scanner with the ready page, which the service lists by then.
+ * An application: a session on a scanner, unless told otherwise on that with the ready page, which the service lists by
+ * then.
  */
 #pragma once
 
@@ -16,7 +17,7 @@ namespace vorn::bench {
 class Desk {
 public:
     /** Throws std::runtime_error when the library refuses a step, as all its members do. */
-    explicit Desk(wia::Generation generation);
+    explicit Desk(wia::Generation generation, const WCHAR* device = VORN_TEXT("virtual:scanner"));
     Desk(const Desk&) = delete;
     Desk& operator=(const Desk&) = delete;
     ~Desk();
@@ -25,7 +26,7 @@ public:
     WiaItemHandle Item() const noexcept { return item_; }
 
     /** What the item is to deliver. */
-    void Prepare(REFGUID format, LONG medium);
+    void Prepare(REFGUID format, LONG medium) const;
 
     /** Takes the page as a bitmap, and looks at it as far as `Check` says. */
     enum class Check { Size, Pixels };

@@ -9,6 +9,7 @@
  *     vornwia_bench --formats=5   with 5 repetitions in place of 9
  *     vornwia_bench --pages       200 pages added to one TIFF file and to one PDF file: the first against the last
  *     vornwia_bench --pages=1000  with as many pages
+ *     vornwia_bench --sane        scans of SANE's test device, the tool beside scanimage; =5 for 5 repetitions
  *     vornwia_bench               roads and baselines as Google Benchmark runs them; --help lists its options
  *
  * Files are written to the directory that TMPDIR names, or to /tmp. A measurement is worth something on a machine
@@ -21,10 +22,13 @@
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "ManyPages.h"
 #include "ReadyPage.h"
 #include "Roads.h"
+#include "SaneScans.h"
+#include "SaneTable.h"
 #include "Table.h"
 
 using namespace vorn::bench;
@@ -79,13 +83,37 @@ int NumberOf(std::string_view argument, const TableOption& table)
     return std::atoi(argument.substr(table.option.size() + 1).data());
 }
 
+#ifdef VORN_BENCH_SANE
+/** What the table of SANE's scans runs as processes of their own. */
+constexpr std::pair<std::string_view, void (*)()> kScans[] = {{"--sane-bare", ScanBare},
+                                                              {"--sane-memory", ScanToMemory}};
+
+/** False when `option` asks for nothing of SANE. */
+bool RunSane(std::string_view option)
+{
+    for (const auto& [name, scan] : kScans)
+        if (option == name)
+            return scan(), true;
+    const int repetitions = NumberOf(option, {"--sane", 15, PrintSaneTable});
+    if (repetitions > 0)
+        PrintSaneTable(repetitions, std::cout);
+    return repetitions > 0;
+}
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv)
 try {
+    const std::string_view only = argc == 2 ? argv[1] : "";
+#ifdef VORN_BENCH_SANE
+    // Before the ready page takes its memory: a program that is started counts it as its own.
+    if (RunSane(only))
+        return 0;
+#endif
     const vorn::wia::ScopedDevices devices{ScannerWithReadyPage()};
     for (const TableOption& table : kTables)
-        if (const int number = argc == 2 ? NumberOf(argv[1], table) : 0; number > 0) {
+        if (const int number = NumberOf(only, table); number > 0) {
             table.print(number, std::cout);
             return 0;
         }
