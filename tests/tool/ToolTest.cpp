@@ -52,6 +52,23 @@ protected:
 
     ToolResult Run(const Arguments& arguments) { return ToolRun{folder_, arguments}.Wait(); }
 
+    /** Starts the tool and waits until it has said this. */
+    ToolRun RunUntil(const std::string& text, const Arguments& arguments) const
+    {
+        fs::remove(folder_ / "stderr");  // of the run before
+        ToolRun run{folder_, arguments};
+        const auto said = [&] {
+            std::ostringstream content;
+            content << std::ifstream{folder_ / "stderr"}.rdbuf();
+            return content.str().find(text) != std::string::npos;
+        };
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+        while (!said() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds{5});
+        EXPECT_TRUE(said()) << text;
+        return run;
+    }
+
     fs::path Out() const { return folder_ / "out"; }
     Names Files() const
     {
@@ -513,6 +530,31 @@ TEST_F(Tool, ProgressGoesToStandardError)
     EXPECT_EQ("page.tif\n", result.out);
     EXPECT_NE(std::string::npos, result.err.find("page 1: 100%")) << result.err;
     EXPECT_EQ(std::string::npos, result.err.find('\r')) << "a bar was drawn on something that is no terminal";
+}
+
+TEST_F(Tool, WaitsForPaperUntilItComesOrTheTimeIsOver)
+{
+    ASSERT_EQ(0, Run({"--dpi", "75", "-o", "sheet.tif"}).exitCode);
+    for (const char* generation : {"1", "2"}) {
+        fs::create_directory(Out() / "tray");
+        const Arguments common{"--source",    "feeder",          "--pages", "0",     "-o", "page.tif",
+                               "--overwrite", "--virtual-pages", "tray",    "--dpi", "75", "--wia",
+                               generation,    "--wait-for-paper"};
+        const ToolResult none = Run(common + Arguments{"1"});
+        EXPECT_EQ(7, none.exitCode);
+        EXPECT_NE(std::string::npos, none.err.find("put paper in")) << none.err;
+
+        ToolRun stopped = RunUntil("waiting for paper", common + Arguments{"60"});
+        stopped.Signal(SIGINT);
+        EXPECT_EQ(2, stopped.Wait().exitCode);
+
+        ToolRun run = RunUntil("waiting for paper", common + Arguments{"60"});
+        fs::copy(Out() / "sheet.tif", Out() / "arriving");
+        fs::rename(Out() / "arriving", Out() / "tray" / "sheet.tif");
+        EXPECT_EQ(0, run.Wait().exitCode);
+        EXPECT_EQ(1u, Info("page.tif").pageCount);
+        fs::remove_all(Out() / "tray");
+    }
 }
 
 TEST_P(ToolRoads, InterruptKeepsFinishedPagesOnly)

@@ -1,14 +1,19 @@
 #include "Acquire.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "Interrupt.h"
 #include "MemoryPages.h"
 #include "Progress.h"
+#include "PropertyIds.h"
 #include "Vornkrnx.h"
 
 namespace vornscan {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 /** The library's list of files, freed at the end as the library wants it. */
 class FileList {
@@ -73,7 +78,7 @@ struct MemoryJob {
     int32_t Hear(BitmapHandle* page, int32_t percent, int32_t state) noexcept
     {
         try {
-            if (page && state == TRANSFER_STATE_END && !Interrupted())
+            if (page && page->image && state == TRANSFER_STATE_END && !Interrupted())  // or no page came
                 pages.Save(*page);
             progress.Show(page ? 0 : percent, state);
         } catch (const Failure& reason) {
@@ -97,10 +102,8 @@ Outcome AcquireMemory(const Session& session, WiaItemHandle item, const AcquireO
     return {status, job.pages.Files(), job.failure};
 }
 
-}  // namespace
-
-Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
-                const Destination& destination, bool memory)
+Outcome AcquireOnce(const Session& session, const std::optional<Item>& item, const Options& options,
+                    const Destination& destination, bool memory)
 {
     Progress progress{options.progress};
     const AcquireOptions record = LibraryOptions(options, destination);
@@ -109,6 +112,46 @@ Outcome Acquire(const Session& session, const std::optional<Item>& item, const O
         return AcquireMemory(session, handle, record,
                              {MemoryPages{options, destination}, progress, std::nullopt});
     return AcquireFiles(session, handle, record, progress);
+}
+
+/** False for a device that cannot tell. */
+bool TellsNoPaper(const Session& session)
+{
+    const Item root = session.Root();
+    return (root.Long(kHandlingCapabilities).value_or(0) & kDetectsPaper) != 0 &&
+           (root.Long(kHandlingStatus).value_or(kPaperReady) & kPaperReady) == 0;
+}
+
+/** False when the time is over, or the person has had enough. A device that cannot tell is asked by a scan, now and then. */
+bool AwaitPaper(const Session& session, Clock::time_point end)
+{
+    constexpr auto kPause = std::chrono::milliseconds{1000}, kGlance = std::chrono::milliseconds{50};
+    do {
+        const auto next = std::min(Clock::now() + kPause, end);
+        for (; Clock::now() < next; std::this_thread::sleep_for(kGlance))
+            if (Interrupted())
+                return false;
+        if (Clock::now() >= end)
+            return false;
+    } while (TellsNoPaper(session));
+    return true;
+}
+
+}  // namespace
+
+Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
+                const Destination& destination, bool memory)
+{
+    const auto end = Clock::now() + std::chrono::seconds{options.waitForPaper};
+    for (bool waiting = false;; waiting = true) {
+        Outcome outcome = AcquireOnce(session, item, options, destination, memory);
+        if (outcome.status != ERR_WIA_PAPER_EMPTY || !outcome.files.empty() || Clock::now() >= end)
+            return outcome;
+        if (!waiting)
+            Say("the feeder is empty; waiting for paper");
+        if (!AwaitPaper(session, end))
+            return outcome;
+    }
 }
 
 }  // namespace vornscan

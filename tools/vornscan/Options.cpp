@@ -64,6 +64,9 @@ void DeclareSettings(CLI::App& app, Options& options)
     app.add_option("--brightness", options.brightness, "Brightness, in the device's own numbers");
     app.add_option("--contrast", options.contrast, "Contrast, in the device's own numbers");
     app.add_flag("--nearest", options.nearest, "Take the nearest value where the device refuses one");
+    app.add_option("--wait-for-paper", options.waitForPaper,
+                   "Seconds to wait for paper when the feeder is empty [0]")
+        ->check(CLI::Range(0, 86400));
     app.add_option("--pages", options.pages,
                    "Number of pages, from the feeder if not 1; 0: until it is empty [1]")
         ->check(CLI::NonNegativeNumber);

@@ -34,7 +34,8 @@ struct Options {
     std::optional<PageSize> pageSize;
     std::optional<double> left, top, width, height;  ///< millimetres
     bool nearest = false;
-    int32_t pages = 1;  ///< 0: until the feeder is empty
+    int32_t pages = 1;         ///< 0: until the feeder is empty
+    int32_t waitForPaper = 0;  ///< seconds
 
     std::string outputFile;  ///< of a batch: the first page's
     std::optional<std::string> format;

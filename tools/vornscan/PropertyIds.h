@@ -7,6 +7,8 @@
 
 namespace vornscan {
 
+constexpr uint32_t kHandlingCapabilities = 3086;
+constexpr uint32_t kHandlingStatus = 3087;
 constexpr uint32_t kHandlingSelect = 3088;
 constexpr uint32_t kPages = 3096;
 constexpr uint32_t kDataType = 4103;
@@ -24,6 +26,9 @@ constexpr uint32_t kYExtent = 6152;
 constexpr uint32_t kBrightness = 6154;
 constexpr uint32_t kContrast = 6155;
 constexpr uint32_t kRotation = 6157;
+
+constexpr int32_t kDetectsPaper = 0x10;  ///< of the capabilities
+constexpr int32_t kPaperReady = 0x01;    ///< of the status
 
 constexpr int32_t kDataLineart = 0;
 constexpr int32_t kDataGray = 2;

@@ -100,7 +100,7 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
     if (root.SetText(kVirtualPagesFolder, folder) != SUCCESS)
         throw Failure{ExitCode::Usage,
                       setting + ": " + device.name +
-                          " finds no pages there; put image files (.tif, .bmp) into the folder"};
+                          " cannot look into the folder"};
 }
 
 Item PrepareScanner(const Session& session, const Device& device, const Options& options)

@@ -1,5 +1,7 @@
 #include "Paper.h"
 
+#include <filesystem>
+
 #include "CannedPages.h"
 #include "ImageFolder.h"
 #include "TestChart.h"
@@ -54,15 +56,23 @@ void Paper::SetSheets(LONG sheets) noexcept
     backPending_ = false;
 }
 
-bool Paper::IsLoaded() const noexcept
+PageSource* Paper::FeederImages() noexcept
 {
-    return folder_.empty() ? sheets_ > 0 : feederImages_ && feederImages_->HasPage();
+    if (!feederImages_)
+        ImageFolder::Open(folder_.c_str(), kSheetWidthInches, feederImages_);
+    return feederImages_.get();
+}
+
+bool Paper::IsLoaded() noexcept
+{
+    return folder_.empty() ? sheets_ > 0 : FeederImages() && FeederImages()->HasPage();
 }
 
 HRESULT Paper::CheckFolder(WStringView folder)
 {
-    std::shared_ptr<PageSource> images;
-    return folder.empty() ? S_OK : ImageFolder::Open(WString{folder}.c_str(), kSheetWidthInches, images);
+    std::error_code error;
+    const bool there = folder.empty() || std::filesystem::is_directory(std::filesystem::path{folder}, error);
+    return there ? S_OK : E_INVALIDARG;
 }
 
 void Paper::UseFolder(WStringView folder)
@@ -72,9 +82,9 @@ void Paper::UseFolder(WStringView folder)
     feederImages_ = nullptr;
     if (folder_.empty())
         return;
-    // A folder that has gone since it was checked leaves the feeder empty.
+    // A folder without pictures, or gone since it was checked, leaves the feeder empty.
     ImageFolder::Open(folder_.c_str(), kSheetWidthInches, glassImages_);
-    ImageFolder::Open(folder_.c_str(), kSheetWidthInches, feederImages_);
+    FeederImages();
 }
 
 HRESULT Paper::Take(PageSource* images, const PageRequest& request, std::unique_ptr<Page>& page) const
@@ -103,7 +113,7 @@ HRESULT Paper::NextOnGlass(const PageRequest& request, std::unique_ptr<Page>& pa
 HRESULT Paper::NextInFeeder(const PageRequest& request, std::unique_ptr<Page>& page)
 {
     if (!folder_.empty())
-        return feederImages_ ? Take(feederImages_.get(), request, page) : WIA_ERROR_PAPER_EMPTY;
+        return FeederImages() ? Take(FeederImages(), request, page) : WIA_ERROR_PAPER_EMPTY;
     const bool sameSheet = request.backSide && backPending_;
     if (!sameSheet && sheets_ <= 0)
         return WIA_ERROR_PAPER_EMPTY;

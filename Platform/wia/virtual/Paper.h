@@ -23,9 +23,9 @@ public:
     LONG Sheets() const noexcept { return sheets_; }
     void SetSheets(LONG sheets) noexcept;
     /** True when the feeder has a sheet. */
-    bool IsLoaded() const noexcept;
+    bool IsLoaded() noexcept;
 
-    /** Whether a folder can be given to UseFolder: it holds an image, or its name is empty. */
+    /** Whether a folder can be given to UseFolder: there is such a folder, or its name is empty. */
     static HRESULT CheckFolder(WStringView folder);
     /** Puts the images of a folder onto the glass and into the feeder; an empty name brings the chart back. */
     void UseFolder(WStringView folder);
@@ -39,6 +39,8 @@ private:
     class GlassSource;
     class FeederSource;
 
+    /** Null as long as the folder is empty: a file put into it is paper put into the feeder. */
+    PageSource* FeederImages() noexcept;
     HRESULT NextOnGlass(const PageRequest& request, std::unique_ptr<Page>& page);
     HRESULT NextInFeeder(const PageRequest& request, std::unique_ptr<Page>& page);
     /** The chart, or the images that `images` holds. */
