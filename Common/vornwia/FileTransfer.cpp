@@ -139,8 +139,9 @@ int32_t TransferAndSave(const PageTransfer& page)
             generation2 ? TransferPage2(page, temporaryName) : TransferPage1(page, temporaryName);
         status != SUCCESS)
         return status;
-    const int32_t saved = SaveTransferredFile(page.workingName, temporaryName, *page.options,
-                                              page.transferredCount, page.files);
+    const int32_t saved = SaveTransferredFile(page.workingName, temporaryName,
+                                              generation2 ? SourceFile::Goes : SourceFile::Stays,
+                                              *page.options, page.transferredCount, page.files);
     if (generation2)
         temporaryFile.Remove();
     return TellPageEnd(page) == ERR_ABORTED ? ERR_ABORTED : saved;

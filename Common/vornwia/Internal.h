@@ -188,10 +188,14 @@ struct FileNameParts {
 /** Splits a path; false when a part does not fit its buffer. */
 bool SplitFileName(const WCHAR* name, FileNameParts& parts) noexcept;
 
+/** What becomes of a transferred file once it is saved: what goes may itself become the output file. */
+enum class SourceFile { Stays, Goes };
+
 /** Copies or appends a transferred file to its output file and lists it. The name may change to a free one.
  */
-int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options,
-                            int32_t* transferredCount, const FileListTarget& files) noexcept;
+int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, SourceFile then,
+                            const AcquireOptions& options, int32_t* transferredCount,
+                            const FileListTarget& files) noexcept;
 
 // ---- Process-wide state --------------------------------------------------------------------------------
 

@@ -50,14 +50,16 @@ int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
     return status;
 }
 
-int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, bool overwrite)
+int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options, SourceFile then)
 {
     ++g_processState.savedFileCounter;
-    if (!overwrite) {
+    if (!options.overwriteFile) {
         if (const int32_t status = MakeUniqueFileName(destination); status != SUCCESS)
             return status;
     }
-    return CopyFileW(source, destination, FALSE) ? SUCCESS : ERR_FILE_COPY;
+    const BOOL copied =
+        then == SourceFile::Goes ? PassFileW(source, destination) : CopyFileW(source, destination, FALSE);
+    return copied ? SUCCESS : ERR_FILE_COPY;
 }
 
 /** Makes room for `count` names. Without memory there is no list: a caller would read past a shorter one. */
@@ -143,12 +145,13 @@ int32_t MakeUniqueFileName(WCHAR* name) noexcept
     }
 }
 
-int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options,
-                            int32_t* transferredCount, const FileListTarget& files) noexcept
+int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, SourceFile then,
+                            const AcquireOptions& options, int32_t* transferredCount,
+                            const FileListTarget& files) noexcept
 {
     const int32_t status = options.multiPageFile || options.appendToFile
                                ? AppendPages(destination, source)
-                               : CopyToOwnFile(destination, source, options.overwriteFile != 0);
+                               : CopyToOwnFile(destination, source, options, then);
     if (status == SUCCESS)
         RecordFile(destination, transferredCount, files);
     return status;

@@ -21,6 +21,12 @@
 #include <stdlib.h>
 
 #include "wia2.h"
+
+/** As in winfiles.h. A file that is moved would keep the access list of the directory it comes from. */
+inline BOOL PassFileW(LPCWSTR existing, LPCWSTR destination) noexcept
+{
+    return CopyFileW(existing, destination, FALSE);
+}
 #else
 #include "ole.h"
 #include "wia.h"

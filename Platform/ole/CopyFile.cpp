@@ -196,7 +196,16 @@ bool MayReplace(const std::string& destination, const struct stat& existing, con
     return true;
 }
 
-BOOL Copy(const std::string& from, const std::string& to, bool failIfExists)
+enum class Source { Stays, Goes };
+
+/** The source itself takes the destination's place; false when that cannot be, and all is as it was. */
+bool Move(const std::string& from, int source, const std::string& destination, const struct stat* replaced)
+{
+    return (!replaced || (S_ISREG(replaced->st_mode) && TakeOverPermissions(source, *replaced))) &&
+           rename(from.c_str(), destination.c_str()) == 0;
+}
+
+BOOL Copy(const std::string& from, const std::string& to, bool failIfExists, Source then)
 {
     struct stat sourceStatus;
     const Descriptor source = OpenSource(from, sourceStatus);
@@ -211,6 +220,8 @@ BOOL Copy(const std::string& from, const std::string& to, bool failIfExists)
         return FALSE;
     if (replaces && !S_ISREG(existing.st_mode))
         return CopyInto(source.Get(), destination);
+    if (then == Source::Goes && Move(from, source.Get(), destination, replaces ? &existing : nullptr))
+        return TRUE;
 
     Sibling sibling{destination};
     if (sibling.Made())
@@ -220,6 +231,17 @@ BOOL Copy(const std::string& from, const std::string& to, bool failIfExists)
     return Fail(ErrorOfName(errno, destination));
 }
 
+BOOL CopyNamed(LPCWSTR existing, LPCWSTR copy, bool failIfExists, Source then) noexcept
+{
+    return FileCall<BOOL>(FALSE, [&] {
+        const std::string from = KernelName(existing);
+        if (from.empty())
+            return FALSE;
+        const std::string to = KernelName(copy);
+        return to.empty() ? FALSE : Copy(from, to, failIfExists, then);
+    });
+}
+
 }  // namespace
 }  // namespace vorn::ole
 
@@ -227,11 +249,10 @@ using namespace vorn::ole;
 
 BOOL CopyFileW(LPCWSTR existing, LPCWSTR copy, BOOL failIfExists) noexcept
 {
-    return FileCall<BOOL>(FALSE, [&] {
-        const std::string from = KernelName(existing);
-        if (from.empty())
-            return FALSE;
-        const std::string to = KernelName(copy);
-        return to.empty() ? FALSE : Copy(from, to, failIfExists != FALSE);
-    });
+    return CopyNamed(existing, copy, failIfExists != FALSE, Source::Stays);
+}
+
+BOOL PassFileW(LPCWSTR existing, LPCWSTR destination) noexcept
+{
+    return CopyNamed(existing, destination, false, Source::Goes);
 }

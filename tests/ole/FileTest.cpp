@@ -90,6 +90,13 @@ TEST_F(SystemFiles, CopyGoesThroughALinkAndThroughASpecialSource)
     EXPECT_NE(BytesOf(In("real")).find("Name:"), std::string::npos);
     EXPECT_TRUE(Copy(In("from"), "/dev/null"));
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
+
+    fs::permissions(In("real"), fs::perms{0604});
+    EXPECT_TRUE(PassFileW(Wide(In("from")).c_str(), Wide(In("link")).c_str()));
+    EXPECT_TRUE(fs::is_symlink(In("link")));
+    EXPECT_EQ(BytesOf(In("real")), "new");
+    EXPECT_EQ(fs::status(In("real")).permissions(), fs::perms{0604});
+    EXPECT_EQ(All(), (Names{"link", "real"})) << "copied where it could have been moved";
 }
 
 TEST_F(SystemFiles, FailedCopySaysWhyAndChangesNothing)
