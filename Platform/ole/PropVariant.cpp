@@ -165,7 +165,7 @@ void FreeVector(const CAUB& vector, const TypeRow& row) noexcept
 {
     if (!vector.pElems)
         return;
-    for (ULONG i = 0; i < vector.cElems; ++i)
+    for (ULONG i = 0; row.owns != Owns::Nothing && i < vector.cElems; ++i)
         FreeElement(vector, row.owns, i);
     CoTaskMemFree(vector.pElems);
 }
@@ -202,11 +202,12 @@ bool DeepenVector(CAUB& vector, const TypeRow& row) noexcept
     if (!Deepen(vector.pElems,
                 [&](const void* data) { return CopyBlock(data, size_t{count} * row.elementSize); }))
         return false;
-    while (vector.cElems < count) {
+    while (row.owns != Owns::Nothing && vector.cElems < count) {
         if (!DeepenElement(vector, row.owns, vector.cElems))
             return false;
         ++vector.cElems;
     }
+    vector.cElems = count;
     return true;
 }
 

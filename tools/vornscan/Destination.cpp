@@ -175,11 +175,11 @@ Destination CheckDestination(const Options& options)
     return destination;
 }
 
-bool NeedsBitmaps(const Options& options, const Destination& destination)
+bool NeedsBitmaps(const Options& options, const Destination& destination, bool takesQuality)
 {
     // The library makes room for a file before its page is there.
     const bool replaces = options.overwrite;
-    const bool chooses = options.compression || options.jpegQuality;
+    const bool chooses = options.compression || (options.jpegQuality && !takesQuality);
     return options.memory || options.batch || replaces || chooses || !destination.format->wiaFormat;
 }
 

@@ -59,6 +59,7 @@ inline bool Same(const GUID& a, const GUID& b)
     return a.Data1 == b.Data1 && a.Data2 == b.Data2 && a.Data3 == b.Data3;
 }
 
+inline constexpr const WCHAR* kJpegQuality = VORN_TEXT("JPEG Quality");
 inline constexpr const WCHAR* kVirtualPagesFolder = VORN_TEXT("Virtual Pages Folder");
 
 }  // namespace vornscan

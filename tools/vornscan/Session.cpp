@@ -128,6 +128,11 @@ int32_t Item::SetGuid(uint32_t id, const GUID& value) const
     return Vorn_WiaSetPropertyGUID(session_, Handle(), nullptr, id, &value);
 }
 
+int32_t Item::SetLong(const WCHAR* name, int32_t value) const
+{
+    return Vorn_WiaSetPropertyLong(session_, Handle(), name, 0, value);
+}
+
 int32_t Item::SetText(const WCHAR* name, const std::string& value) const
 {
     return Vorn_WiaSetPropertyString(session_, Handle(), name, 0, ToWide(value).c_str());

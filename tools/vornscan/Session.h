@@ -40,6 +40,7 @@ public:
     /** Writers answer the library's status. */
     int32_t SetLong(uint32_t id, int32_t value) const;
     int32_t SetGuid(uint32_t id, const GUID& value) const;
+    int32_t SetLong(const WCHAR* name, int32_t value) const;
     int32_t SetText(const WCHAR* name, const std::string& value) const;
 
 private:

@@ -98,9 +98,7 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
         throw Failure{ExitCode::Usage,
                       device.name + " takes no --virtual-pages: only a virtual scanner does"};
     if (root.SetText(kVirtualPagesFolder, folder) != SUCCESS)
-        throw Failure{ExitCode::Usage,
-                      setting + ": " + device.name +
-                          " cannot look into the folder"};
+        throw Failure{ExitCode::Usage, setting + ": " + device.name + " cannot look into the folder"};
 }
 
 Item PrepareScanner(const Session& session, const Device& device, const Options& options)
@@ -124,7 +122,10 @@ bool PrepareTransfer(const Session& session, const Item& item, const Device& dev
     const FileFormat& format = *destination.format;
     const bool offered =
         format.wiaFormat && Offers(TransferFormats(session, item), WIA_MEDIUM_FILE, *format.wiaFormat);
-    const bool memory = !offered || NeedsBitmaps(options, destination);
+    const bool takesQuality =
+        options.jpegQuality &&
+        item.SetLong(kJpegQuality, static_cast<int32_t>(*options.jpegQuality)) == SUCCESS;
+    const bool memory = !offered || NeedsBitmaps(options, destination, takesQuality);
     if (memory)
         CheckSaves(destination);
     CheckCompression(item, destination);

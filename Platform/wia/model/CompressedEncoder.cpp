@@ -1,6 +1,7 @@
 #include "CompressedEncoder.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 
 #include "RowFile.h"
@@ -57,12 +58,6 @@ fil::RowImage ImageOf(const PageGeometry& geometry) noexcept
     return image;
 }
 
-std::unique_ptr<fil::RowFile> MakeJpeg(const fil::RowImage& image, std::vector<uint8_t>& bytes)
-{
-    constexpr int kQuality = 90;
-    return fil::MakeJpegFile(image, bytes, kQuality);
-}
-
 /** A device does not wait for its codec: the first levels are several times faster than the default one. */
 std::unique_ptr<fil::RowFile> MakePng(const fil::RowImage& image, std::vector<uint8_t>& bytes)
 {
@@ -71,9 +66,13 @@ std::unique_ptr<fil::RowFile> MakePng(const fil::RowImage& image, std::vector<ui
 
 class CompressedEncoder final : public PageEncoder {
 public:
-    using Make = std::unique_ptr<fil::RowFile> (*)(const fil::RowImage& image, std::vector<uint8_t>& bytes);
+    using Make =
+        std::function<std::unique_ptr<fil::RowFile>(const fil::RowImage&, std::vector<uint8_t>& bytes)>;
 
-    CompressedEncoder(Make make, uint32_t longestSide) noexcept : make_{make}, longestSide_{longestSide} {}
+    CompressedEncoder(Make make, uint32_t longestSide) noexcept
+        : make_{std::move(make)}, longestSide_{longestSide}
+    {
+    }
 
     uint64_t EncodedBytes(const PageGeometry& geometry) const noexcept override
     {
@@ -125,10 +124,14 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format)
+std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format, LONG jpegQuality)
 {
     if (IsEqualGUID(format, WiaImgFmt_JPEG))
-        return std::make_unique<CompressedEncoder>(MakeJpeg, fil::kLongestJpegSide);
+        return std::make_unique<CompressedEncoder>(
+            [jpegQuality](const fil::RowImage& image, std::vector<uint8_t>& bytes) {
+                return fil::MakeJpegFile(image, bytes, static_cast<int>(jpegQuality));
+            },
+            fil::kLongestJpegSide);
     if (IsEqualGUID(format, WiaImgFmt_PNG))
         return std::make_unique<CompressedEncoder>(MakePng, uint32_t{INT32_MAX});
     return nullptr;

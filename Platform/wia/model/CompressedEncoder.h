@@ -9,6 +9,6 @@
 namespace vorn::wia {
 
 /** The encoder of `WiaImgFmt_JPEG` or `WiaImgFmt_PNG`; null for another format. */
-std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format);
+std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format, LONG jpegQuality);
 
 }  // namespace vorn::wia

@@ -6,7 +6,7 @@
 
 namespace vorn::wia {
 
-std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format)
+std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format, LONG jpegQuality)
 {
     if (IsEqualGUID(format, WiaImgFmt_MEMORYBMP))
         return std::make_unique<DibEncoder>(DibEncoder::Form::Memory);
@@ -14,7 +14,7 @@ std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format)
         return std::make_unique<DibEncoder>(DibEncoder::Form::File);
     if (IsEqualGUID(format, WiaImgFmt_TIFF))
         return std::make_unique<TiffEncoder>(TiffEncoder::Pages::Apart);
-    return MakeCompressedEncoder(format);
+    return MakeCompressedEncoder(format, jpegQuality);
 }
 
 std::unique_ptr<PageEncoder> MakeDocumentEncoder(REFGUID format)

@@ -12,6 +12,9 @@
 
 namespace vorn::wia {
 
+/** That of JPEG data unless told otherwise. */
+constexpr LONG kJpegQuality = 90;
+
 /** Takes the bytes of an encoded page. Any result but `S_OK`, `S_FALSE` included, ends the page there. */
 class PageSink {
 public:
@@ -59,8 +62,9 @@ public:
 /**
  * The encoder of `WiaImgFmt_MEMORYBMP`, `WiaImgFmt_BMP` or `WiaImgFmt_TIFF`, and of `WiaImgFmt_JPEG` and
  * `WiaImgFmt_PNG` where there are codecs for them; null for another format. Each page is a file of its own.
+ * @param jpegQuality  1 to 100, for JPEG
  */
-VORN_WIA_API std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format);
+VORN_WIA_API std::unique_ptr<PageEncoder> MakePageEncoder(REFGUID format, LONG jpegQuality = kJpegQuality);
 
 /**
  * An encoder whose pages follow each other in one document, at offsets that count from the document's start.

@@ -4,12 +4,23 @@
 
 #include "FileNames.h"
 #include "ImageFormats.h"
+#include "PageEncoder.h"
 
 namespace vorn::wia {
 
 namespace {
 
 constexpr LONG kBufferBytes = 65536;
+
+/** Far from the ids of a scanner's own options. */
+constexpr PROPID kJpegQualityId = WIA_PRIVATE_ITEMPROP + 0x8000;
+
+Property JpegQuality()
+{
+    Property quality = InRange(kJpegQualityId, kJpegQuality, 1, 100);
+    quality.name = VORN_TEXT("JPEG Quality");
+    return quality;
+}
 
 }  // namespace
 
@@ -25,7 +36,13 @@ void AddTransferProperties(ItemDefinition& item, Generation generation)
         .Set(ReadOnly(WIA_IPA_PLANAR, Value::I4(WIA_PACKED_PIXEL)))
         .Set(ReadOnly(WIA_IPA_BUFFER_SIZE, Value::I4(kBufferBytes)))
         .Set(ReadOnly(WIA_IPA_FILENAME_EXTENSION, Value::Text(VORN_TEXT("BMP"))))
-        .Set(ReadOnly(WIA_IPA_SUPPRESS_PROPERTY_PAGE, Value::I4(0)));
+        .Set(ReadOnly(WIA_IPA_SUPPRESS_PROPERTY_PAGE, Value::I4(0)))
+        .Set(JpegQuality());
+}
+
+LONG JpegQualityOf(const PropertyTable& table)
+{
+    return table.Find(kJpegQualityId) ? table.Long(kJpegQualityId) : kJpegQuality;
 }
 
 void FollowMedium(Item& item)

@@ -11,6 +11,9 @@ namespace vorn::wia {
 /** The media and formats of a scanner's item: bitmaps and files, one page each or several. */
 void AddTransferProperties(ItemDefinition& item, Generation generation);
 
+/** The quality of JPEG data that the item's settings ask for. */
+LONG JpegQualityOf(const PropertyTable& table);
+
 /** The formats of the medium in force; one that it does not have gives way to its first. */
 void FollowMedium(Item& item);
 /** The file name extension of the format in force. */

@@ -1,5 +1,6 @@
 #include "../model/PageFeed.h"
 #include "../model/StreamSink.h"
+#include "../model/TransferSettings.h"
 #include "BandedTransfer.h"
 
 #include "com.h"
@@ -33,7 +34,8 @@ public:
     {
         const GUID format = FileFormatOf(item_);
         const std::unique_ptr<PageEncoder> encoder =
-            document_ ? MakeDocumentEncoder(format) : MakePageEncoder(format);
+            document_ ? MakeDocumentEncoder(format)
+                      : MakePageEncoder(format, JpegQualityOf(item_.Properties()));
         if (!encoder)
             return E_INVALIDARG;
 

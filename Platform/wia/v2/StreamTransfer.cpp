@@ -2,6 +2,7 @@
 
 #include "../model/PageFeed.h"
 #include "../model/StreamSink.h"
+#include "../model/TransferSettings.h"
 #include "com.h"
 
 namespace vorn::wia {
@@ -59,7 +60,7 @@ HRESULT StreamTransfer::SendItem(Item& item)
         const std::unique_ptr<PageEncoder> document = MakeDocumentEncoder(format);
         return document ? SendDocument(item, *document) : E_INVALIDARG;
     }
-    const std::unique_ptr<PageEncoder> encoder = MakePageEncoder(format);
+    const std::unique_ptr<PageEncoder> encoder = MakePageEncoder(format, JpegQualityOf(item.Properties()));
     if (!encoder)
         return E_INVALIDARG;
     PageFeed feed{item};
