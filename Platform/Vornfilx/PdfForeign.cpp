@@ -25,14 +25,15 @@ int32_t FindTable(ByteSource& source, Document& document)
         return status;
     const size_t at = text.rfind("startxref");
     unsigned long long offset = 0;
-    if (at == text.npos || std::sscanf(text.c_str() + at, "startxref %llu", &offset) != 1 || offset == 0 ||
-        offset >= source.Size())
+    char before[2], behind[2], first = 0;
+    if (at == text.npos ||
+        std::sscanf(text.c_str() + at, "startxref%1[ \t\r\n]%llu%1[ \t\r\n]", before, &offset, behind) != 3 ||
+        offset == 0 || offset >= source.Size())
         return FIL_ERR_CORRUPT;
-    document.tableAt = offset;
-    char first = 0;
     const int32_t status = source.ReadAt(offset, &first, 1);
-    document.streams = first != 'x';
-    return status;
+    document.tableAt = offset;
+    document.streams = first >= '0' && first <= '9';  // an object's number
+    return status != FIL_SUCCESS || document.streams || first == kTable[0] ? status : FIL_ERR_CORRUPT;
 }
 
 }  // namespace
