@@ -105,6 +105,8 @@ int32_t BmpCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap, const 
         std::copy_n(bitmap.palette + i * kPaletteEntryBytes, 3,
                     dib + kInfoHeaderBytes + i * kPaletteEntryBytes);
 
+    if (const int32_t status = file.Reserve(imageOffset + bitmap.imageBytes); status != FIL_SUCCESS)
+        return status;
     if (const int32_t status = file.WriteAt(0, bytes, imageOffset); status != FIL_SUCCESS)
         return status;
     return file.WriteAt(imageOffset, bitmap.image, bitmap.imageBytes);

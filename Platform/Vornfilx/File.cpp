@@ -65,6 +65,11 @@ int SetSize(int file, uint64_t size) noexcept
     return _chsize_s(file, static_cast<int64_t>(size));
 }
 
+int FindRoom(int, uint64_t, uint64_t) noexcept
+{
+    return 0;
+}
+
 int CloseFile(int file) noexcept
 {
     return _close(file);
@@ -121,6 +126,14 @@ int64_t WriteSome(int file, uint64_t offset, const void* data, uint64_t count) n
 int SetSize(int file, uint64_t size) noexcept
 {
     return ftruncate(file, static_cast<off_t>(size)) == 0 ? 0 : errno;
+}
+
+/** The file stays as long as it is; a file system that cannot do so is no error. */
+int FindRoom(int file, uint64_t offset, uint64_t count) noexcept
+{
+    const int done =
+        fallocate(file, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(offset), static_cast<off_t>(count));
+    return done != 0 && (errno == ENOSPC || errno == EDQUOT) ? errno : 0;
 }
 
 int CloseFile(int file) noexcept
@@ -217,6 +230,12 @@ int32_t File::Truncate(uint64_t size) noexcept
         return FromErrno(error, FIL_ERR_WRITE);
     size_ = size;
     return FIL_SUCCESS;
+}
+
+int32_t File::Reserve(uint64_t count) noexcept
+{
+    const int error = FindRoom(descriptor_, size_, count);
+    return error != 0 ? FromErrno(error, FIL_ERR_WRITE) : FIL_SUCCESS;
 }
 
 int32_t File::Close() noexcept

@@ -30,6 +30,8 @@ public:
     int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept;
     int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;
     int32_t Truncate(uint64_t size) noexcept;
+    /** Finds room on the disk at once for so many bytes behind the end, where the system can: FIL_ERR_DISK_FULL. */
+    int32_t Reserve(uint64_t count) noexcept;
     /** Closes; a late write error comes out here. */
     int32_t Close() noexcept;
 
@@ -76,6 +78,9 @@ public:
     uint64_t Size() const noexcept override { return size_; }
     /** Reads what is in the file; patches do not show yet. */
     int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept override;
+
+    /** Tells before they are written how many bytes will come, which is faster than to find room for each piece. */
+    int32_t Reserve(uint64_t count) noexcept { return file_.Reserve(count); }
 
     /** Below the old size: at most kPatchBytes, once. */
     int32_t WriteAt(uint64_t offset, const void* data, uint64_t count) noexcept;

@@ -179,14 +179,18 @@ int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettin
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32 || !Takes(scheme, bitmap))
         return FIL_ERR_UNSUPPORTED;
     Chain chain;
-    if (const int32_t status = CheckRoom(file, bitmap, chain); status != FIL_SUCCESS)
+    int32_t status = CheckRoom(file, bitmap, chain);
+    if (status == FIL_SUCCESS && scheme == COMPRESSION_NONE)
+        status = file.Reserve(FileRowBytes(bitmap) * bitmap.height);
+    if (status != FIL_SUCCESS)
         return status;
     const uint32_t rowsPerStrip = StripRows(bitmap, scheme);
     Stream stream{file, chain};
     if (!stream.Get() || !SetFields(stream.Get(), bitmap, rowsPerStrip) ||
         !SetScheme(stream.Get(), bitmap, scheme, settings.jpegQuality))
         return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
-    if (const int32_t status = WriteStrips(stream, file, bitmap, scheme, rowsPerStrip); status != FIL_SUCCESS)
+    status = WriteStrips(stream, file, bitmap, scheme, rowsPerStrip);
+    if (status != FIL_SUCCESS)
         return status;
     if (!TIFFWriteDirectory(stream.Get()))
         return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
