@@ -63,6 +63,9 @@ void DeclareSettings(CLI::App& app, Options& options)
         ->excludes(pageSize);
     app.add_option("--brightness", options.brightness, "Brightness, in the device's own numbers");
     app.add_option("--contrast", options.contrast, "Contrast, in the device's own numbers");
+    app.add_option("--set", options.named,
+                   "Set what the device has by a name of its own, as in --set name=value; -A lists the names")
+        ->allow_extra_args(false);
     app.add_flag("--nearest", options.nearest, "Take the nearest value where the device refuses one");
     app.add_option("--wait-for-paper", options.waitForPaper,
                    "Seconds to wait for paper when the feeder is empty [0]")
@@ -151,7 +154,7 @@ bool HasScannerSettings(const Options& options)
 {
     return options.source || options.mode || options.depth || options.resolution || options.brightness ||
            options.contrast || options.pageSize || options.left || options.top || options.width ||
-           options.height || options.pages != 1;
+           options.height || options.pages != 1 || !options.named.empty();
 }
 
 std::optional<Options> ParseOptions(int argc, char** argv)

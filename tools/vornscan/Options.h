@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "BatchPattern.h"
 #include "PageSize.h"
@@ -33,6 +34,7 @@ struct Options {
     std::optional<int32_t> contrast;
     std::optional<PageSize> pageSize;
     std::optional<double> left, top, width, height;  ///< millimetres
+    std::vector<std::string> named;                  ///< "name=value"
     bool nearest = false;
     int32_t pages = 1;         ///< 0: until the feeder is empty
     int32_t waitForPaper = 0;  ///< seconds

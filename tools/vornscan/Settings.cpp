@@ -6,6 +6,7 @@
 
 #include "Capabilities.h"
 #include "Failure.h"
+#include "NamedSettings.h"
 #include "PropertyIds.h"
 #include "ScanArea.h"
 #include "SettingsWriter.h"
@@ -113,6 +114,7 @@ Item PrepareScanner(const Session& session, const Device& device, const Options&
     SettingsWriter place{session, item, device, options.nearest};
     if (area.AddTo(place, item, options))
         place.Write();
+    ApplyNamedSettings(session, item, device, options.named);
     return item;
 }
 
