@@ -48,14 +48,25 @@ bool Shuffles() noexcept
 [[gnu::target("ssse3")]] void SwapFives(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept
 {
     constexpr Bytes kSwapped = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
-    constexpr uint32_t kPixels = 5;
-    // The last byte belongs to the next pixel, which has to be there; it stays as it is until its turn comes.
-    for (; pixels > kPixels; pixels -= kPixels, from += kPixels * kPixelBytes, to += kPixels * kPixelBytes) {
+    constexpr uint32_t kPixels = 5, kShuffles = 4, kAhead = 512;
+    const auto swapFive = [&]() __attribute__((target("ssse3"), always_inline))
+    {
         Bytes bytes;
         std::memcpy(&bytes, from, sizeof bytes);
         bytes = __builtin_shuffle(bytes, kSwapped);
         std::memcpy(to, &bytes, sizeof bytes);
+        pixels -= kPixels;
+        from += kPixels * kPixelBytes;
+        to += kPixels * kPixelBytes;
+    };
+    // The last byte belongs to the next pixel, which has to be there; it stays as it is until its turn comes.
+    while (pixels > kPixels * kShuffles) {
+        __builtin_prefetch(from + kAhead);  // the memory is slower than the shuffles
+        for (uint32_t i = 0; i < kShuffles; ++i)
+            swapFive();
     }
+    while (pixels > kPixels)
+        swapFive();
     SwapEach(from, to, pixels);
 }
 
