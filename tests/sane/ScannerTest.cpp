@@ -378,8 +378,12 @@ public:
         for (std::string& word : words)
             arguments.push_back(word.data());
         arguments.push_back(nullptr);
-        if (posix_spawnp(&id_, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0)
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        if (posix_spawnp(&id_, arguments[0], nullptr, &attributes, arguments.data(), environ) != 0)
             id_ = 0;
+        posix_spawnattr_destroy(&attributes);
     }
     Process(const Process&) = delete;
     ~Process()
@@ -389,6 +393,8 @@ public:
         kill(id_, SIGTERM);
         waitpid(id_, nullptr, 0);
     }
+    /** With the processes that it has started. */
+    void Kill() const { kill(-id_, SIGKILL); }
     bool Started() const { return id_ > 0; }
 
 private:
@@ -446,6 +452,7 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
     for (const uint32_t generation : {1u, 2u}) {
         Desk desk{generation, true, VORN_TEXT("net:127.0.0.1:test:0")};
         desk.Set(options);
+        desk.Set({{"read-limit", "yes"}, {"read-limit-size", "20000"}});  // the one allows the other
         desk.SetPages(2);
         Notes notes;
         EXPECT_EQ(desk.Acquire("", notes), SUCCESS);
@@ -453,6 +460,19 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
         ASSERT_EQ(pages.size(), 2u);
         EXPECT_TRUE(pages[0].pixels == expected.pixels && pages[1].pixels == expected.pixels);
     }
+    Desk desk{2, false, VORN_TEXT("net:127.0.0.1:test:0")};
+    desk.Set({{"resolution", "300"}, {"read-delay", "yes"}, {"read-delay-duration", "200000"}});
+    auto killed = Clock::time_point::max();
+    Notes notes;
+    notes.answer = [&](size_t call) {
+        if (call == 3) {
+            saned.Kill();
+            killed = Clock::now();
+        }
+        return 1;
+    };
+    EXPECT_EQ(desk.Acquire("", notes), ERR_WIA_DEVICE_COMMUNICATION) << "its host has gone";
+    EXPECT_LT(Clock::now() - killed, std::chrono::seconds{2});
     WriteBytes(SaneFolder() / "net.conf", "");
 }
 

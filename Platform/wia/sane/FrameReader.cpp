@@ -15,6 +15,8 @@ constexpr size_t kPieceBytes = 128 * 1024;
 
 /** How long a device may answer that there is nothing yet. */
 constexpr auto kSilence = std::chrono::seconds{60};
+/** The same, once the host that a scanner was reached through has gone. */
+constexpr auto kSilenceOfTheGone = std::chrono::seconds{1};
 constexpr auto kPause = std::chrono::milliseconds{2};
 
 /** How often who waits hears that the scan goes on, and may stop it. */
@@ -92,7 +94,7 @@ HRESULT FrameReader::Fill()
     std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
     end_ -= begin_;
     begin_ = 0;
-    const auto patience = Clock::now() + kSilence;
+    const auto begun = Clock::now();
     for (SANE_Int length = 0; length == 0;) {
         if (const HRESULT result = AwaitData(); result != S_OK)
             return result;
@@ -107,7 +109,7 @@ HRESULT FrameReader::Fill()
         if (length < 0 || static_cast<size_t>(length) > capacity_ - end_)
             return WIA_ERROR_INVALID_DRIVER_RESPONSE;
         if (length == 0) {
-            if (Clock::now() > patience)
+            if (Clock::now() - begun > (scanner_->HasHungUp() ? kSilenceOfTheGone : kSilence))
                 return WIA_ERROR_DEVICE_COMMUNICATION;
             std::this_thread::sleep_for(kPause);
         }

@@ -1,5 +1,9 @@
 #include "Library.h"
 
+#include <cerrno>
+#include <ctime>
+#include <mutex>
+
 #include <dlfcn.h>
 
 namespace vorn::wia {
@@ -37,6 +41,20 @@ const SaneCalls* LoadLibrary()
     return usable ? &calls : nullptr;
 }
 
+std::recursive_mutex& SaneMutex()
+{
+    static std::recursive_mutex mutex;
+    return mutex;
+}
+
+sigset_t BrokenPipe() noexcept
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    return set;
+}
+
 }  // namespace
 
 const SaneCalls* Sane()
@@ -45,10 +63,25 @@ const SaneCalls* Sane()
     return calls;
 }
 
-std::recursive_mutex& SaneMutex()
+SaneLock::SaneLock() noexcept
 {
-    static std::recursive_mutex mutex;
-    return mutex;
+    SaneMutex().lock();
+    sigset_t waiting;
+    sigpending(&waiting);
+    mayRaise_ = sigismember(&waiting, SIGPIPE) == 0;
+    const sigset_t pipe = BrokenPipe();
+    pthread_sigmask(SIG_BLOCK, &pipe, &before_);
+}
+
+SaneLock::~SaneLock()
+{
+    const sigset_t pipe = BrokenPipe();
+    const timespec now{};
+    if (mayRaise_)
+        while (sigtimedwait(&pipe, nullptr, &now) < 0 && errno == EINTR) {
+        }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    SaneMutex().unlock();
 }
 
 }  // namespace vorn::wia

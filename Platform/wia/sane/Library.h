@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include <mutex>
+#include <csignal>
 
 #include <sane/sane.h>
 
@@ -29,7 +29,20 @@ struct SaneCalls {
 /** The library, initialised; null when it is not there. It stays for the life of the process. */
 const SaneCalls* Sane();
 
-/** Held around calls of the library, which knows no threads. */
-std::recursive_mutex& SaneMutex();
+/**
+ * Held around calls of the library, which knows no threads. Meanwhile a host that has gone ends no process: back ends write to
+ * its connection, and the signal that this raises is taken back.
+ */
+class SaneLock {
+public:
+    SaneLock() noexcept;
+    SaneLock(const SaneLock&) = delete;
+    SaneLock& operator=(const SaneLock&) = delete;
+    ~SaneLock();
+
+private:
+    bool mayRaise_;  ///< no such signal was waiting before
+    sigset_t before_{};
+};
 
 }  // namespace vorn::wia

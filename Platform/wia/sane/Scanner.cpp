@@ -63,7 +63,7 @@ std::string SaneOption::Text() const
 
 std::shared_ptr<Scanner> Scanner::Open(const std::string& name)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     std::weak_ptr<Scanner>& known = OpenScanners()[name];
     if (auto scanner = known.lock())
         return scanner;
@@ -87,7 +87,7 @@ Scanner::Scanner(SANE_Handle handle) : handle_{handle}
 
 Scanner::~Scanner()
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     EndBatch();
     Sane()->close(handle_);
 }
@@ -103,7 +103,7 @@ SaneOption* Scanner::Find(std::string_view name) noexcept
 
 void Scanner::Refresh(SaneOption& option)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     option.value.clear();
     if (!option.CanBeRead())
         return;
@@ -117,6 +117,7 @@ void Scanner::Refresh(SaneOption& option)
 void Scanner::Reload()
 {
     SANE_Int count = 0;
+    Sane()->describe(handle_, 0);  // options across a network have no values before they are described anew
     Sane()->control(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
     std::vector<SaneOption> options;
     for (SANE_Int i = 1; i < count; ++i) {
@@ -152,27 +153,27 @@ void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
 
 void Scanner::Set(SaneOption& option, RawValue value)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     value.resize(static_cast<size_t>(option.descriptor->size));
     Control(option, SANE_ACTION_SET_VALUE, value.data());
 }
 
 void Scanner::Press(SaneOption& button)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     Control(button, SANE_ACTION_SET_VALUE, nullptr);
 }
 
 bool Scanner::Parameters(SANE_Parameters& parameters)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     parameters = {};
     return Sane()->parameters(handle_, &parameters) == SANE_STATUS_GOOD;
 }
 
 SANE_Status Scanner::Start()
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     const SANE_Status status = Sane()->start(handle_);
     batch_ = true;  // some devices want to be told the end also of a start that failed
     scanning_ = status == SANE_STATUS_GOOD;
@@ -192,16 +193,22 @@ bool Scanner::AwaitData(std::chrono::milliseconds moment) const noexcept
     return dataFd_ < 0 || poll(&waiting, 1, static_cast<int>(moment.count())) > 0;
 }
 
+bool Scanner::HasHungUp() const noexcept
+{
+    pollfd state{dataFd_, POLLIN, 0};
+    return dataFd_ >= 0 && poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR)) != 0;
+}
+
 SANE_Status Scanner::Read(uint8_t* data, SANE_Int capacity, SANE_Int& length)
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     length = 0;
     return Sane()->read(handle_, data, capacity, &length);
 }
 
 void Scanner::EndBatch() noexcept
 {
-    const std::lock_guard lock{SaneMutex()};
+    const SaneLock lock;
     if (batch_)
         Sane()->cancel(handle_);
     batch_ = scanning_ = false;

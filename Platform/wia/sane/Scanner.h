@@ -79,6 +79,8 @@ public:
     SANE_Status Start();
     /** Waits a moment for data; true when there is some, or when the device does not tell. */
     bool AwaitData(std::chrono::milliseconds moment) const noexcept;
+    /** True when whoever brings the data has gone; what came before may still be read. */
+    bool HasHungUp() const noexcept;
     SANE_Status Read(uint8_t* data, SANE_Int capacity, SANE_Int& length);
     /** The page that is scanned has come to its end; the batch goes on. */
     void EndPage() noexcept { scanning_ = false; }
