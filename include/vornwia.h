@@ -310,7 +310,8 @@ typedef struct AcquireOptions {
  *
  * @param session   the session that acquires
  * @param bitmap    at the end of a page transferred into memory: its bitmap, a record whose image stays the
- *                  library's and is valid during the call only (KrnDuplicateBitmap makes a copy); else null
+ *                  library's and is valid during the call only (KrnDuplicateBitmap makes a copy); else null. At the end of a
+ *                  transfer that brought no page the record may have no image: its `image` is null
  * @param fileName  in a file transfer the name of the output file; else null or empty
  * @param percent   0 to 100
  * @param state     a TRANSFER_STATE_ value

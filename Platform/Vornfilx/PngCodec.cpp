@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "PngPages.h"
+#include "RowFileWrite.h"
 
 namespace vorn::fil {
 namespace {
@@ -41,7 +42,17 @@ public:
     {
         if (file.OldSize() > 0)
             return FIL_ERR_SINGLE_PAGE_FORMAT;
-        return bitmap.bitsPerPixel == 16 ? FIL_ERR_UNSUPPORTED : png::WritePage(file, bitmap);
+        return bitmap.bitsPerPixel == 16 ? FIL_ERR_UNSUPPORTED : Write(file, bitmap);
+    }
+
+private:
+    static int32_t Write(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+    try {
+        std::vector<uint8_t> bytes;
+        const auto page = MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap));
+        return WriteRowFile(file, bitmap, *page, bytes);
+    } catch (const std::bad_alloc&) {
+        return FIL_ERR_OUT_OF_MEMORY;
     }
 };
 

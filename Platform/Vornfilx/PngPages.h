@@ -1,6 +1,6 @@
 /**
  * @file PngPages.h
- * Reading and writing the page of a PNG file: by libpng, or by what Windows has of its own.
+ * Reading the page of a PNG file, and what it takes to write one: by libpng, or by what Windows has of its own.
  */
 #pragma once
 
@@ -12,7 +12,6 @@ namespace vorn::fil::png {
 /** As the codec's operations of these names. */
 int32_t ReadInfo(ByteSource& source, PageInfo& info) noexcept;
 int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept;
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept;
 
 /** True when no data of a file of that size deflates to all pixels of the page. */
 constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept

@@ -5,7 +5,6 @@
 #include "Pixels.h"
 #include "PngHeader.h"
 #include "PngPages.h"
-#include "RowFileWrite.h"
 #include "WicDecode.h"
 
 namespace vorn::fil::png {
@@ -146,14 +145,6 @@ int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept
 PngEffort ChooseEffort(const BitmapHandle&)
 {
     return {};
-}
-
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
-try {
-    std::vector<uint8_t> bytes;
-    return WriteRowFile(file, bitmap, *MakePngFile(RowImageOf(bitmap), bytes, ChooseEffort(bitmap)), bytes);
-} catch (const std::bad_alloc&) {
-    return FIL_ERR_OUT_OF_MEMORY;
 }
 
 }  // namespace vorn::fil::png

@@ -1,115 +1,18 @@
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
-#include <fstream>
 #include <memory>
-#include <set>
-#include <sstream>
-#include <thread>
 
 #include <nlohmann/json.hpp>
 
-#include "ToolRun.h"
-#include "Vornfilx.h"
-#include "Vornkrnx.h"
+#include "ToolFolder.h"
 
 namespace vorn::test {
 namespace {
 
-namespace fs = std::filesystem;
-using Names = std::set<std::string>;
 using Json = nlohmann::json;
-
-/** The two media. Files are the default, so that the option stands for nothing but its place. */
-constexpr const char* kFiles = "--progress";
-constexpr const char* kMemory = "--memory";
-
-/** A folder for one test, in which the tool's temporary directory must be empty at the end. */
-class Tool : public testing::Test {
-protected:
-    Tool()
-    {
-        std::string pattern = (fs::temp_directory_path() / "vornscan-test-XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
-        for (const char* sub : {"out", "tmp"}) {
-            fs::create_directory(folder_ / sub);
-            fs::permissions(folder_ / sub, fs::perms::all);
-        }
-        fs::permissions(folder_, fs::perms::all);
-    }
-
-    ~Tool() override
-    {
-        EXPECT_TRUE(fs::is_empty(folder_ / "tmp")) << "the tool left a temporary file";
-        fs::permissions(Out(), fs::perms::all);
-        fs::remove_all(folder_);
-    }
-
-    ToolResult Run(const Arguments& arguments) { return ToolRun{folder_, arguments}.Wait(); }
-
-    /** Starts the tool and waits until it has said this. */
-    ToolRun RunUntil(const std::string& text, const Arguments& arguments) const
-    {
-        fs::remove(folder_ / "stderr");  // of the run before
-        ToolRun run{folder_, arguments};
-        const auto said = [&] {
-            std::ostringstream content;
-            content << std::ifstream{folder_ / "stderr"}.rdbuf();
-            return content.str().find(text) != std::string::npos;
-        };
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
-        while (!said() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds{5});
-        EXPECT_TRUE(said()) << text;
-        return run;
-    }
-
-    fs::path Out() const { return folder_ / "out"; }
-    Names Files() const
-    {
-        Names names;
-        for (const auto& entry : fs::directory_iterator{Out()})
-            names.insert(entry.path().filename());
-        return names;
-    }
-
-    FilFileInfo Info(const std::string& name) const
-    {
-        FilFileInfo info{};
-        Vorn_A2W wide;
-        wide.Convert((Out() / name).c_str());
-        EXPECT_EQ(FIL_SUCCESS, FilInfo(wide.Value(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr))
-            << name;
-        return info;
-    }
-
-    void Write(const std::string& name, const std::string& content) const
-    {
-        std::ofstream{Out() / name} << content;
-    }
-    std::string Read(const std::string& name) const
-    {
-        std::ostringstream content;
-        content << std::ifstream{Out() / name}.rdbuf();
-        return content.str();
-    }
-
-    fs::path folder_;
-};
-
-/** One line a name: what the tool prints for finished files. */
-std::string Lines(const std::vector<std::string>& names)
-{
-    std::string lines;
-    for (const std::string& name : names)
-        lines += name + "\n";
-    return lines;
-}
 
 TEST_F(Tool, ListsDevicesOnStandardOutputOnly)
 {
@@ -122,76 +25,6 @@ TEST_F(Tool, ListsDevicesOnStandardOutputOnly)
         for (std::string line; std::getline(lines, line);)
             EXPECT_EQ(2, std::ranges::count(line, '\t')) << line;
     }
-}
-
-/** Every road that a page can take: generation, medium, format. */
-class ToolRoads : public Tool,
-                  public testing::WithParamInterface<std::tuple<const char*, const char*, const char*>> {
-protected:
-    Arguments Road(const Arguments& more) const
-    {
-        const auto [generation, medium, extension] = GetParam();
-        return Arguments{"--wia", generation, "-o", std::string{"page"} + extension, medium} + more;
-    }
-    std::string Name(const char* number = "") const
-    {
-        return std::string{"page"} + number + std::get<2>(GetParam());
-    }
-};
-
-std::string RoadName(const testing::TestParamInfo<ToolRoads::ParamType>& info)
-{
-    const auto [generation, medium, extension] = info.param;
-    return std::string{"Wia"} + generation + (medium == kMemory ? "Memory" : "Files") +
-           (extension == std::string{".bmp"} ? "Bmp" : "Tiff");
-}
-
-INSTANTIATE_TEST_SUITE_P(All, ToolRoads,
-                         testing::Combine(testing::Values("1", "2"), testing::Values(kFiles, kMemory),
-                                          testing::Values(".bmp", ".tif")),
-                         RoadName);
-
-TEST_P(ToolRoads, FlatbedPageHasTheSettingsAskedFor)
-{
-    const ToolResult result = Run(Road({"--source", "FLAT", "--mode", "g", "--dpi", "100"}));
-    ASSERT_EQ(0, result.exitCode) << result.err;
-    EXPECT_EQ(Lines({Name()}), result.out);
-    EXPECT_EQ(Names{Name()}, Files());
-    const FilFileInfo info = Info(Name());
-    EXPECT_EQ(Name() == "page.bmp" ? FIL_FORMAT_BMP : FIL_FORMAT_TIFF, info.format);
-    EXPECT_EQ(8u, info.bitsPerPixel);
-    EXPECT_NEAR(100, info.xDpi, 0.5);
-    EXPECT_NEAR(100, info.yDpi, 0.5);
-}
-
-TEST_P(ToolRoads, ResolutionKeepsTheArea)
-{
-    ASSERT_EQ(0, Run(Road({"--source", "flatbed", "--dpi", "100"})).exitCode);
-    ASSERT_EQ(0, Run(Road({"--source", "flatbed", "--dpi", "200"})).exitCode);
-    const FilFileInfo coarse = Info(Name());
-    const FilFileInfo fine = Info(Name(" (1)"));
-    EXPECT_NEAR(2.0 * coarse.width, fine.width, 4);
-    EXPECT_NEAR(2.0 * coarse.height, fine.height, 4);
-}
-
-TEST_P(ToolRoads, FeederPagesGetFreeNamesOrOneFileThatHoldsThem)
-{
-    Write(Name(" (1)"), "not ours");
-    const ToolResult result = Run(Road({"--source", "feeder", "--pages", "2", "--dpi", "75"}));
-    ASSERT_EQ(0, result.exitCode) << result.err;
-    const bool oneFile = fs::path{Name()}.extension() == ".tif";
-    EXPECT_EQ(oneFile ? Lines({Name()}) : Lines({Name(), Name(" (2)")}), result.out);
-    EXPECT_EQ(oneFile ? 2u : 1u, Info(Name()).pageCount);
-    EXPECT_EQ("not ours", Read(Name(" (1)")));
-}
-
-TEST_P(ToolRoads, OverwriteReplacesWhatIsThere)
-{
-    Write(Name(), "old");
-    const ToolResult result = Run(Road({"--overwrite", "--dpi", "75"}));
-    ASSERT_EQ(0, result.exitCode) << result.err;
-    EXPECT_EQ(Names{Name()}, Files());
-    EXPECT_EQ(1u, Info(Name()).pageCount);
 }
 
 TEST_F(Tool, MultiPageFileGrowsByAppending)
@@ -554,22 +387,6 @@ TEST_F(Tool, WaitsForPaperUntilItComesOrTheTimeIsOver)
         EXPECT_EQ(0, run.Wait().exitCode);
         EXPECT_EQ(1u, Info("page.tif").pageCount);
         fs::remove_all(Out() / "tray");
-    }
-}
-
-TEST_P(ToolRoads, InterruptKeepsFinishedPagesOnly)
-{
-    ToolRun run{folder_, Road({"--source", "feeder", "--pages", "0", "--dpi", "600", "--mode", "color"})};
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
-    while (Files().empty() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds{5});
-    run.Signal(SIGINT);
-    const ToolResult result = run.Wait();
-    EXPECT_EQ(2, result.exitCode) << result.err;
-    std::string listed;
-    for (const std::string& name : Files()) {
-        EXPECT_GT(Info(name).width, 0u) << name << " is not finished";
-        EXPECT_NE(std::string::npos, result.out.find(name + "\n")) << name << " is not listed";
     }
 }
 

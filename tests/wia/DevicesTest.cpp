@@ -148,6 +148,7 @@ TEST_F(Devices, SheetsAndFolderAreWhatTheFeederHolds)
         return root.Write(kVirtualPagesFolder, Value::Text(Wide(folder)));
     };
     EXPECT_EQ(take(Folder() / "none"), E_INVALIDARG);
+    EXPECT_EQ(root.Write(kVirtualPagesFolder, Value::Text(VORN_TEXT("\xD800"))), E_INVALIDARG) << "no text";
     EXPECT_EQ(take(Folder()), S_OK) << "an empty feeder";
     EXPECT_EQ(root.Read(WIA_DPS_DOCUMENT_HANDLING_STATUS).Long() & FEED_READY, 0);
     ASSERT_EQ(sheet.pages.size(), 1u);

@@ -69,10 +69,14 @@ bool Paper::IsLoaded() noexcept
 }
 
 HRESULT Paper::CheckFolder(WStringView folder)
-{
+try {
     std::error_code error;
     const bool there = folder.empty() || std::filesystem::is_directory(std::filesystem::path{folder}, error);
     return there ? S_OK : E_INVALIDARG;
+} catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+} catch (const std::exception&) {
+    return E_INVALIDARG;  // a folder name that is no text
 }
 
 void Paper::UseFolder(WStringView folder)

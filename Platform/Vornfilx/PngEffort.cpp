@@ -1,5 +1,5 @@
 /*
- * Writing a PNG file by libpng, with as much effort as the picture repays.
+ * How much effort a picture repays when libpng writes it.
  */
 #include <algorithm>
 #include <array>
@@ -87,14 +87,6 @@ PngEffort ChooseEffort(const BitmapHandle& bitmap)
     const auto chosen = std::find_if(sizes.begin(), sizes.end(),
                                      [most](uint64_t size) { return static_cast<double>(size) <= most; });
     return kEfforts[chosen - sizes.begin()];
-}
-
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap) noexcept
-try {
-    std::vector<uint8_t> bytes;
-    return WriteRowFile(file, bitmap, *MakePngFile(RowImageOf(bitmap), bytes, ChooseEffort(bitmap)), bytes);
-} catch (const std::bad_alloc&) {
-    return FIL_ERR_OUT_OF_MEMORY;
 }
 
 }  // namespace vorn::fil::png
