@@ -43,6 +43,8 @@ public:
         if (generation == 1) {
             Set(WIA_DPS_DOCUMENT_HANDLING_SELECT, feeder ? FEEDER : FLATBED, root_);
         }
+        if (WStringView{device}.find(u"test") == WStringView::npos)
+            return;
         // The back end keeps its settings in the process.
         Set({{"hand-scanner", "no"},
              {"mode", "Color"},
@@ -338,6 +340,45 @@ TEST_F(ScannerTest, AStopFromAnyCallEndsTheScanSoonAndTheNextOneWorks)
     }
 }
 
+TEST_F(ScannerTest, ADeviceThatKeepsOrLosesACallIsFreeForTheNextScan)
+{
+    const struct {
+        std::string manner;
+        int32_t status;  ///< of the scan that the device spoils
+    } kCases[] = {
+        {"start", ERR_ABORTED},
+        {"read", ERR_ABORTED},
+        {"deaf", ERR_ABORTED},
+        {"lost", ERR_WIA_DEVICE_COMMUNICATION},
+        {"exited", ERR_WIA_DEVICE_COMMUNICATION},
+    };
+    setenv("LD_LIBRARY_PATH", VORN_BACK_ENDS, 1);
+    for (const auto& row : kCases) {
+        for (const uint32_t generation : {1u, 2u}) {
+            const std::string device = "manners:" + row.manner + std::to_string(generation);
+            SCOPED_TRACE(device);
+            Desk desk{generation, false, Wide(device).c_str()};
+            Notes notes;
+            const auto begin = Clock::now();
+            notes.answer = [&](size_t) {
+                return Clock::now() - begin > std::chrono::milliseconds{100} ? ERR_ABORTED : 1;
+            };
+            EXPECT_EQ(desk.Acquire(Folder() / "a.tif", notes), row.status);
+            EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2});
+            EXPECT_FALSE(std::filesystem::exists(Folder() / "a.tif"));
+            Notes next;
+            int32_t status = desk.Acquire("", next);
+            while (status == ERR_WIA_BUSY && Clock::now() - begin < std::chrono::seconds{5}) {
+                std::this_thread::sleep_for(std::chrono::milliseconds{100});
+                status = desk.Acquire("", next);
+            }
+            EXPECT_EQ(status, SUCCESS);
+            EXPECT_EQ(Pages("", next).size(), 1u);
+        }
+    }
+    unsetenv("LD_LIBRARY_PATH");
+}
+
 TEST_F(ScannerTest, SettingsFollowWhatTheScannerMakesOfThem)
 {
     for (const uint32_t generation : {1u, 2u}) {
@@ -436,8 +477,9 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
 
 TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
 {
-    const Process saned{{"/usr/sbin/saned", "-l", "-b", "127.0.0.1", "-e"}};
-    if (!saned.Started())
+    const std::vector<std::string> command{"/usr/sbin/saned", "-l", "-b", "127.0.0.1", "-e"};
+    auto saned = std::make_unique<Process>(command);
+    if (!saned->Started())
         GTEST_SKIP() << "saned (package sane-utils) is not installed";
     WriteBytes(SaneFolder() / "net.conf", "127.0.0.1\n");
     bool listed = false;
@@ -461,18 +503,29 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
         EXPECT_TRUE(pages[0].pixels == expected.pixels && pages[1].pixels == expected.pixels);
     }
     Desk desk{2, false, VORN_TEXT("net:127.0.0.1:test:0")};
-    desk.Set({{"resolution", "300"}, {"read-delay", "yes"}, {"read-delay-duration", "200000"}});
+    desk.Set({{"resolution", "300"}, {"read-delay", "yes"}, {"read-delay-duration", "50000"}});
     auto killed = Clock::time_point::max();
     Notes notes;
     notes.answer = [&](size_t call) {
         if (call == 3) {
-            saned.Kill();
+            saned->Kill();
             killed = Clock::now();
         }
         return 1;
     };
     EXPECT_EQ(desk.Acquire("", notes), ERR_WIA_DEVICE_COMMUNICATION) << "its host has gone";
     EXPECT_LT(Clock::now() - killed, std::chrono::seconds{2});
+
+    saned.reset();
+    EXPECT_EQ(desk.Acquire("", notes), ERR_WIA_DEVICE_COMMUNICATION) << "it is not back yet";
+    saned = std::make_unique<Process>(command);
+    notes.answer = [](size_t) { return 1; };
+    int32_t status = ERR_WIA_DEVICE_COMMUNICATION;
+    for (int i = 0; i < 50 && status != SUCCESS; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds{100});
+        status = desk.Acquire("", notes);
+    }
+    EXPECT_EQ(status, SUCCESS) << "it is back";
     WriteBytes(SaneFolder() / "net.conf", "");
 }
 

@@ -1,38 +1,28 @@
 #include "FrameReader.h"
 
 #include <algorithm>
-#include <cstring>
-#include <thread>
-
-#include "Statuses.h"
+#include <system_error>
 
 namespace vorn::wia {
 
 namespace {
 
-/** A back end is asked for at least so much at once: calls cost, and those across a network more. */
-constexpr size_t kPieceBytes = 128 * 1024;
-
-/** How long a device may answer that there is nothing yet. */
-constexpr auto kSilence = std::chrono::seconds{60};
-/** The same, once the host that a scanner was reached through has gone. */
-constexpr auto kSilenceOfTheGone = std::chrono::seconds{1};
-constexpr auto kPause = std::chrono::milliseconds{2};
-
 /** How often who waits hears that the scan goes on, and may stop it. */
 constexpr auto kBetweenPulses = std::chrono::milliseconds{250};
 constexpr auto kMoment = std::chrono::milliseconds{100};
 
-/** A device that only claims to tell when data has come is read after this time all the same. */
-constexpr auto kSilenceBeforeRead = std::chrono::seconds{10};
-
-// A scanner that carries its lamp home says that it is busy.
-constexpr auto kBusyPatience = std::chrono::seconds{15};
-
-/** What a device sends beyond the lines that it announced is read up to here. */
-constexpr size_t kMostBeyond = 64 * 1024 * 1024;
+/** What a device sends beyond the lines that it announced is taken up to here. */
+constexpr uint64_t kMostBeyond = 64 * 1024 * 1024;
 
 }  // namespace
+
+uint32_t FrameReader::Percent() const noexcept
+{
+    if (!piece_)
+        return 0;
+    const uint64_t all = static_cast<uint64_t>(std::max(0, Parameters().lines)) * ahead_->Head().LineBytes();
+    return all ? static_cast<uint32_t>(std::min<uint64_t>(100, (takenBefore_ + taken_) * 100 / all)) : 0;
+}
 
 HRESULT FrameReader::TellNowAndThen()
 {
@@ -40,107 +30,55 @@ HRESULT FrameReader::TellNowAndThen()
     if (!pulse_ || now - lastTold_ < kBetweenPulses)
         return S_OK;
     lastTold_ = now;
-    const uint64_t all = static_cast<uint64_t>(std::max(0, parameters_.lines)) * lineBytes_;
-    return pulse_(all ? static_cast<uint32_t>(std::min<uint64_t>(100, bytesRead_ * 100 / all)) : 0);
+    return pulse_(Percent());
 }
 
 HRESULT FrameReader::Start()
-{
-    const auto end = Clock::now() + kBusyPatience;
-    for (;;) {
-        const SANE_Status status = scanner_->Start();
-        if (status != SANE_STATUS_DEVICE_BUSY || Clock::now() >= end)
-            return status == SANE_STATUS_GOOD ? Begin() : ResultOf(status);
-        std::this_thread::sleep_for(kMoment);
-        if (const HRESULT result = TellNowAndThen(); result != S_OK)
-            return result;
-    }
-}
-
-/** While a read waits for the device no one can stop it: it begins when data has come. */
-HRESULT FrameReader::AwaitData()
-{
-    const auto end = Clock::now() + kSilenceBeforeRead;
-    while (!scanner_->AwaitData(kMoment) && Clock::now() < end) {
-        if (const HRESULT result = TellNowAndThen(); result != S_OK)
-            return result;
-    }
-    return TellNowAndThen();
-}
-
-HRESULT FrameReader::Begin()
-{
-    if (!scanner_->Parameters(parameters_) || parameters_.pixels_per_line <= 0 || parameters_.lines == 0)
-        return WIA_ERROR_INVALID_DRIVER_RESPONSE;
-    format_ = LineFormatOf(parameters_.format, parameters_.depth);
-    if (!format_)
-        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
-    if (parameters_.bytes_per_line < 0 ||
-        static_cast<uint64_t>(parameters_.bytes_per_line) < format_->LineBytes(Pixels()))
-        return WIA_ERROR_INVALID_DRIVER_RESPONSE;
-    lineBytes_ = static_cast<size_t>(parameters_.bytes_per_line);
-    capacity_ = kPieceBytes + lineBytes_;
-    buffer_ = std::make_unique_for_overwrite<uint8_t[]>(capacity_);
-    begin_ = end_ = 0;
-    bytesRead_ = 0;
-    ended_ = false;
-    const HRESULT result = Fill();
+try {
+    ahead_.reset();  // the frame before is over for the device, too
+    ahead_ = std::make_unique<ReadAhead>(scanner_);
+    piece_ = nullptr;
+    takenBefore_ = taken_ = 0;
+    const HRESULT result = NextPiece();
     // A page without any data is none.
-    return result == S_OK && end_ == 0 ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
+    return result == S_OK && !piece_ ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
+} catch (const std::system_error&) {
+    return E_OUTOFMEMORY;
 }
 
-HRESULT FrameReader::Fill()
+HRESULT FrameReader::NextPiece()
 {
-    std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-    const auto begun = Clock::now();
-    for (SANE_Int length = 0; length == 0;) {
-        if (const HRESULT result = AwaitData(); result != S_OK)
-            return result;
-        const SANE_Status status =
-            scanner_->Read(buffer_.get() + end_, static_cast<SANE_Int>(capacity_ - end_), length);
-        if (status == SANE_STATUS_EOF) {
-            ended_ = true;
-            return S_OK;
-        }
-        if (status != SANE_STATUS_GOOD)
-            return ResultOf(status);
-        if (length < 0 || static_cast<size_t>(length) > capacity_ - end_)
-            return WIA_ERROR_INVALID_DRIVER_RESPONSE;
-        if (length == 0) {
-            if (Clock::now() - begun > (scanner_->HasHungUp() ? kSilenceOfTheGone : kSilence))
-                return WIA_ERROR_DEVICE_COMMUNICATION;
-            std::this_thread::sleep_for(kPause);
-        }
-        end_ += static_cast<size_t>(length);
-        bytesRead_ += static_cast<uint64_t>(length);
-    }
-    return S_OK;
+    HRESULT result = S_FALSE;
+    const Piece* next = nullptr;
+    while ((result = ahead_->Take(kMoment, next)) == S_FALSE)
+        if (const HRESULT answer = TellNowAndThen(); answer != S_OK)
+            return answer;
+    takenBefore_ += taken_;
+    taken_ = 0;
+    piece_ = next;
+    return result == S_OK ? TellNowAndThen() : result;
 }
 
 HRESULT FrameReader::NextLine(const uint8_t*& line)
 {
-    while (end_ - begin_ < lineBytes_) {
-        if (ended_) {
-            line = nullptr;
-            return S_OK;
-        }
-        if (const HRESULT result = Fill(); result != S_OK)
+    line = nullptr;
+    if (piece_ && taken_ == piece_->size)
+        if (const HRESULT result = NextPiece(); result != S_OK)
             return result;
-    }
-    line = buffer_.get() + begin_;
-    begin_ += lineBytes_;
+    if (!piece_)
+        return S_OK;
+    line = piece_->bytes.get() + taken_;
+    taken_ += ahead_->Head().LineBytes();
     return S_OK;
 }
 
 void FrameReader::Finish()
 {
-    for (size_t beyond = 0; !ended_ && beyond < kMostBeyond;) {
-        begin_ = end_ = 0;
-        if (Fill() != S_OK)
+    const uint64_t announced = takenBefore_;
+    while (piece_ && takenBefore_ - announced < kMostBeyond) {
+        taken_ = piece_->size;
+        if (NextPiece() != S_OK)
             return;
-        beyond += std::max<size_t>(1, end_);
     }
 }
 

@@ -1,10 +1,14 @@
 #include "Library.h"
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <mutex>
 
 #include <dlfcn.h>
+
+#include "../../include/comobject.h"
+#include "../../include/platform.h"
 
 namespace vorn::wia {
 
@@ -19,8 +23,8 @@ bool Load(void* library, const char* name, Function& function)
 
 bool LoadAll(void* library, SaneCalls& calls)
 {
-    return Load(library, "sane_init", calls.init) && Load(library, "sane_open", calls.open) &&
-           Load(library, "sane_close", calls.close) &&
+    return Load(library, "sane_init", calls.init) && Load(library, "sane_exit", calls.exit) &&
+           Load(library, "sane_open", calls.open) && Load(library, "sane_close", calls.close) &&
            Load(library, "sane_get_option_descriptor", calls.describe) &&
            Load(library, "sane_control_option", calls.control) &&
            Load(library, "sane_get_parameters", calls.parameters) &&
@@ -29,21 +33,42 @@ bool LoadAll(void* library, SaneCalls& calls)
            Load(library, "sane_get_select_fd", calls.selectFd);
 }
 
-/** Never undone: the process may use SANE elsewhere, and SANE does not count who uses it. */
-const SaneCalls* LoadLibrary()
+bool Init(const SaneCalls& calls)
 {
-    static SaneCalls calls;
-    void* library = dlopen("libsane.so.1", RTLD_NOW | RTLD_LOCAL);
     SANE_Int version = 0;
-    const bool usable = library && LoadAll(library, calls) &&
-                        calls.init(&version, nullptr) == SANE_STATUS_GOOD &&
-                        SANE_VERSION_MAJOR(version) == SANE_CURRENT_MAJOR;
-    return usable ? &calls : nullptr;
+    return calls.init(&version, nullptr) == SANE_STATUS_GOOD &&
+           SANE_VERSION_MAJOR(version) == SANE_CURRENT_MAJOR;
 }
 
-std::recursive_mutex& SaneMutex()
+struct Library {
+    SaneCalls calls{};
+    bool ours = false;  ///< no one in the process had it before
+    bool usable = false;
+};
+
+/** Not undone at the end: the process may use SANE elsewhere, and SANE does not count who uses it. */
+Library LoadLibrary()
 {
-    static std::recursive_mutex mutex;
+    constexpr auto kName = "libsane.so.1";
+    Library loaded;
+    loaded.ours = dlopen(kName, RTLD_NOW | RTLD_NOLOAD) == nullptr;
+    void* const library = dlopen(kName, RTLD_NOW | RTLD_LOCAL);
+    loaded.usable = library && LoadAll(library, loaded.calls) && Init(loaded.calls);
+    return loaded;
+}
+
+Library& TheLibrary()
+{
+    static Library library = LoadLibrary();
+    return library;
+}
+
+/** Devices may keep a call for so long; one that takes longer is not waited for. */
+constexpr auto kPatience = std::chrono::seconds{10};
+
+std::recursive_timed_mutex& SaneMutex()
+{
+    static std::recursive_timed_mutex mutex;
     return mutex;
 }
 
@@ -59,13 +84,23 @@ sigset_t BrokenPipe() noexcept
 
 const SaneCalls* Sane()
 {
-    static const SaneCalls* const calls = LoadLibrary();
-    return calls;
+    const Library& library = TheLibrary();
+    return library.usable ? &library.calls : nullptr;
 }
 
-SaneLock::SaneLock() noexcept
+bool RestartSane()
 {
-    SaneMutex().lock();
+    const SaneLock lock;
+    Library& library = TheLibrary();
+    if (!library.ours || !library.usable)
+        return false;
+    library.calls.exit();
+    library.usable = Init(library.calls);
+    return library.usable;
+}
+
+NoBrokenPipe::NoBrokenPipe() noexcept
+{
     sigset_t waiting;
     sigpending(&waiting);
     mayRaise_ = sigismember(&waiting, SIGPIPE) == 0;
@@ -73,7 +108,7 @@ SaneLock::SaneLock() noexcept
     pthread_sigmask(SIG_BLOCK, &pipe, &before_);
 }
 
-SaneLock::~SaneLock()
+NoBrokenPipe::~NoBrokenPipe()
 {
     const sigset_t pipe = BrokenPipe();
     const timespec now{};
@@ -81,6 +116,16 @@ SaneLock::~SaneLock()
         while (sigtimedwait(&pipe, nullptr, &now) < 0 && errno == EINTR) {
         }
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+SaneLock::SaneLock()
+{
+    if (!SaneMutex().try_lock_for(kPatience))
+        throw Failure{WIA_ERROR_BUSY};
+}
+
+SaneLock::~SaneLock()
+{
     SaneMutex().unlock();
 }
 

@@ -14,6 +14,7 @@ namespace vorn::wia {
 /** The calls of libsane. Their contract is SANE's. */
 struct SaneCalls {
     decltype(&sane_init) init;
+    decltype(&sane_exit) exit;
     decltype(&sane_open) open;
     decltype(&sane_close) close;
     decltype(&sane_get_option_descriptor) describe;
@@ -30,19 +31,36 @@ struct SaneCalls {
 const SaneCalls* Sane();
 
 /**
- * Held around calls of the library, which knows no threads. Meanwhile a host that has gone ends no process: back ends write to
- * its connection, and the signal that this raises is taken back.
+ * Has the library forget all that it knows. No scanner may be open.
+ * @return false when that is not ours to do, as others used the library in this process before
  */
-class SaneLock {
+bool RestartSane();
+
+/**
+ * Meanwhile a host that has gone ends no process: back ends write to its connection, and the signal that this raises is
+ * taken back.
+ */
+class NoBrokenPipe {
 public:
-    SaneLock() noexcept;
-    SaneLock(const SaneLock&) = delete;
-    SaneLock& operator=(const SaneLock&) = delete;
-    ~SaneLock();
+    NoBrokenPipe() noexcept;
+    NoBrokenPipe(const NoBrokenPipe&) = delete;
+    ~NoBrokenPipe();
 
 private:
     bool mayRaise_;  ///< no such signal was waiting before
     sigset_t before_{};
+};
+
+/** Held around calls of the library, which knows no threads. */
+class SaneLock {
+public:
+    /** Throws Failure with WIA_ERROR_BUSY when a call of another thread does not end for long. */
+    SaneLock();
+    SaneLock(const SaneLock&) = delete;
+    ~SaneLock();
+
+private:
+    const NoBrokenPipe noBrokenPipe_;
 };
 
 }  // namespace vorn::wia

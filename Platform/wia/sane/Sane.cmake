@@ -17,9 +17,12 @@ set(VORN_HAVE_SANE ON CACHE INTERNAL "Real scanners are built in")
 target_sources(vorn_wia PRIVATE
   sane/Area.cpp
   sane/FindScanners.cpp
+  sane/FrameInput.cpp
   sane/FrameReader.cpp
   sane/Library.cpp
   sane/OptionProperty.cpp
+  sane/PieceQueue.cpp
+  sane/ReadAhead.cpp
   sane/RealDevices.cpp
   sane/Samples.cpp
   sane/SaneDevice.cpp

@@ -55,7 +55,7 @@ private:
 class StreamedPage final : public Page {
 public:
     StreamedPage(PageGeometry geometry, FrameReader reader, std::unique_ptr<PageGuard> guard)
-        : geometry_{std::move(geometry)}, reader_{std::move(reader)}, guard_{std::move(guard)}
+        : geometry_{std::move(geometry)}, guard_{std::move(guard)}, reader_{std::move(reader)}
     {
     }
 
@@ -83,8 +83,8 @@ public:
 
 private:
     PageGeometry geometry_;
+    std::unique_ptr<PageGuard> guard_;  ///< ends the scan when no one reads any more
     FrameReader reader_;
-    std::unique_ptr<PageGuard> guard_;
     uint32_t rowsRead_ = 0;
 };
 
@@ -155,6 +155,7 @@ public:
     {
         if (scanner_->IsScanning())
             return WIA_ERROR_BUSY;
+        scanner_->RenewIfLost();
         settings_ = request.settings;
         Settings{*scanner_, *settings_}.PutInForce();
         auto guard = std::make_unique<PageGuard>(scanner_, feeder_);

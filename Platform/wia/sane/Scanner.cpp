@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <thread>
+#include <utility>
 
 #include <poll.h>
 
@@ -28,6 +29,10 @@ std::map<std::string, std::weak_ptr<Scanner>>& OpenScanners()
     return scanners;
 }
 
+/** Stands for an option while its device is closed. */
+constexpr SANE_Option_Descriptor kNoOption{
+    "", "", "", SANE_TYPE_GROUP, SANE_UNIT_NONE, 0, SANE_CAP_INACTIVE, SANE_CONSTRAINT_NONE, {nullptr}};
+
 template <typename Call>
 SANE_Status WhileBusy(Call&& call)
 {
@@ -38,6 +43,15 @@ SANE_Status WhileBusy(Call&& call)
             return status;
         std::this_thread::sleep_for(kBusyPause);
     }
+}
+
+SANE_Handle OpenDevice(const std::string& name)
+{
+    SANE_Handle handle = nullptr;
+    const SANE_Status status = WhileBusy([&] { return Sane()->open(name.c_str(), &handle); });
+    if (status != SANE_STATUS_GOOD)
+        throw Failure{status == SANE_STATUS_INVAL ? WIA_S_NO_DEVICE_AVAILABLE : ResultOf(status)};
+    return handle;
 }
 
 }  // namespace
@@ -65,31 +79,74 @@ std::shared_ptr<Scanner> Scanner::Open(const std::string& name)
 {
     const SaneLock lock;
     std::weak_ptr<Scanner>& known = OpenScanners()[name];
-    if (auto scanner = known.lock())
-        return scanner;
-    if (!Sane())
-        throw Failure{WIA_S_NO_DEVICE_AVAILABLE};
-    SANE_Handle handle = nullptr;
-    const SANE_Status status = WhileBusy([&] { return Sane()->open(name.c_str(), &handle); });
-    if (status == SANE_STATUS_INVAL)
-        throw Failure{WIA_S_NO_DEVICE_AVAILABLE};
-    if (status != SANE_STATUS_GOOD)
-        throw Failure{ResultOf(status)};
-    auto scanner = std::make_shared<Scanner>(handle);
-    known = scanner;
+    auto scanner = known.lock();
+    if (scanner)
+        scanner->RenewIfLost();
+    else
+        known = scanner = std::make_shared<Scanner>(name);
     return scanner;
 }
 
-Scanner::Scanner(SANE_Handle handle) : handle_{handle}
+Scanner::Scanner(std::string name) : name_{std::move(name)}
 {
+    OpenHandle();
+}
+
+/** What a back end knows of a host that has gone is forgotten only with all that SANE knows. */
+void Scanner::OpenHandle()
+{
+    if (!Sane())
+        throw Failure{WIA_S_NO_DEVICE_AVAILABLE};
+    try {
+        handle_ = OpenDevice(name_);
+    } catch (const Failure& failure) {
+        if (failure.result != WIA_ERROR_DEVICE_COMMUNICATION || !CloseLost() || !RestartSane())
+            throw;
+        handle_ = OpenDevice(name_);
+    }
     Reload();
+    lost_ = false;
+}
+
+/** @return true when no scanner is open any more */
+bool Scanner::CloseLost() noexcept
+{
+    bool all = true;
+    for (const auto& [name, known] : OpenScanners()) {
+        const auto scanner = known.lock();
+        if (scanner && scanner->lost_ && !scanner->IsScanning())
+            scanner->Close();
+        all = all && (!scanner || !scanner->handle_);
+    }
+    return all;
 }
 
 Scanner::~Scanner()
 {
-    const SaneLock lock;
     EndBatch();
-    Sane()->close(handle_);
+    Close();
+}
+
+void Scanner::Close() noexcept
+try {
+    const SaneLock lock;
+    for (SaneOption& option : options_)
+        option = {option.index, &kNoOption, {}};
+    if (handle_)
+        Sane()->close(std::exchange(handle_, nullptr));
+} catch (const Failure&) {
+    // Another device keeps SANE from everybody; this one stays open.
+}
+
+void Scanner::RenewIfLost()
+{
+    const SaneLock lock;
+    if (!lost_ || IsScanning())
+        return;
+    EndBatch();
+    Close();
+    owner = nullptr;
+    OpenHandle();
 }
 
 SaneOption* Scanner::Find(std::string_view name) noexcept
@@ -138,11 +195,13 @@ void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
 {
     if (scanning_)
         throw Failure{WIA_ERROR_BUSY};
+    if (!handle_)
+        throw Failure{WIA_ERROR_DEVICE_COMMUNICATION};
     EndBatch();
     SANE_Int info = 0;
     const SANE_Int index = option.index;
     const SANE_Status status =
-        WhileBusy([&] { return Sane()->control(handle_, index, action, value, &info); });
+        Noted(WhileBusy([&] { return Sane()->control(handle_, index, action, value, &info); }));
     if (info & SANE_INFO_RELOAD_OPTIONS)
         Reload();
     else
@@ -171,20 +230,47 @@ bool Scanner::Parameters(SANE_Parameters& parameters)
     return Sane()->parameters(handle_, &parameters) == SANE_STATUS_GOOD;
 }
 
+SANE_Status Scanner::Noted(SANE_Status status) noexcept
+{
+    if (status == SANE_STATUS_IO_ERROR)
+        Lose();
+    return status;
+}
+
+/** For the calls that may last. */
+template <typename Call>
+SANE_Status Scanner::WithDevice(Call&& call)
+{
+    const SaneLock lock;
+    inDevice_ = true;
+    const SANE_Status status = call();
+    inDevice_ = false;
+    return Noted(status);
+}
+
 SANE_Status Scanner::Start()
 {
     const SaneLock lock;
-    const SANE_Status status = Sane()->start(handle_);
-    batch_ = true;  // some devices want to be told the end also of a start that failed
-    scanning_ = status == SANE_STATUS_GOOD;
+    if (!handle_)
+        return SANE_STATUS_IO_ERROR;
     dataFd_ = -1;
-    if (scanning_) {
-        Sane()->setIoMode(handle_, SANE_FALSE);
-        SANE_Int descriptor = -1;
-        if (Sane()->selectFd(handle_, &descriptor) == SANE_STATUS_GOOD)
-            dataFd_ = descriptor;
-    }
+    batch_ = true;  // some devices want to be told the end also of a start that failed
+    const SANE_Status status = WithDevice([this] { return Sane()->start(handle_); });
+    if (status != SANE_STATUS_GOOD)
+        return status;
+    batch_ = scanning_ = true;  // also when the start was interrupted in vain
+    Sane()->setIoMode(handle_, SANE_FALSE);
+    SANE_Int descriptor = -1;
+    if (Sane()->selectFd(handle_, &descriptor) == SANE_STATUS_GOOD)
+        dataFd_ = descriptor;
     return status;
+}
+
+void Scanner::Interrupt() noexcept
+{
+    const NoBrokenPipe noBrokenPipe;
+    if (inDevice_ && batch_.exchange(false))
+        Sane()->cancel(handle_);
 }
 
 bool Scanner::AwaitData(std::chrono::milliseconds moment) const noexcept
@@ -201,18 +287,22 @@ bool Scanner::HasHungUp() const noexcept
 
 SANE_Status Scanner::Read(uint8_t* data, SANE_Int capacity, SANE_Int& length)
 {
-    const SaneLock lock;
     length = 0;
-    return Sane()->read(handle_, data, capacity, &length);
+    return WithDevice(
+        [&] { return batch_ ? Sane()->read(handle_, data, capacity, &length) : SANE_STATUS_CANCELLED; });
 }
 
 void Scanner::EndBatch() noexcept
-{
+try {
+    if (inDevice_)
+        return;
     const SaneLock lock;
-    if (batch_)
+    if (batch_.exchange(false))
         Sane()->cancel(handle_);
-    batch_ = scanning_ = false;
+    scanning_ = false;
     dataFd_ = -1;
+} catch (const Failure&) {
+    // As above.
 }
 
 }  // namespace vorn::wia

@@ -7,6 +7,7 @@
  */
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -55,9 +56,15 @@ public:
     /** The open scanner of that name, opened when no one has it open. Throws Failure. */
     static std::shared_ptr<Scanner> Open(const std::string& name);
 
-    explicit Scanner(SANE_Handle handle);
+    explicit Scanner(std::string name);
     Scanner(const Scanner&) = delete;
     ~Scanner();
+
+    /**
+     * Opens the device anew when it, or the host that it was reached through, has gone: its handle is of no use any more.
+     * Nothing is set then as it was. Throws Failure, and has no options until it succeeds.
+     */
+    void RenewIfLost();
 
     std::vector<SaneOption>& Options() noexcept { return options_; }
     /** Null when the device has no such option. */
@@ -77,29 +84,44 @@ public:
 
     /** Begins a frame of a page. */
     SANE_Status Start();
+    /** Has a start or a read return that another thread waits in: a scan may be cancelled at any time. */
+    void Interrupt() noexcept;
     /** Waits a moment for data; true when there is some, or when the device does not tell. */
     bool AwaitData(std::chrono::milliseconds moment) const noexcept;
     /** True when whoever brings the data has gone; what came before may still be read. */
     bool HasHungUp() const noexcept;
+    /** No answer is to be had any more. */
+    void Lose() noexcept { lost_ = true; }
     SANE_Status Read(uint8_t* data, SANE_Int capacity, SANE_Int& length);
     /** The page that is scanned has come to its end; the batch goes on. */
     void EndPage() noexcept { scanning_ = false; }
-    /** Tells the device that no page follows; nothing when it is at rest. */
+    /** Tells the device that no page follows; nothing when it is at rest, or keeps another thread waiting. */
     void EndBatch() noexcept;
-    bool IsScanning() const noexcept { return scanning_; }
+    /** A page is under way, or the device still keeps a call of another thread. */
+    bool IsScanning() const noexcept { return scanning_ || inDevice_; }
 
     /** Whose settings are in force; compared only. */
     const void* owner = nullptr;
 
 private:
+    template <typename Call>
+    SANE_Status WithDevice(Call&& call);
+    SANE_Status Noted(SANE_Status status) noexcept;
     void Control(SaneOption& option, SANE_Action action, void* value);
     void Reload();
+    void OpenHandle();
+    void Close() noexcept;
+    static bool CloseLost() noexcept;
 
-    SANE_Handle handle_;
+    std::string name_;
+    SANE_Handle handle_ = nullptr;
     std::vector<SaneOption> options_;
-    int dataFd_ = -1;        ///< tells by poll whether data has come; -1 when the device has none
-    bool batch_ = false;     ///< started, and not cancelled since
-    bool scanning_ = false;  ///< a page is under way
+    // Read by the thread that scans and by others.
+    std::atomic<int> dataFd_ = -1;     ///< tells by poll whether data has come; -1 when the device has none
+    std::atomic<bool> batch_ = false;  ///< started, and not cancelled since
+    std::atomic<bool> scanning_ = false;  ///< a page is under way
+    std::atomic<bool> lost_ = false;
+    std::atomic<bool> inDevice_ = false;  ///< a start or a read has not returned yet
 };
 
 }  // namespace vorn::wia

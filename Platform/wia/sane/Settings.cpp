@@ -265,6 +265,7 @@ bool Settings::FollowView(PROPID changed)
 
 void Settings::Follow(PROPID changed)
 {
+    scanner_.RenewIfLost();
     try {
         PutInForce();
         if (!FollowView(changed) && changed < kFirstOption)
