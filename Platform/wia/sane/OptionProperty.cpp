@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "../../include/comobject.h"
 #include "Text.h"
 
 namespace vorn::wia {
@@ -185,8 +186,12 @@ RawValue NearestNumber(const SaneOption& option, double number)
 RawValue RawOf(const SaneOption& option, const Value& value)
 {
     const PROPVARIANT& variant = value.Get();
-    if (value.Type() == VT_BSTR)
-        return TextValue(ToNarrow(value.ToText()));
+    if (value.Type() == VT_BSTR) {
+        RawValue text = TextValue(ToNarrow(value.ToText()));
+        if (text.size() > static_cast<size_t>(option.descriptor->size))
+            throw Failure{E_INVALIDARG};  // without its end a back end would read on
+        return text;
+    }
     if (value.Type() == VT_R8)
         return WordValue(static_cast<SANE_Word>(std::clamp(
             std::round(variant.dblVal * (1 << SANE_FIXED_SCALE_SHIFT)), -2147483648.0, 2147483647.0)));

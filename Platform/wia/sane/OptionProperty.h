@@ -31,7 +31,8 @@ inline PROPID OptionId(const SaneOption& option) noexcept
 /** Name, type, access, valid values and value, as they are now. */
 Property PropertyOf(const SaneOption& option);
 
-/** The value that a property holds, as SANE takes it; empty when it has none. */
+/** The value that a property holds, as SANE takes it; empty when it has none. Throws Failure for a text too long for
+ * the option. */
 RawValue RawOf(const SaneOption& option, const Value& value);
 
 /** A number in the form that the option has, brought to the nearest one that it allows. */
