@@ -241,6 +241,8 @@ TEST_F(ScannerTest, TheFeederGivesTenPagesWithoutAStopBetweenThem)
  */
 ToolResult RunTool(const std::filesystem::path& folder, const Arguments& arguments)
 {
+    for (const char* sub : {"out", "tmp"})
+        std::filesystem::create_directory(folder / sub);
     for (int tries = 0;; ++tries) {
         ToolRun run{folder, arguments};
         std::promise<void> ended;
@@ -277,8 +279,6 @@ TEST_F(ScannerTest, EachFailureHasItsStatusAndTheNextScanWorks)
         {"SANE_STATUS_CANCELLED", ERR_ABORTED, 2, "cancelled"},
     };
     const std::filesystem::path file = Folder() / "a.tif";
-    for (const char* sub : {"out", "tmp"})
-        std::filesystem::create_directory(Folder() / sub);
     for (const auto& row : kCases) {
         for (const uint32_t generation : {1u, 2u}) {
             for (const bool toFile : {false, true}) {
@@ -407,6 +407,26 @@ TEST_F(ScannerTest, SettingsFollowWhatTheScannerMakesOfThem)
         EXPECT_EQ(Pages("", colour).at(0).bitsPerPixel, 24u);
         ASSERT_EQ(desk.Acquire("", notes), SUCCESS);
         EXPECT_EQ(Pages("", notes).back().width, 402u);
+    }
+}
+
+TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
+{
+    const struct {
+        std::string setting;
+        int exitCode;
+    } kCases[] = {{"br-x=63.5", 0},
+                  {"br-x=63,5", 1},
+                  {"fixed-constraint-word-list=12.1", 0},  // no binary fraction
+                  {"fixed-constraint-range=-42.17", 0},
+                  {"fixed-constraint-range=-42.18", 1},
+                  {"string=short", 0},
+                  {"string=" + std::string(5000, 'x'), 1}};
+    for (const auto& row : kCases) {
+        const Arguments arguments{"-n",    "-d",       "test:0", "--set", "enable-test-options=yes",
+                                  "--set", row.setting};
+        const ToolResult told = RunTool(Folder(), arguments);
+        EXPECT_EQ(told.exitCode, row.exitCode) << row.setting.substr(0, 40) << told.err;
     }
 }
 

@@ -13,13 +13,20 @@
 namespace vornscan {
 namespace {
 
-// The platform's types of what can be typed: a text, and numbers of 16 and 32 bits.
+// The platform's types of what can be typed: a text, numbers with a fraction, and numbers of 16 and 32 bits.
 constexpr uint32_t kText = 8;
+constexpr uint32_t kFractions[] = {4, 5};
 constexpr uint32_t kNumbers[] = {2, 3, 18, 19, 22, 23};
+
+bool IsFraction(const Capability& capability)
+{
+    return std::ranges::count(kFractions, capability.type) != 0;
+}
 
 bool CanBeTyped(const Capability& capability)
 {
-    return capability.type == kText || std::ranges::count(kNumbers, capability.type) != 0;
+    return capability.type == kText || IsFraction(capability) ||
+           std::ranges::count(kNumbers, capability.type) != 0;
 }
 
 /** A property that can be set, and the item that has it. */
@@ -86,6 +93,8 @@ int32_t Set(const Setting& setting, const std::string& typed)
         return setting.holder.SetText(ToWide(setting.capability.name).c_str(),
                                       Meant(setting.capability.values, typed));
     const std::optional<int32_t> number = NumberOf(setting.capability, typed);
+    if (!number && IsFraction(setting.capability))
+        return setting.holder.SetText(ToWide(setting.capability.name).c_str(), typed);
     return number ? setting.holder.SetLong(setting.capability.id, *number) : ERR_INVALID_ARGUMENT;
 }
 

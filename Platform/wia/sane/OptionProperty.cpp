@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 #include "../../include/comobject.h"
 #include "Text.h"
@@ -77,18 +78,37 @@ Property Integer(const SaneOption& option)
     return Plain(option, Value::I4(value));
 }
 
+/** Cuts off what is too fine, as SANE_FIX does, so that a fraction becomes the word that a back end made of it. */
+SANE_Word Fixed(double number) noexcept
+{
+    return static_cast<SANE_Word>(
+        std::clamp(number * (1 << SANE_FIXED_SCALE_SHIFT), -2147483648.0, 2147483647.0));
+}
+
+/** The shortest decimal fraction that is this fixed-point number: what its maker wrote, and people type. */
+double Decimal(double number) noexcept
+{
+    for (double scale = 1; scale <= 100000; scale *= 10) {
+        const double decimal = std::round(number * scale) / scale;
+        if (Fixed(decimal) == Fixed(number))
+            return decimal;
+    }
+    return number;
+}
+
 Property Real(const SaneOption& option)
 {
-    const double value = option.Number();
+    const double value = Decimal(option.Number());
     NumberRange range;
     if (RangeOf(option, range))
-        return WithValid(option, Value::Real(VT_R8, value), WIA_PROP_RANGE,
-                         Value::Reals({range.minimum, value, range.maximum, range.step}));
+        return WithValid(
+            option, Value::Real(VT_R8, value), WIA_PROP_RANGE,
+            Value::Reals({Decimal(range.minimum), value, Decimal(range.maximum), Decimal(range.step)}));
     const std::vector<double> numbers = NumbersOf(option);
     if (numbers.empty())
         return Plain(option, Value::Real(VT_R8, value));
     std::vector<double> elements{static_cast<double>(numbers.size()), value};
-    elements.insert(elements.end(), numbers.begin(), numbers.end());
+    std::transform(numbers.begin(), numbers.end(), std::back_inserter(elements), Decimal);
     return WithValid(option, Value::Real(VT_R8, value), WIA_PROP_LIST, Value::Reals(elements));
 }
 
@@ -193,8 +213,7 @@ RawValue RawOf(const SaneOption& option, const Value& value)
         return text;
     }
     if (value.Type() == VT_R8)
-        return WordValue(static_cast<SANE_Word>(std::clamp(
-            std::round(variant.dblVal * (1 << SANE_FIXED_SCALE_SHIFT)), -2147483648.0, 2147483647.0)));
+        return WordValue(Fixed(variant.dblVal));
     if (value.Type() == (VT_VECTOR | VT_UI1) && variant.caub.cElems == option.value.size())
         return {variant.caub.pElems, variant.caub.pElems + variant.caub.cElems};
     return value.Type() == VT_I4 ? WordValue(value.Long()) : RawValue{};
