@@ -1,5 +1,6 @@
 #include "SettingsWriter.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "PropertyIds.h"
@@ -27,6 +28,11 @@ void SettingsWriter::AddFormat(const GUID& format, const std::string& option)
 
 void SettingsWriter::Write()
 {
+    const auto isInForce = [this](const Wish& wish) {
+        return Holder(wish.property).Long(wish.property) == wish.value;
+    };
+    if (!format_ && std::ranges::all_of(wishes_, isInForce))
+        return;
     ScanRecord record{session_, item_};
     for (const Wish& wish : wishes_)
         *record.Field(wish.property) = static_cast<uint32_t>(wish.value);

@@ -42,7 +42,7 @@ public:
     void AddFormat(const GUID& format, const std::string& option);
 
     /**
-     * Writes the wishes added, everything else staying as it is.
+     * Writes the wishes added, everything else staying as it is; nothing when all is so already.
      * @throws Failure for a setting that the device does not have or does not take; tells what it takes
      */
     void Write();

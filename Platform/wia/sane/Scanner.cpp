@@ -105,6 +105,7 @@ void Scanner::OpenHandle()
         handle_ = OpenDevice(name_);
     }
     Reload();
+    ++changes_;
     lost_ = false;
 }
 
@@ -198,6 +199,7 @@ void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
     if (!handle_)
         throw Failure{WIA_ERROR_DEVICE_COMMUNICATION};
     EndBatch();
+    ++changes_;
     SANE_Int info = 0;
     const SANE_Int index = option.index;
     const SANE_Status status =

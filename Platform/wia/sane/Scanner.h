@@ -76,6 +76,8 @@ public:
      */
     void Set(SaneOption& option, RawValue value);
     void Press(SaneOption& button);
+    /** Grows with everything that may have changed an option. */
+    uint64_t Changes() const noexcept { return changes_; }
     /** Reads the value of a sensor anew. */
     void Refresh(SaneOption& option);
 
@@ -116,6 +118,7 @@ private:
     std::string name_;
     SANE_Handle handle_ = nullptr;
     std::vector<SaneOption> options_;
+    uint64_t changes_ = 0;
     // Read by the thread that scans and by others.
     std::atomic<int> dataFd_ = -1;     ///< tells by poll whether data has come; -1 when the device has none
     std::atomic<bool> batch_ = false;  ///< started, and not cancelled since

@@ -78,6 +78,14 @@ void Restore(Scanner& scanner, const std::vector<Kept>& kept)
 
 }  // namespace
 
+bool Settings::IsDifferent(const SaneOption& option) const
+{
+    const Property* const property = table_.Find(OptionId(option));
+    // What could not be set when it was shown has no value that anybody chose.
+    return property && (property->access & WIA_PROP_WRITE) && option.CanBeSet() &&
+           !IsInForce(option, property->value);
+}
+
 void Settings::SetAll()
 {
     // Twice, since an option may reset one that was set before it.
@@ -86,9 +94,8 @@ void Settings::SetAll()
             if (i >= scanner_.Options().size())
                 break;
             SaneOption& option = scanner_.Options()[i];
-            const Property* const property = table_.Find(OptionId(option));
-            if (property && option.CanBeSet() && !IsInForce(option, property->value))
-                scanner_.Set(option, RawOf(option, property->value));
+            if (IsDifferent(option))
+                scanner_.Set(option, RawOf(option, table_.Find(OptionId(option))->value));
         }
     }
 }
@@ -98,8 +105,7 @@ void Settings::PutInForce()
     std::vector<size_t> different;
     const std::vector<SaneOption>& options = scanner_.Options();
     for (size_t i = 0; i < options.size(); ++i) {
-        const Property* const property = table_.Find(OptionId(options[i]));
-        if (property && options[i].CanBeSet() && !IsInForce(options[i], property->value))
+        if (IsDifferent(options[i]))
             different.push_back(i);
     }
     const bool another = std::exchange(scanner_.owner, &table_) != &table_;
@@ -134,7 +140,7 @@ void Settings::Use(const Sources& sources, SourceKind kind)
     const std::vector<Kept> kept = KeptNumbers(scanner_, Role::Source);
     UseSource(scanner_, sources, kind);
     Restore(scanner_, kept);
-    Show();
+    Show(Describe);
 }
 
 void Settings::UseDataType(LONG type)
@@ -266,6 +272,7 @@ bool Settings::FollowView(PROPID changed)
 void Settings::Follow(PROPID changed)
 {
     scanner_.RenewIfLost();
+    const uint64_t before = scanner_.Changes();
     try {
         PutInForce();
         if (!FollowView(changed) && changed < kFirstOption)
@@ -279,15 +286,16 @@ void Settings::Follow(PROPID changed)
             }
         }
     } catch (const Failure&) {
-        Show();
+        Show(Describe);
         throw;
     }
-    Show();
+    // Options that nobody has touched are shown as they are.
+    Show(scanner_.Changes() == before ? DescribeViews : Describe);
 }
 
-void Settings::Show()
+void Settings::Show(void (*describe)(Scanner&, const Put&))
 {
-    Describe(scanner_, [this](Property fresh) {
+    describe(scanner_, [this](Property fresh) {
         Property* const property = table_.Find(fresh.id);
         if (!property)
             return;

@@ -14,8 +14,11 @@
 
 namespace vorn::wia {
 
-/** Gives the properties of an item as the scanner is set now. */
-void Describe(Scanner& scanner, const std::function<void(Property)>& put);
+using Put = std::function<void(Property)>;
+
+/** Gives the properties of an item as the scanner is set now: the views, and then the options. */
+void Describe(Scanner& scanner, const Put& put);
+void DescribeViews(Scanner& scanner, const Put& put);
 
 class Settings {
 public:
@@ -29,6 +32,7 @@ public:
     void Use(const Sources& sources, SourceKind kind);
 
 private:
+    bool IsDifferent(const SaneOption& option) const;
     void SetAll();
     /** Sets one option; resolution and area stay what they are where the device would have them follow. */
     void Change(SaneOption& option, RawValue value);
@@ -38,7 +42,7 @@ private:
     void UseIntent(LONG intent);
     void UseArea(Role first, Role last, LONG position, LONG extent);
     void UsePageSize(LONG size);
-    void Show();
+    void Show(void (*describe)(Scanner&, const Put&));
 
     Scanner& scanner_;
     const PropertyTable& table_;

@@ -12,8 +12,6 @@ namespace vorn::wia {
 
 namespace {
 
-using Put = std::function<void(Property)>;
-
 std::vector<LONG> DataTypesOf(Scanner& scanner, LONG inForce)
 {
     std::vector<LONG> types;
@@ -160,7 +158,7 @@ void PutSizes(const SANE_Parameters& parameters, const Put& put)
 
 }  // namespace
 
-void Describe(Scanner& scanner, const Put& put)
+void DescribeViews(Scanner& scanner, const Put& put)
 {
     SANE_Parameters parameters{};
     scanner.Parameters(parameters);
@@ -172,6 +170,11 @@ void Describe(Scanner& scanner, const Put& put)
     PutNumber(Find(scanner, Role::Brightness), WIA_IPS_BRIGHTNESS, put);
     PutNumber(Find(scanner, Role::Contrast), WIA_IPS_CONTRAST, put);
     PutNumber(Find(scanner, Role::Threshold), WIA_IPS_THRESHOLD, put);
+}
+
+void Describe(Scanner& scanner, const Put& put)
+{
+    DescribeViews(scanner, put);
     for (const SaneOption& option : scanner.Options()) {
         if (!option.Name().empty())
             put(PropertyOf(option));
