@@ -246,10 +246,12 @@ ItemDefinition Tree2(const FoundScanner& found)
     const Sources sources = SourcesOf(*scanner, found.type);
     ItemDefinition root = RootItem(scanner, sources, WIA_CATEGORY_ROOT);
     AddSizesOfSources(root, *scanner, sources);
+    const SourceKind before = SourceInForce(*scanner, sources);
     if (sources.hasFlatbed)
         root.children.push_back(FlatbedItem(scanner, sources));
     if (sources.hasFeeder)
         root.children.push_back(FeederItem(scanner, sources));
+    UseSource(*scanner, sources, before);  // a session of generation 1 begins with the source in force
     return root;
 }
 
