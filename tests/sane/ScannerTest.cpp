@@ -410,6 +410,21 @@ TEST_F(ScannerTest, SettingsFollowWhatTheScannerMakesOfThem)
     }
 }
 
+TEST_F(ScannerTest, TheAreaInForceStaysToTheLastPixelAtAnyResolution)
+{
+    for (const char* dpi : {"50", "37", "300"}) {
+        const ToolResult told =
+            RunTool(Folder(), {"-d", "test:0", "--overwrite", "--dpi", dpi, "-o", "a.tif"});
+        ASSERT_EQ(told.exitCode, 0) << told.err;
+        Notes notes;
+        const SeenPage page = Pages(Folder() / "out" / "a.tif", notes).at(0);
+        const SeenPage expected = ScanimagePage({{"resolution", dpi}});
+        EXPECT_EQ(page.width, expected.width) << dpi;
+        EXPECT_EQ(page.height, expected.height) << dpi;
+        EXPECT_TRUE(page.pixels == expected.pixels) << dpi;
+    }
+}
+
 TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
 {
     const struct {

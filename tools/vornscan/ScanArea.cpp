@@ -1,5 +1,6 @@
 #include "ScanArea.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 
@@ -36,9 +37,9 @@ int32_t Dots(double millimetres, double dotsPerMillimetre)
     return static_cast<int32_t>(std::lround(millimetres * dotsPerMillimetre));
 }
 
-bool IsNear(const std::optional<int32_t>& inForce, int32_t dots)
+bool IsNear(const std::optional<int32_t>& inForce, int32_t dots, int32_t tolerance)
 {
-    return inForce && std::abs(*inForce - dots) <= 1;
+    return inForce && std::abs(*inForce - dots) <= tolerance;
 }
 
 }  // namespace
@@ -49,7 +50,7 @@ ScanArea::ScanArea(const Item& item)
         const double scale = DotsPerMillimetre(item, kAxes[i]);
         if (scale > 0)
             spans_[i] = {item.Long(kAxes[i].position).value_or(0) / scale,
-                         item.Long(kAxes[i].extent).value_or(0) / scale};
+                         item.Long(kAxes[i].extent).value_or(0) / scale, 1 / scale};
     }
 }
 
@@ -62,7 +63,8 @@ bool ScanArea::AddTo(SettingsWriter& writer, const Item& item, const Options& op
         const auto add = [&](uint32_t property, std::optional<double> asked, double kept,
                              std::string option) {
             const int32_t dots = Dots(asked.value_or(kept), scale);
-            if (!asked && IsNear(item.Long(property), dots))
+            const int32_t tolerance = std::max(1, Dots(spans_[i].dot, scale));
+            if (!asked && IsNear(item.Long(property), dots, tolerance))
                 return;
             Wish wish{property, dots, std::move(option), {0, "mm", scale}};
             wish.ifRefused = asked ? IfRefused::Fail : IfRefused::TakeNear;

@@ -23,6 +23,7 @@ private:
     struct Span {
         double start = 0;   ///< millimetres
         double length = 0;  ///< not positive when the item has no area
+        double dot = 0;     ///< what these are exact to
     };
     Span spans_[2];
 };

@@ -33,6 +33,10 @@ void SettingsWriter::Write()
     };
     if (!format_ && std::ranges::all_of(wishes_, isInForce))
         return;
+    // A device that keeps the area on the paper then has it in the record to the last dot. A refusal is told below.
+    for (const Wish& wish : wishes_)
+        if (wish.property == kXResolution || wish.property == kYResolution)
+            item_.SetLong(wish.property, wish.value);
     ScanRecord record{session_, item_};
     for (const Wish& wish : wishes_)
         *record.Field(wish.property) = static_cast<uint32_t>(wish.value);

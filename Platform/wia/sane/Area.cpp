@@ -10,6 +10,8 @@ namespace vorn::wia {
 namespace {
 
 constexpr double kMillimetersPerInch = 25.4;
+/** In pixels: what is lost when a length becomes a fixed-point number, at up to 4800 dpi. */
+constexpr double kFixedPointError = 0.01;
 
 LONG Rounded(double number) noexcept
 {
@@ -20,7 +22,7 @@ LONG Rounded(double number) noexcept
 
 LONG Area::Pixels(double length) const noexcept
 {
-    return Rounded(length * perUnit);
+    return Rounded(std::floor(length * perUnit + kFixedPointError));
 }
 
 LONG Area::ThousandthsOfAnInch(double length) const noexcept

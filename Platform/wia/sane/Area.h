@@ -15,6 +15,7 @@ struct Area {
     double start = 0, end = 0, size = 0;  ///< from the origin, in the options' unit
     double dpi = 0;
 
+    /** Whole ones: a device cuts off fractions of a pixel. */
     LONG Pixels(double length) const noexcept;
     /** The place that is so many pixels away from the origin. */
     double Place(LONG pixels) const noexcept { return origin + pixels / perUnit; }

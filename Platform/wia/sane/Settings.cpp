@@ -188,17 +188,20 @@ void Settings::UseIntent(LONG intent)
     }
 }
 
-/** The paper size first, since it bounds the area; the end first where the start would pass it. */
+/** Nothing where the area is that already, so that fractions of a pixel stay. The paper size first, since it bounds
+ * the area; the end first where the start would pass it. */
 void Settings::UseArea(Role first, Role last, LONG position, LONG extent)
 {
     const Area area = AreaOf(scanner_, first, last);
     const SaneOption* const end = Find(scanner_, last);
-    if (!area.known || !end)
+    const bool same = area.Pixels(area.start) == position && area.Pixels(area.end - area.start) == extent;
+    if (!area.known || !end || same)
         return;
     // A device cuts off fractions of a pixel; the least step beyond saves the last one.
     const double grain = end->descriptor->type == SANE_TYPE_FIXED ? 1.0 / (1 << SANE_FIXED_SCALE_SHIFT) : 0;
     const double start = area.Place(position);
-    const double stop = area.Place(position + extent) + grain;
+    const bool toTheEnd = position + extent >= area.Pixels(area.size);
+    const double stop = (toTheEnd ? area.origin + area.size : area.Place(position + extent)) + grain;
     const Role page = first == Role::Left ? Role::PageWidth : Role::PageHeight;
     NumberRange range;
     if (RangeOf(*end, range) && stop > range.maximum + grain)

@@ -117,8 +117,7 @@ void PutAxis(Scanner& scanner, const AxisIds& ids, SANE_Int announced, const Put
     } else {
         const LONG size = std::max<LONG>(1, area.Pixels(area.size));
         const LONG start = std::clamp<LONG>(area.Pixels(area.start), 0, size - 1);
-        const LONG extent =
-            std::clamp<LONG>(area.Pixels(area.end) - area.Pixels(area.start), 1, size - start);
+        const LONG extent = std::clamp<LONG>(area.Pixels(area.end - area.start), 1, size - start);
         put(InRange(ids.position, start, 0, size - 1));
         put(InRange(ids.extent, extent, 1, size - start));
         put(ReadOnly(ids.largest, Value::I4(area.ThousandthsOfAnInch(area.size))));
