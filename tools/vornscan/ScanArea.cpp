@@ -68,7 +68,7 @@ bool ScanArea::AddTo(SettingsWriter& writer, const Item& item, const Options& op
                 return;
             Wish wish{property, dots, std::move(option), {0, "mm", scale}};
             wish.ifRefused = asked ? IfRefused::Fail : IfRefused::TakeNear;
-            wish.tolerance = Dots(kTolerance, scale);
+            wish.tolerance = Dots(kTolerance, scale) + 1;  // devices tell whole dots, cut off
             writer.Add(std::move(wish));
             any = true;
         };
