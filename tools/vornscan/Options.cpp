@@ -3,12 +3,19 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <iostream>
+#include <limits>
 
 #include "Choice.h"
 #include "Failure.h"
 
 namespace vornscan {
 namespace {
+
+/** A whole number; the library's own checks take fractions, too, and name a limit of 309 digits. */
+CLI::Range WholeFrom(int32_t least)
+{
+    return {least, std::numeric_limits<int32_t>::max(), least > 0 ? "POSITIVE" : "NONNEGATIVE"};
+}
 
 constexpr Word<Source> kSources[] = {{"flatbed", Source::Flatbed},
                                      {"feeder", Source::Feeder},
@@ -48,8 +55,8 @@ void DeclareSettings(CLI::App& app, Options& options)
 {
     AddChoice<Source>(app, "--source", options.source, kSources, "flatbed, feeder (adf) or duplex");
     AddChoice<Mode>(app, "--mode", options.mode, kModes, "color, gray or lineart");
-    app.add_option("--depth", options.depth, "Bits of a pixel")->check(CLI::PositiveNumber);
-    app.add_option("--resolution,--dpi", options.resolution, "Dots per inch")->check(CLI::PositiveNumber);
+    app.add_option("--depth", options.depth, "Bits of a pixel")->check(WholeFrom(1));
+    app.add_option("--resolution,--dpi", options.resolution, "Dots per inch")->check(WholeFrom(1));
     CLI::Option* pageSize = app.add_option_function<std::string>(
         "--pagesize", [&options](const std::string& typed) { options.pageSize = ParsePageSize(typed); },
         "a4, a5, letter, legal, ... or a size such as 8.5x11in or 210x297mm");
@@ -72,7 +79,7 @@ void DeclareSettings(CLI::App& app, Options& options)
         ->check(CLI::Range(0, 86400));
     app.add_option("--pages", options.pages,
                    "Number of pages, from the feeder if not 1; 0: until it is empty [1]")
-        ->check(CLI::NonNegativeNumber);
+        ->check(WholeFrom(0));
 }
 
 void DeclareOutput(CLI::App& app, Options& options)
@@ -84,7 +91,8 @@ void DeclareOutput(CLI::App& app, Options& options)
     app.add_option("--jpeg-quality", options.jpegQuality, "Quality of JPEG data, 1 to 100 [90]")
         ->check(CLI::Range(1, 100));
     app.add_option("--compression", options.compression, "none, deflate, lzw, jpeg or group4");
-    CLI::Option* multiPage = app.add_flag("--multi-page", options.multiPage, "All pages into one new file, as .tif and .pdf have them anyway");
+    CLI::Option* multiPage = app.add_flag("--multi-page", options.multiPage,
+                                          "All pages into one new file, as .tif and .pdf have them anyway");
     CLI::Option* append = app.add_flag("--append", options.append, "Add the pages to the file, if it exists");
     CLI::Option* overwrite = app.add_flag("--overwrite", options.overwrite, "Replace files that exist");
     append->excludes(overwrite)->excludes(multiPage);
@@ -97,10 +105,10 @@ void DeclareOutput(CLI::App& app, Options& options)
             ->excludes(append)
             ->excludes("--pages");
     app.add_option("--batch-start", options.batchStart, "The first page's number [1]")
-        ->check(CLI::NonNegativeNumber)
+        ->check(WholeFrom(0))
         ->needs(batch);
     app.add_option("--batch-count", options.pages, "Number of pages; without it until the feeder is empty")
-        ->check(CLI::PositiveNumber)
+        ->check(WholeFrom(1))
         ->needs(batch);
     app.add_flag("--memory", options.memory, "Transfer bitmaps through memory, then save them");
 }
@@ -161,8 +169,7 @@ std::optional<Options> ParseOptions(int argc, char** argv)
 {
     Options options;
     CLI::App app{"Scans pages into image files.", "vornscan"};
-    app.footer(
-        "Example: vornscan --source feeder --pages 0 --mode gray --dpi 300 -o letter.pdf");
+    app.footer("Example: vornscan --source feeder --pages 0 --mode gray --dpi 300 -o letter.pdf");
     Declare(app, options);
     try {
         app.parse(argc, argv);
