@@ -76,7 +76,10 @@ public:
         while (process_ > 0) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
             pollfd waiting{output_, POLLIN, 0};
-            if (left.count() <= 0 || poll(&waiting, 1, static_cast<int>(left.count())) == 0)
+            const int ready = left.count() > 0 ? poll(&waiting, 1, static_cast<int>(left.count())) : 0;
+            if (ready < 0 && errno == EINTR)
+                continue;
+            if (ready <= 0)
                 return false;
             std::array<char, 4096> piece{};
             const ssize_t length = read(output_, piece.data(), piece.size());
