@@ -18,7 +18,18 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, OnInterrupt);  // some systems go back to the default after one signal
 }
 
+extern "C" void OnEarlyInterrupt(int)
+{
+    std::_Exit(static_cast<int>(ExitCode::Cancelled));
+}
+
 }  // namespace
+
+void EndAtInterrupts()
+{
+    std::signal(SIGINT, OnEarlyInterrupt);
+    std::signal(SIGTERM, OnEarlyInterrupt);
+}
 
 void CatchInterrupts()
 {

@@ -129,6 +129,7 @@ Ready PrepareOrTell(Session& session, const Options& options)
 /** Acquires, tells what came of it, and throws unless that is what was asked for. */
 void AcquirePages(const Session& session, const Ready& ready, const Options& options)
 {
+    CatchInterrupts();
     const Outcome outcome = Acquire(session, ready.item, options, *ready.destination, ready.memory);
     ListFiles(outcome, options);
     const std::optional<Failure> failure = Judge(outcome, options, ready.device);
@@ -158,13 +159,14 @@ void UseDevice(Session& session, const Options& options)
 
 void Run(const Options& options)
 {
-    CatchInterrupts();
+    EndAtInterrupts();
 #ifdef _WIN32
     std::optional<VirtualDevices> virtualDevices;
     if (options.virtualDevices)
         virtualDevices.emplace();
 #endif
     if (options.video && !options.listDevices) {
+        CatchInterrupts();
         ShowVideo(options);
     } else {
         Session session{options.generation};
