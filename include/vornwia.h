@@ -62,7 +62,8 @@ VORNWIA_API int32_t Vorn_WiaIsAvailable(uint32_t version);
 VORNWIA_API int32_t Vorn_WiaInitSession(uint32_t version, WiaSession** session);
 
 /**
- * Ends a session: releases its device and everything else it holds, and leaves the apartment.
+ * Ends a session: releases its device and everything else it holds, and leaves the apartment. Not to be called from a
+ * callback of the session, whose operation goes on to use it.
  *
  * @param session  the session; the handle must not be used again
  * @return SUCCESS; ERR_INVALID_ARGUMENT for null
