@@ -34,8 +34,9 @@ Item::Item(ItemTree& tree, Item* parent, ItemDefinition definition)
         properties_.OnChange([this](PROPID changed) { definition_.follow(*this, changed); });
     if (definition_.written)
         properties_.OnWritten([this](PROPID changed) { definition_.written(*this, changed); });
-    for (const ItemDefinition& child : definition_.children)
-        children_.push_back(std::make_unique<Item>(tree, this, child));
+    for (ItemDefinition& child : definition_.children)
+        children_.push_back(std::make_unique<Item>(tree, this, std::move(child)));
+    definition_.children.clear();
 }
 
 void Item::AddProperties()
@@ -51,15 +52,16 @@ void Item::AddProperties()
     if (!IsEqualGUID(definition_.category, GUID{}))
         addMissing(WIA_IPA_ITEM_CATEGORY, Value::Guid(definition_.category));
 
-    for (const Property& property : definition_.properties) {
+    for (Property& property : definition_.properties) {
         PropertyTable::PropertyPtr shared;
         if (property.ofRoot && parent_)
             shared = root_.properties_.Pointer(property.id);
         if (shared)
             properties_.Share(std::move(shared));
         else
-            properties_.Add(property);
+            properties_.Add(std::move(property));
     }
+    definition_.properties.clear();
 }
 
 Item* Item::FindByFullName(WStringView fullName) noexcept

@@ -45,6 +45,7 @@ public:
         return Is(WiaItemTypeTransfer) && (!Is(WiaItemTypeFolder) || single_ || feeder_);
     }
     REFGUID Category() const noexcept { return definition_.category; }
+    /** What the item was made of, but its properties and children: it has those itself. */
     const ItemDefinition& Definition() const noexcept { return definition_; }
 
     PropertyTable& Properties() noexcept { return properties_; }

@@ -39,6 +39,6 @@ int main(int argc, char** argv)
         for (const char* text : {(*devices)->name, (*devices)->vendor, (*devices)->model, (*devices)->type})
             Write(list, text);
     }
-    std::fflush(list);
+    std::fclose(list);
     _exit(0);  // the list is told: no back end gets to hang at the end
 }
