@@ -49,10 +49,9 @@ std::vector<fs::path> VideoNodes()
 {
     std::vector<fs::path> nodes;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator{"/dev", error}) {
-        if (entry.path().filename().string().starts_with("video"))
-            nodes.push_back(entry.path());
-    }
+    for (const auto& entry : fs::directory_iterator{"/sys/class/video4linux", error})
+        if (const fs::path node = "/dev" / entry.path().filename(); fs::exists(node, error))
+            nodes.push_back(node);
     std::ranges::sort(nodes);
     return nodes;
 }

@@ -54,6 +54,32 @@ Capability CopyCapability(const WiaCapability& capability)
             CopyValues(capability.values, capability.valueType)};
 }
 
+/** @param only  the one that is wanted; null for all */
+std::vector<Capability> Capabilities(const Session& session, const Item& item, const uint32_t* only)
+{
+    struct Wanted {
+        const uint32_t* only;
+        std::vector<Capability> found;
+    } wanted{only, {}};
+    const auto collect = [](WiaSession*, uint32_t, const WiaCapability* capability,
+                            void* userData) -> int32_t {
+        auto* const of = static_cast<Wanted*>(userData);
+        try {
+            if (capability && (!of->only || *of->only == capability->propertyId))
+                of->found.push_back(CopyCapability(*capability));
+            return SUCCESS;
+        } catch (const std::bad_alloc&) {
+            return ERR_ABORTED;
+        }
+    };
+    const int32_t status = Vorn_WiaEnumCapabilities(session.Handle(), item.Handle(), 0, collect, &wanted);
+    if (status == ERR_ABORTED)
+        throw std::bad_alloc{};
+    if (status != SUCCESS)
+        throw StatusFailure("reading what the device can do", status);
+    return std::move(wanted.found);
+}
+
 template <typename Held>
 Value AsValue(std::optional<Held> held)
 {
@@ -73,32 +99,13 @@ int32_t NearestInRange(const Range& range, int32_t wanted)
 
 std::vector<Capability> Capabilities(const Session& session, const Item& item)
 {
-    std::vector<Capability> capabilities;
-    const auto collect = [](WiaSession*, uint32_t, const WiaCapability* capability,
-                            void* userData) -> int32_t {
-        try {
-            if (capability)
-                static_cast<std::vector<Capability>*>(userData)->push_back(CopyCapability(*capability));
-            return SUCCESS;
-        } catch (const std::bad_alloc&) {
-            return ERR_ABORTED;
-        }
-    };
-    const int32_t status =
-        Vorn_WiaEnumCapabilities(session.Handle(), item.Handle(), 0, collect, &capabilities);
-    if (status == ERR_ABORTED)
-        throw std::bad_alloc{};
-    if (status != SUCCESS)
-        throw StatusFailure("reading what the device can do", status);
-    return capabilities;
+    return Capabilities(session, item, nullptr);
 }
 
 std::optional<Capability> FindCapability(const Session& session, const Item& item, uint32_t id)
 {
-    for (Capability& capability : Capabilities(session, item))
-        if (capability.id == id)
-            return std::move(capability);
-    return std::nullopt;
+    std::vector<Capability> found = Capabilities(session, item, &id);
+    return found.empty() ? std::nullopt : std::optional{std::move(found.front())};
 }
 
 Value ReadValue(const Item& item, const Capability& capability)

@@ -56,22 +56,21 @@ std::string InForce(const Value& value, const Unit& unit)
     return InWords(value, Unit{unit.property, "", unit.perUnit});
 }
 
-std::vector<OptionLine> OptionLines(const Session& session, const Item& item)
+std::vector<OptionLine> OptionLines(const Session& session, const Item& item, const ItemSheet& ofItem,
+                                    const ItemSheet& ofRoot)
 {
     std::vector<OptionLine> lines{SourceLine(session, item)};
-    const std::vector<Capability> ofItem = Capabilities(session, item);
-    const Item root = session.Root();
-    const std::vector<Capability> ofRoot = Capabilities(session, root);
     for (const Row& row : kRows) {
         const bool atRoot = row.property == kPages && session.Generation() == 1;
-        const std::vector<Capability>& there = atRoot ? ofRoot : ofItem;
-        const auto found = std::ranges::find(there, row.property, &Capability::id);
+        const auto& there = (atRoot ? ofRoot : ofItem).properties;
+        const auto found = std::ranges::find(
+            there, row.property, [](const PropertyLine& property) { return property.capability.id; });
         OptionLine line{row.option, {}, {}, found != there.end(), false};
         if (line.active) {
             const Unit unit = UnitOf(row, item);
-            line.values = InWords(found->values, unit);
-            line.inForce = InForce(ReadValue(atRoot ? root : item, *found), unit);
-            line.writable = found->writable;
+            line.values = InWords(found->capability.values, unit);
+            line.inForce = InForce(found->value, unit);
+            line.writable = found->capability.writable;
         }
         lines.push_back(std::move(line));
     }
@@ -93,6 +92,12 @@ ItemSheet ReadItem(const Session& session, const Item& item, std::string name, b
     if (transfers)
         sheet.formats = TransferFormats(session, item);
     return sheet;
+}
+
+std::string NameOf(const Item& item)
+{
+    constexpr uint32_t kFullName = 4099;
+    return item.Text(kFullName).value_or("Item");
 }
 
 bool IsFoundBySearch(uint32_t property)
@@ -137,17 +142,17 @@ void PrintItem(const ItemSheet& item)
 DataSheet ReadDataSheet(const Session& session, const Device& device, const std::optional<Item>& item)
 {
     DataSheet sheet{device, session.Generation(), {}, {}};
-    if (item)
-        sheet.options = OptionLines(session, *item);
     // A device that was opened by its id has not been searched for, and need not be for three lines that -L shows.
     const bool searched = device.name != device.id;
     sheet.items.push_back(
         ReadItem(session, session.Root(), device.name, false, searched ? nullptr : IsFoundBySearch));
     if (!session.HasChildren())
         return sheet;
-    constexpr uint32_t kFullName = 4099;
     for (const Item& child : session.Children())
-        sheet.items.push_back(ReadItem(session, child, child.Text(kFullName).value_or("Item"), true));
+        sheet.items.push_back(ReadItem(session, child, NameOf(child), true));
+    const auto ofItem = std::ranges::find(sheet.items, item ? NameOf(*item) : "", &ItemSheet::name);
+    if (item && ofItem != sheet.items.end())
+        sheet.options = OptionLines(session, *item, *ofItem, sheet.items.front());
     return sheet;
 }
 

@@ -8,7 +8,7 @@
 
 namespace vorn::fil {
 
-/** Exchanges the outer two of three colours; `from` and `to` may be the same row. */
+/** Exchanges the outer two of three colours; `to` may be the same row, or begin before it. */
 void SwapRedBlue(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept;
 
 /** Writes one of the three colours of each pixel, the byte `channel` of it; the others stay as they are. */

@@ -6,6 +6,7 @@
 
 #include "ByteWriter.h"
 #include "GreyRamp.h"
+#include "Pixels.h"
 #include "RowStream.h"
 #include "Software.h"
 #include "TiffDirectory.h"
@@ -146,9 +147,8 @@ void PackRows(const PageGeometry& geometry, uint8_t* rows, uint32_t count)
     uint8_t* packed = rows;
     for (; count > 0; --count, rows += paddedBytes, packed += packedBytes) {
         if (geometry.bitsPerPixel == 24)
-            for (size_t i = 0; i < packedBytes; i += 3)
-                std::swap(rows[i], rows[i + 2]);
-        if (packed != rows)
+            fil::SwapRedBlue(rows, packed, geometry.width);
+        else if (packed != rows)
             std::memmove(packed, rows, packedBytes);
     }
 }

@@ -51,8 +51,8 @@ Library LoadLibrary()
 {
     constexpr auto kName = "libsane.so.1";
     Library loaded;
-    loaded.ours = dlopen(kName, RTLD_NOW | RTLD_NOLOAD) == nullptr;
-    void* const library = dlopen(kName, RTLD_NOW | RTLD_LOCAL);
+    loaded.ours = dlopen(kName, RTLD_LAZY | RTLD_NOLOAD) == nullptr;
+    void* const library = dlopen(kName, RTLD_LAZY | RTLD_LOCAL);
     loaded.usable = library && LoadAll(library, loaded.calls) && Init(loaded.calls);
     return loaded;
 }
