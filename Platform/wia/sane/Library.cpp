@@ -1,5 +1,6 @@
 #include "Library.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -72,6 +73,12 @@ std::recursive_timed_mutex& SaneMutex()
     return mutex;
 }
 
+std::atomic<int>& CallsThatKeep()
+{
+    static std::atomic<int> calls = 0;
+    return calls;
+}
+
 sigset_t BrokenPipe() noexcept
 {
     sigset_t set;
@@ -118,11 +125,37 @@ NoBrokenPipe::~NoBrokenPipe()
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
+NoSignals::NoSignals() noexcept
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+}
+
+NoSignals::~NoSignals()
+{
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+void KeepSane() noexcept
+{
+    ++CallsThatKeep();
+}
+
+void ReleaseSane() noexcept
+{
+    --CallsThatKeep();
+}
+
 SaneLock::SaneLock()
 {
     // By the clock whose waits the thread sanitizer sees.
     if (!SaneMutex().try_lock_until(std::chrono::system_clock::now() + kPatience))
         throw Failure{WIA_ERROR_BUSY};
+    if (CallsThatKeep() > 0) {
+        SaneMutex().unlock();
+        throw Failure{WIA_ERROR_BUSY};
+    }
 }
 
 SaneLock::~SaneLock()

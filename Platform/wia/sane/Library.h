@@ -51,10 +51,26 @@ private:
     sigset_t before_{};
 };
 
+/** Around the making of a thread: signals are the application's, and go to a thread of its. */
+class NoSignals {
+public:
+    NoSignals() noexcept;
+    NoSignals(const NoSignals&) = delete;
+    ~NoSignals();
+
+private:
+    sigset_t before_{};
+};
+
+/** From now on a call is under way that nobody waits for any more. */
+void KeepSane() noexcept;
+/** It has returned. */
+void ReleaseSane() noexcept;
+
 /** Held around calls of the library, which knows no threads. */
 class SaneLock {
 public:
-    /** Throws Failure with WIA_ERROR_BUSY when a call of another thread does not end for long. */
+    /** Throws Failure with WIA_ERROR_BUSY when a call of another thread does not end for long, or keeps SANE. */
     SaneLock();
     SaneLock(const SaneLock&) = delete;
     ~SaneLock();

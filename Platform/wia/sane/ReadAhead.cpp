@@ -1,9 +1,9 @@
 #include "ReadAhead.h"
 
-#include <csignal>
 #include <cstring>
 
 #include "../../include/comobject.h"
+#include "Library.h"
 
 namespace vorn::wia {
 
@@ -21,22 +21,6 @@ constexpr auto kBetweenPieces = std::chrono::milliseconds{50};
 /** A call that waits for the device gets so long to return by itself, and then to return cancelled. */
 constexpr auto kToReturn = std::chrono::milliseconds{300};
 constexpr auto kToReturnCancelled = std::chrono::milliseconds{700};
-
-/** Signals are the application's; those that arrive meanwhile go to a thread of its. */
-class NoSignals {
-public:
-    NoSignals() noexcept
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    NoSignals(const NoSignals&) = delete;
-    ~NoSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_{};
-};
 
 }  // namespace
 

@@ -77,7 +77,7 @@ DevicePtr DeviceAtHand(WStringView id)
     try {
         scanner = Scanner::Open(name);
     } catch (const Failure& failure) {
-        if (failure.result == WIA_ERROR_BUSY)
+        if (failure.result == WIA_ERROR_BUSY || failure.result == WIA_ERROR_OFFLINE)
             throw;
         return nullptr;
     }

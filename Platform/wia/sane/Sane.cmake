@@ -20,6 +20,7 @@ target_sources(vorn_wia PRIVATE
   sane/FrameInput.cpp
   sane/FrameReader.cpp
   sane/Library.cpp
+  sane/OpenDevice.cpp
   sane/OptionProperty.cpp
   sane/PieceQueue.cpp
   sane/ReadAhead.cpp

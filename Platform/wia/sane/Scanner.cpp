@@ -1,26 +1,20 @@
 #include "Scanner.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <map>
-#include <thread>
 #include <utility>
 
 #include <poll.h>
 
 #include "../../include/comobject.h"
+#include "Busy.h"
+#include "OpenDevice.h"
 #include "Statuses.h"
 
 namespace vorn::wia {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// A scanner that carries its lamp home says that it is busy.
-constexpr auto kBusyPatience = std::chrono::seconds{15};
-constexpr auto kBusyPause = std::chrono::milliseconds{200};
 
 /** The scanners that are open in this process, by name. */
 std::map<std::string, std::weak_ptr<Scanner>>& OpenScanners()
@@ -32,27 +26,6 @@ std::map<std::string, std::weak_ptr<Scanner>>& OpenScanners()
 /** Stands for an option while its device is closed. */
 constexpr SANE_Option_Descriptor kNoOption{
     "", "", "", SANE_TYPE_GROUP, SANE_UNIT_NONE, 0, SANE_CAP_INACTIVE, SANE_CONSTRAINT_NONE, {nullptr}};
-
-template <typename Call>
-SANE_Status WhileBusy(Call&& call)
-{
-    const auto end = Clock::now() + kBusyPatience;
-    for (;;) {
-        const SANE_Status status = call();
-        if (status != SANE_STATUS_DEVICE_BUSY || Clock::now() >= end)
-            return status;
-        std::this_thread::sleep_for(kBusyPause);
-    }
-}
-
-SANE_Handle OpenDevice(const std::string& name)
-{
-    SANE_Handle handle = nullptr;
-    const SANE_Status status = WhileBusy([&] { return Sane()->open(name.c_str(), &handle); });
-    if (status != SANE_STATUS_GOOD)
-        throw Failure{status == SANE_STATUS_INVAL ? WIA_S_NO_DEVICE_AVAILABLE : ResultOf(status)};
-    return handle;
-}
 
 }  // namespace
 
@@ -162,6 +135,11 @@ SaneOption* Scanner::Find(std::string_view name) noexcept
 void Scanner::Refresh(SaneOption& option)
 {
     const SaneLock lock;
+    Fetch(option);
+}
+
+void Scanner::Fetch(SaneOption& option)
+{
     option.value.clear();
     if (!option.CanBeRead())
         return;
@@ -183,7 +161,7 @@ void Scanner::Reload()
         if (!descriptor || descriptor->type == SANE_TYPE_GROUP)
             continue;
         options.push_back({i, descriptor, {}});
-        Refresh(options.back());
+        Fetch(options.back());
     }
     // In place, so that an option stays where it is as long as the device has as many.
     if (options.size() == options_.size())
@@ -207,7 +185,7 @@ void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
     if (info & SANE_INFO_RELOAD_OPTIONS)
         Reload();
     else
-        Refresh(option);
+        Fetch(option);
     if (status != SANE_STATUS_GOOD)
         throw Failure{status == SANE_STATUS_INVAL ? E_INVALIDARG : ResultOf(status)};
 }
@@ -215,7 +193,10 @@ void Scanner::Control(SaneOption& option, SANE_Action action, void* value)
 void Scanner::Set(SaneOption& option, RawValue value)
 {
     const SaneLock lock;
-    value.resize(static_cast<size_t>(option.descriptor->size));
+    const auto size = static_cast<size_t>(option.descriptor->size);
+    if (option.descriptor->type != SANE_TYPE_STRING && value.size() != size)
+        throw Failure{E_INVALIDARG};
+    value.resize(size);
     Control(option, SANE_ACTION_SET_VALUE, value.data());
 }
 

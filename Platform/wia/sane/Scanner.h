@@ -110,6 +110,7 @@ private:
     SANE_Status WithDevice(Call&& call);
     SANE_Status Noted(SANE_Status status) noexcept;
     void Control(SaneOption& option, SANE_Action action, void* value);
+    void Fetch(SaneOption& option);
     void Reload();
     void OpenHandle();
     void Close() noexcept;
