@@ -73,6 +73,7 @@ std::vector<Row> Rows(const Folder& folder)
             format("tiff", 1.0, true),
             format("png", 0.75, true),
             format("jpeg", 1.0, false, {"--jpeg-quality", "75"}),
+            {"start", {tool, "-n", "-d", device}, {"scanimage", "-n", "-d", device}, 1.5, "", ""},
             {"list", {tool, "-L"}, {"scanimage", "-L"}, 1.5, "", ""},
             {"options", {tool, "-A", "-d", device}, {"scanimage", "-A", "-d", device}, 1.5, "", ""}};
 }

@@ -31,10 +31,10 @@ std::string WhatIsMissing()
                : "scanimage with SANE's test back end (packages sane-utils and libsane1) is not installed";
 }
 
-SeenPage ScanimagePage(const SaneOptions& options)
+SeenPage ScanimagePage(const SaneOptions& options, const std::string& device)
 {
     const fs::path file = SaneFolder() / "scanimage.pnm";
-    std::string command = "scanimage -d test:0 --format=pnm";
+    std::string command = "scanimage -d " + device + " --format=pnm";
     for (const Option& option : options)
         command += " --" + option.name + "='" + option.value + "'";
     command += " >'" + file.string() + "' 2>/dev/null";

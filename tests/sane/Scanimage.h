@@ -25,6 +25,6 @@ const std::filesystem::path& SaneFolder();
 std::string WhatIsMissing();
 
 /** What scanimage delivers for these settings, as the library delivers it: rows from the bottom, blue first. */
-SeenPage ScanimagePage(const SaneOptions& options);
+SeenPage ScanimagePage(const SaneOptions& options, const std::string& device = "test:0");
 
 }  // namespace vorn::test

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -62,7 +63,13 @@ private:
     SANE_Handle handle_ = nullptr;
 };
 
-SANE_Status Open(const std::string& name, SANE_Handle& handle)
+/** The other back ends bound their waiting themselves, and a thread takes its time. */
+bool MayTakeForever(std::string_view name) noexcept
+{
+    return name.starts_with("net:");
+}
+
+SANE_Status OpenWithin(const std::string& name, SANE_Handle& handle)
 try {
     const auto opening = std::make_shared<Opening>(name);
     std::thread thread = [&] {
@@ -85,7 +92,9 @@ try {
 SANE_Handle OpenDevice(const std::string& name)
 {
     SANE_Handle handle = nullptr;
-    const SANE_Status status = WhileBusy([&] { return Open(name, handle); });
+    const SANE_Status status = WhileBusy([&] {
+        return MayTakeForever(name) ? OpenWithin(name, handle) : Sane()->open(name.c_str(), &handle);
+    });
     if (status != SANE_STATUS_GOOD)
         throw Failure{status == SANE_STATUS_INVAL ? WIA_S_NO_DEVICE_AVAILABLE : ResultOf(status)};
     return handle;
