@@ -127,9 +127,10 @@ NoBrokenPipe::~NoBrokenPipe()
 
 NoSignals::NoSignals() noexcept
 {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
+    sigset_t most;
+    sigfillset(&most);
+    sigdelset(&most, SIGTERM);  // ends the processes that back ends start, which begin with the thread's mask
+    pthread_sigmask(SIG_BLOCK, &most, &before_);
 }
 
 NoSignals::~NoSignals()
@@ -147,8 +148,10 @@ void ReleaseSane() noexcept
     --CallsThatKeep();
 }
 
-SaneLock::SaneLock()
+SaneLock::SaneLock(Signals signals)
 {
+    if (signals == Signals::Open)
+        noBrokenPipe_.emplace();
     // By the clock whose waits the thread sanitizer sees.
     if (!SaneMutex().try_lock_until(std::chrono::system_clock::now() + kPatience))
         throw Failure{WIA_ERROR_BUSY};

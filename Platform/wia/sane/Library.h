@@ -6,6 +6,7 @@
 #pragma once
 
 #include <csignal>
+#include <optional>
 
 #include <sane/sane.h>
 
@@ -70,13 +71,17 @@ void ReleaseSane() noexcept;
 /** Held around calls of the library, which knows no threads. */
 class SaneLock {
 public:
-    /** Throws Failure with WIA_ERROR_BUSY when a call of another thread does not end for long, or keeps SANE. */
-    SaneLock();
+    /**
+     * Throws Failure with WIA_ERROR_BUSY when a call of another thread does not end for long, or keeps SANE.
+     * @param signals  Blocked for a thread made under NoSignals, with which a signal of a broken pipe ends
+     */
+    enum class Signals { Open, Blocked };
+    explicit SaneLock(Signals signals = Signals::Open);
     SaneLock(const SaneLock&) = delete;
     ~SaneLock();
 
 private:
-    const NoBrokenPipe noBrokenPipe_;
+    std::optional<NoBrokenPipe> noBrokenPipe_;
 };
 
 }  // namespace vorn::wia

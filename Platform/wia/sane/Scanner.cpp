@@ -224,7 +224,7 @@ SANE_Status Scanner::Noted(SANE_Status status) noexcept
 template <typename Call>
 SANE_Status Scanner::WithDevice(Call&& call)
 {
-    const SaneLock lock;
+    const SaneLock lock{SaneLock::Signals::Blocked};
     inDevice_ = true;
     const SANE_Status status = call();
     inDevice_ = false;

@@ -84,7 +84,7 @@ public:
     /** Asks for the parameters; false when the device does not tell. */
     bool Parameters(SANE_Parameters& parameters);
 
-    /** Begins a frame of a page. */
+    /** Begins a frame of a page. This and Read are for a thread made under NoSignals. */
     SANE_Status Start();
     /** Has a start or a read return that another thread waits in: a scan may be cancelled at any time. */
     void Interrupt() noexcept;
