@@ -47,6 +47,12 @@ public:
      */
     virtual HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) = 0;
 
+    /**
+     * The same for pixels of 24 bits as most devices and files have them: red, green, blue, from the top down and without
+     * padding. `E_NOTIMPL`, and nothing read, from a page that has them as a DIB only.
+     */
+    virtual HRESULT ReadRgbRows(uint8_t*, uint32_t) { return E_NOTIMPL; }
+
     /** The whole picture as a DIB's pixel array (bottom up), when the device has it in memory already; else
      * null. */
     virtual const uint8_t* ReadyImage() const noexcept { return nullptr; }

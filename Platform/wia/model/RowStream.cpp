@@ -50,6 +50,17 @@ private:
     uint64_t doneBytes_ = 0;
 };
 
+HRESULT ReadEncoded(Page& page, const RowLayout& layout, uint8_t* rows, uint32_t count)
+{
+    if (layout.rgb)
+        if (const HRESULT result = page.ReadRgbRows(rows, count); result != E_NOTIMPL)
+            return result;
+    const HRESULT result = page.ReadRows(rows, count, layout.order);
+    if (result == S_OK && layout.pack)
+        layout.pack(page.Geometry(), rows, count);
+    return result;
+}
+
 HRESULT WriteScannedRows(Page& page, const RowLayout& layout, uint32_t rowsPerChunk, PixelWriter& writer)
 {
     const PageGeometry& geometry = page.Geometry();
@@ -61,10 +72,8 @@ HRESULT WriteScannedRows(Page& page, const RowLayout& layout, uint32_t rowsPerCh
 
     for (uint32_t row = 0; row < geometry.height;) {
         const uint32_t count = std::min(rowsPerChunk, geometry.height - row);
-        if (const HRESULT result = page.ReadRows(buffer.get(), count, layout.order); result != S_OK)
+        if (const HRESULT result = ReadEncoded(page, layout, buffer.get(), count); result != S_OK)
             return result;
-        if (layout.pack)
-            layout.pack(geometry, buffer.get(), count);
 
         const uint32_t firstRow = layout.order == RowOrder::TopDown ? row : geometry.height - row - count;
         const HRESULT result =

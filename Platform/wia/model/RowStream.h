@@ -16,6 +16,8 @@ struct RowLayout {
 
     /** Turns `count` rows of a DIB into encoded ones, in place; null: they are the same. */
     void (*pack)(const PageGeometry& geometry, uint8_t* rows, uint32_t count) = nullptr;
+    /** That is what a page's RGB rows are already. */
+    bool rgb = false;
 };
 
 /**

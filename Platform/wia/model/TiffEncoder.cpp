@@ -191,7 +191,8 @@ try {
     if (const HRESULT result = sink.Write(start, header.data(), headerBytes, 0); result != S_OK)
         return result;
 
-    const RowLayout rows{firstStrip, strips.rowBytes, RowOrder::TopDown, PackRows};
+    const RowLayout rows{firstStrip, strips.rowBytes, RowOrder::TopDown, PackRows,
+                         geometry.bitsPerPixel == 24};
     if (const HRESULT result = StreamRows(page, rows, sink, chunkBytes); result != S_OK)
         return result;
     if (!first) {

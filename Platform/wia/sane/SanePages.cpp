@@ -13,9 +13,9 @@ namespace vorn::wia {
 namespace {
 
 /** White where the device delivered fewer lines than it had announced: the rest of the paper was not there. */
-void ClearRow(const PageGeometry& geometry, uint8_t* row) noexcept
+void ClearRow(uint8_t* row, uint64_t bytes) noexcept
 {
-    std::memset(row, 0xFF, static_cast<size_t>(geometry.RowBytes()));
+    std::memset(row, 0xFF, static_cast<size_t>(bytes));
 }
 
 uint8_t* RowIn(uint8_t* rows, uint32_t i, uint32_t count, RowOrder order, uint64_t rowBytes) noexcept
@@ -63,15 +63,38 @@ public:
 
     HRESULT ReadRows(uint8_t* rows, uint32_t count, RowOrder order) override
     {
-        for (uint32_t i = 0; i < count; ++i) {
+        return ReadLines(count, [&](uint32_t i, const uint8_t* line) {
             uint8_t* const row = RowIn(rows, i, count, order, geometry_.RowBytes());
-            const uint8_t* line = nullptr;
-            if (const HRESULT result = reader_.NextLine(line); result != S_OK)
-                return result;
             if (line)
                 reader_.Format().convert(line, row, geometry_.width);
             else
-                ClearRow(geometry_, row);
+                ClearRow(row, geometry_.RowBytes());
+        });
+    }
+
+    HRESULT ReadRgbRows(uint8_t* rows, uint32_t count) override
+    {
+        if (reader_.Parameters().format != SANE_FRAME_RGB || reader_.Parameters().depth != 8)
+            return E_NOTIMPL;
+        const uint64_t rowBytes = uint64_t{geometry_.width} * 3;
+        return ReadLines(count, [&](uint32_t i, const uint8_t* line) {
+            if (line)
+                std::memcpy(rows + i * rowBytes, line, static_cast<size_t>(rowBytes));
+            else
+                ClearRow(rows + i * rowBytes, rowBytes);
+        });
+    }
+
+private:
+    /** @param put  takes the number of a line and its bytes: null for a line that did not come */
+    template <typename Put>
+    HRESULT ReadLines(uint32_t count, Put&& put)
+    {
+        for (uint32_t i = 0; i < count; ++i) {
+            const uint8_t* line = nullptr;
+            if (const HRESULT result = reader_.NextLine(line); result != S_OK)
+                return result;
+            put(i, line);
         }
         rowsRead_ += count;
         if (rowsRead_ >= geometry_.height) {
@@ -81,7 +104,6 @@ public:
         return S_OK;
     }
 
-private:
     PageGeometry geometry_;
     std::unique_ptr<PageGuard> guard_;  ///< ends the scan when no one reads any more
     FrameReader reader_;
