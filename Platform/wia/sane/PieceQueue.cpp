@@ -1,6 +1,15 @@
 #include "PieceQueue.h"
 
+#include <thread>
+
 namespace vorn::wia {
+
+namespace {
+
+/** A device is fast when its next piece is there so soon. */
+constexpr auto kSoon = std::chrono::milliseconds{1};
+
+}  // namespace
 
 Piece* PieceQueue::Free(size_t capacity)
 {
@@ -42,12 +51,27 @@ HRESULT PieceQueue::Take(std::chrono::milliseconds moment, const Piece*& piece)
         returned_ = taken_;
         changed_.notify_one();
     }
-    if (!changed_.wait_for(lock, moment, [this] { return ended_ || given_ > taken_; }))
+    if (!AwaitGiven(lock, moment))
         return S_FALSE;
     if (given_ == taken_)
         return result_;
     piece = &pieces_[taken_++ % kPieces];
     return S_OK;
+}
+
+bool PieceQueue::AwaitGiven(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds moment)
+{
+    const auto given = [this] { return ended_ || given_ > taken_; };
+    const auto begin = std::chrono::steady_clock::now();
+    const auto isSoon = [begin] { return std::chrono::steady_clock::now() - begin < kSoon; };
+    while (fast_ && !given() && isSoon()) {
+        lock.unlock();
+        std::this_thread::yield();
+        lock.lock();
+    }
+    const bool came = changed_.wait_for(lock, moment, given);
+    fast_ = isSoon();
+    return came;
 }
 
 void PieceQueue::Close()

@@ -41,6 +41,12 @@ public:
     void Close();
 
 private:
+    /**
+     * While the device is fast the taker stays awake: were it to sleep, the device's thread would move to its
+     * processor, and each handover between that thread and the reader would then cost a wake-up across processors.
+     */
+    bool AwaitGiven(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds moment);
+
     static constexpr size_t kPieces = 4;
 
     std::mutex mutex_;
@@ -48,6 +54,7 @@ private:
     std::array<Piece, kPieces> pieces_;
     size_t given_ = 0, taken_ = 0, returned_ = 0;  ///< so many, since the beginning
     bool ended_ = false, closed_ = false;
+    bool fast_ = true;
     HRESULT result_ = S_OK;
 };
 
