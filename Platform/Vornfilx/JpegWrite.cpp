@@ -9,7 +9,7 @@ namespace vorn::fil::jpeg {
 int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, int32_t quality) noexcept
 try {
     std::vector<uint8_t> bytes;
-    return WriteRowFile(file, bitmap, *MakeJpegFile(RowImageOf(bitmap), bytes, quality), bytes);
+    return WriteRowFile(file, bitmap, MakeJpegFile(RowImageOf(bitmap), bytes, quality).get(), bytes);
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;
 }

@@ -26,7 +26,7 @@ bool WriteBitmapRows(RowFile& file, const BitmapHandle& bitmap, uint32_t first, 
     return file.WriteRows(top + stride * static_cast<ptrdiff_t>(first), count, stride);
 }
 
-int32_t EncodeRows(const BitmapHandle& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(const BitmapHandle& bitmap, RowFile* file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put)
 {
     const auto drain = [&](size_t least) {
@@ -36,20 +36,22 @@ int32_t EncodeRows(const BitmapHandle& bitmap, RowFile& file, std::vector<uint8_
         bytes.clear();
         return status;
     };
-    if (!file.Begin())
+    if (!file)
+        return FIL_ERR_UNSUPPORTED;
+    if (!file->Begin())
         return FIL_ERR_OUT_OF_MEMORY;
     const uint32_t step =
         static_cast<uint32_t>(std::clamp<uint64_t>(kPieceBytes / bitmap.rowBytes, 1, bitmap.height));
     for (uint32_t y = 0; y < bitmap.height; y += step) {
-        if (!WriteBitmapRows(file, bitmap, y, std::min(step, bitmap.height - y)))
+        if (!WriteBitmapRows(*file, bitmap, y, std::min(step, bitmap.height - y)))
             return FIL_ERR_OUT_OF_MEMORY;
         if (const int32_t status = drain(kPieceBytes); status != FIL_SUCCESS)
             return status;
     }
-    return file.End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
+    return file->End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
 }
 
-int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& file,
+int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile* file,
                      std::vector<uint8_t>& bytes)
 {
     return EncodeRows(bitmap, file, bytes, [&](const std::vector<uint8_t>& piece) {

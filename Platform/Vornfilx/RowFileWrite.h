@@ -19,13 +19,13 @@ bool WriteBitmapRows(RowFile& file, const BitmapHandle& bitmap, uint32_t first, 
 
 /**
  * Encodes all of a bitmap. `bytes` are those that the file in the making appends to; `put` takes them piece by piece, and
- * what it answers other than FIL_SUCCESS ends the work.
+ * what it answers other than FIL_SUCCESS ends the work. FIL_ERR_UNSUPPORTED without a file: its codec is not installed.
  */
-int32_t EncodeRows(const BitmapHandle& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(const BitmapHandle& bitmap, RowFile* file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put);
 
 /** The same into the end of a file. */
-int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile& file,
+int32_t WriteRowFile(FileUpdate& update, const BitmapHandle& bitmap, RowFile* file,
                      std::vector<uint8_t>& bytes);
 
 }  // namespace vorn::fil
