@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "Busy.h"
 #include "Statuses.h"
 
 namespace vorn::wia {
@@ -20,9 +21,6 @@ constexpr auto kMoment = std::chrono::milliseconds{100};
 
 /** A device that only claims to tell when data has come is read after this time all the same. */
 constexpr auto kSilenceBeforeRead = std::chrono::seconds{10};
-
-// A scanner that carries its lamp home says that it is busy.
-constexpr auto kBusyPatience = std::chrono::seconds{15};
 
 /** More than any device has at once, and less than SANE's numbers hold. */
 constexpr size_t kMostAtOnce = 64 * 1024 * 1024;
@@ -44,14 +42,10 @@ HRESULT Check(FrameHead& head)
 
 HRESULT FrameInput::Start(FrameHead& head)
 {
-    const auto end = Clock::now() + kBusyPatience;
-    SANE_Status status = scanner_.Start();
-    while (status == SANE_STATUS_DEVICE_BUSY && Clock::now() < end) {
-        std::this_thread::sleep_for(kMoment);
-        if (stop_.stop_requested())
-            return S_FALSE;
-        status = scanner_.Start();
-    }
+    const SANE_Status status =
+        WhileBusy([this] { return scanner_.Start(); }, [this] { return stop_.stop_requested(); });
+    if (stop_.stop_requested())
+        return S_FALSE;
     if (status != SANE_STATUS_GOOD)
         return ResultOf(status);
     return scanner_.Parameters(head.parameters) ? Check(head) : WIA_ERROR_INVALID_DRIVER_RESPONSE;

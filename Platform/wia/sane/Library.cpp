@@ -5,8 +5,10 @@
 #include <chrono>
 #include <ctime>
 #include <mutex>
+#include <string_view>
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include "../../include/comobject.h"
 #include "../../include/platform.h"
@@ -47,12 +49,22 @@ struct Library {
     bool usable = false;
 };
 
+/** What dlopen would tell, without its search for the file. */
+bool IsLoaded(const char* library)
+{
+    return dl_iterate_phdr(
+               [](dl_phdr_info* info, size_t, void* name) {
+                   return std::string_view{info->dlpi_name}.ends_with(static_cast<const char*>(name)) ? 1 : 0;
+               },
+               const_cast<char*>(library)) != 0;
+}
+
 /** Not undone at the end: the process may use SANE elsewhere, and SANE does not count who uses it. */
 Library LoadLibrary()
 {
     constexpr auto kName = "libsane.so.1";
     Library loaded;
-    loaded.ours = dlopen(kName, RTLD_LAZY | RTLD_NOLOAD) == nullptr;
+    loaded.ours = !IsLoaded(kName);
     void* const library = dlopen(kName, RTLD_LAZY | RTLD_LOCAL);
     loaded.usable = library && LoadAll(library, loaded.calls) && Init(loaded.calls);
     return loaded;
