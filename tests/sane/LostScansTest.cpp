@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "ScannerDesk.h"
+#include "tool/ToolRun.h"
 #include "wia/sane/FindScanners.h"
 
 extern char** environ;
@@ -150,6 +151,8 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
     if (!host->bound)
         GTEST_SKIP() << "something listens at 127.0.0.2:6566 already";
     WriteBytes(SaneFolder() / "net.conf", "127.0.0.2\n");
+    std::filesystem::create_directory(Folder() / "out");  // where the tool works
+    ToolRun tool{Folder(), {"-L"}};
     auto begin = Clock::now();
     ScannerDesk desk{2, false};
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2}) << "what has an id needs no search";
@@ -170,6 +173,10 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
     EXPECT_EQ(select(), ERR_WIA_OFFLINE);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{20});
     EXPECT_EQ(select(), ERR_WIA_BUSY) << "the first call has not come back yet";
+    const ToolResult told = tool.Wait();
+    EXPECT_EQ(told.exitCode, 0);
+    EXPECT_EQ(told.out.find("test:0\t"), 0u);
+    EXPECT_NE(told.err.find("still looking for devices"), std::string::npos);
     host.reset();
     Notes notes;
     int32_t status = ERR_WIA_BUSY;

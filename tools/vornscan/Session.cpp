@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "Failure.h"
+#include "SlowNotice.h"
 #include "Text.h"
 
 namespace vornscan {
@@ -167,6 +168,7 @@ std::vector<Device> Session::Devices()
     };
     const int32_t status = [&] {
         [[maybe_unused]] const ExceptionListKeeper keeper;
+        const SlowNotice notice{"still looking for devices; one of another computer may not answer"};
         return Vorn_WiaEnumDevices(session_, collect, &devices);
     }();
     if (status != SUCCESS && status != ERR_WIA_NO_DEVICE_AVAILABLE)
