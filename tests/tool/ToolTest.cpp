@@ -138,13 +138,47 @@ TEST_F(Tool, ReadOnlyDirectoryIsRefused)
     EXPECT_EQ(Names{}, Files());
 }
 
+/** A disk of its own for a directory; true when there was the right to mount one. */
+class SmallDisk {
+public:
+    SmallDisk(const fs::path& directory, const char* size)
+        : directory_{directory}, mounted_{mount("none", directory.c_str(), "tmpfs", 0, size) == 0}
+    {
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    ~SmallDisk()
+    {
+        if (mounted_)
+            umount(directory_.c_str());
+    }
+    explicit operator bool() const { return mounted_; }
+
+private:
+    fs::path directory_;
+    bool mounted_;
+};
+
+TEST_F(Tool, FullTemporaryDirectoryIsNamed)
+{
+    const SmallDisk disk{folder_ / "tmp", "size=64k"};
+    if (!disk)
+        GTEST_SKIP() << "a full disk is not seen: no right to mount one";
+    for (const char* generation : {"1", "2"}) {
+        const ToolResult result = Run({"-o", "a.tif", "--wia", generation});
+        EXPECT_EQ(9, result.exitCode);
+        EXPECT_NE(std::string::npos, result.err.find("TMPDIR")) << result.err;
+        EXPECT_EQ(Names{}, Files());
+        EXPECT_TRUE(fs::is_empty(folder_ / "tmp"));
+    }
+}
+
 TEST_F(Tool, FullDiskIsNamedAndLeavesTheOldFile)
 {
     const fs::path disk = Out() / "small";
     fs::create_directory(disk);
-    if (mount("none", disk.c_str(), "tmpfs", 0, "size=4m") != 0)
+    const SmallDisk mounted{disk, "size=4m"};
+    if (!mounted)
         GTEST_SKIP() << "a full disk is not seen: no right to mount one";
-    const std::unique_ptr<const char, int (*)(const char*)> mounted{disk.c_str(), umount};
     for (const char* medium : {kFiles, kMemory})
         for (const auto& [file, mode] : {std::pair{"small/a.tif", "--append"},
                                          {"small/a.pdf", "--append"},

@@ -41,7 +41,7 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_WIA_COVER_OPEN, ExitCode::CoverOpen, "the cover is open; close it and try again"},
     {ERR_WIA_LAMP_OFF, ExitCode::InputOutput, "the lamp is off"},
     {ERR_WIA_DESTINATION, ExitCode::InputOutput,
-     "the picture cannot be written: its directory is gone, or the disk is full"},
+     "the picture cannot be written: a disk is full, the one of TMPDIR perhaps, or the directory is gone"},
     {ERR_WIA_NO_DEVICE_AVAILABLE, ExitCode::Usage, "there is no such device; list the devices with -L"},
     {ERR_ACCESS_DENIED, ExitCode::Usage, "access is denied; ask for the right to use the device"},
     {ERR_NO_CHILD_ITEMS, ExitCode::Usage, "the device has nothing to acquire from"},

@@ -4,11 +4,21 @@
 
 namespace vorn::wia {
 
+namespace {
+
+/** The service's own word for a disk that is full, which its callers know. */
+HRESULT InOwnWord(HRESULT result) noexcept
+{
+    return result == STG_E_MEDIUMFULL ? WIA_ERROR_DESTINATION : result;
+}
+
+}  // namespace
+
 HRESULT StreamSink::SetSize(uint64_t size)
 {
     ULARGE_INTEGER wanted{};
     wanted.QuadPart = size;
-    return stream_.SetSize(wanted);
+    return InOwnWord(stream_.SetSize(wanted));
 }
 
 HRESULT StreamSink::Begin(uint64_t totalBytes, uint32_t)
@@ -25,9 +35,9 @@ HRESULT StreamSink::WriteAll(const uint8_t* data, uint32_t size)
     while (size > 0) {
         ULONG written = 0;
         if (const HRESULT result = stream_.Write(data, size, &written); FAILED(result))
-            return result;
+            return InOwnWord(result);
         if (written == 0 || written > size)
-            return STG_E_MEDIUMFULL;
+            return WIA_ERROR_DESTINATION;
         data += written;
         size -= written;
         position_ += written;
