@@ -156,7 +156,8 @@ int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encod
         return WriteFaxData(update, bitmap);
     std::vector<uint8_t> bytes;
     if (encoding == Encoding::Jpeg)
-        return WriteRowFile(update, bitmap, MakeJpegFile(RowImageOf(bitmap), bytes, jpegQuality).get(), bytes);
+        return WriteRowFile(update, bitmap, MakeJpegFile(RowImageOf(bitmap), bytes, jpegQuality).get(),
+                            bytes);
     PngRows rows;
     return EncodeRows(bitmap, MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap)).get(), bytes,
                       [&](const std::vector<uint8_t>& piece) { return rows.Take(update, piece); });

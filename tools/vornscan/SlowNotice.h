@@ -15,7 +15,7 @@ namespace vornscan {
 class SlowNotice {
 public:
     explicit SlowNotice(std::string sentence)
-        : thread_{[sentence = std::move(sentence)](std::stop_token ended) {
+        : thread_{[sentence = std::move(sentence)](const std::stop_token& ended) {
               constexpr auto kLong = std::chrono::seconds{3};
               std::mutex mutex;
               std::unique_lock lock{mutex};
