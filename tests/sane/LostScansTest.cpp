@@ -120,7 +120,7 @@ public:
         waitpid(id_, nullptr, 0);
     }
     /** With the processes that it has started. */
-    void Kill() const { kill(-id_, SIGKILL); }
+    void Signal(int number) const { kill(-id_, number); }
     bool Started() const { return id_ > 0; }
 
 private:
@@ -220,15 +220,35 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
     ScannerDesk desk{2, false, VORN_TEXT("net:127.0.0.1:test:0")};
     desk.Set({{"resolution", "300"}, {"read-delay", "yes"}, {"read-delay-duration", "50000"}});
     auto killed = Clock::time_point::max();
+    Notes stopped;
+    stopped.answer = [&](size_t call) {
+        if (call == 3) {
+            saned->Signal(SIGSTOP);
+            killed = Clock::now();
+        }
+        return call < 3 || Clock::now() - killed < std::chrono::milliseconds{300} ? 1 : ERR_ABORTED;
+    };
+    EXPECT_EQ(desk.Acquire(Folder() / "a.tif", stopped), ERR_ABORTED)
+        << "a host that stands still keeps no one from a stop";
+    EXPECT_LT(Clock::now() - killed, std::chrono::seconds{7});
+    saned->Signal(SIGCONT);
     Notes notes;
+    const auto acquireOnceFree = [&] {
+        int32_t status = ERR_WIA_BUSY;
+        for (int i = 0; i < 50 && status == ERR_WIA_BUSY; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds{100});
+            status = desk.Acquire("", notes);
+        }
+        return status;
+    };
     notes.answer = [&](size_t call) {
         if (call == 3) {
-            saned->Kill();
+            saned->Signal(SIGKILL);
             killed = Clock::now();
         }
         return 1;
     };
-    EXPECT_EQ(desk.Acquire("", notes), ERR_WIA_DEVICE_COMMUNICATION) << "its host has gone";
+    EXPECT_EQ(acquireOnceFree(), ERR_WIA_DEVICE_COMMUNICATION) << "its host has gone";
     EXPECT_LT(Clock::now() - killed, std::chrono::seconds{2});
 
     saned.reset();

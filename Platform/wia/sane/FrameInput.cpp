@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "Busy.h"
 #include "Statuses.h"
@@ -48,7 +49,23 @@ HRESULT FrameInput::Start(FrameHead& head)
         return S_FALSE;
     if (status != SANE_STATUS_GOOD)
         return ResultOf(status);
-    return scanner_.Parameters(head.parameters) ? Check(head) : WIA_ERROR_INVALID_DRIVER_RESPONSE;
+    const HRESULT result =
+        scanner_.Parameters(head.parameters) ? Check(head) : WIA_ERROR_INVALID_DRIVER_RESPONSE;
+    if (result == S_OK && head.parameters.lines > 0)
+        beforeLastLine_ = static_cast<uint64_t>(head.parameters.lines - 1) * head.LineBytes();
+    rested_ = head.parameters.lines <= 0;
+    return result;
+}
+
+/** The last line is asked for by itself, once who brings it has come to rest. */
+size_t FrameInput::MostNow(size_t capacity)
+{
+    const size_t most = std::min(capacity, kMostAtOnce);
+    if (beforeLastLine_ > 0)
+        return static_cast<size_t>(std::min<uint64_t>(most, beforeLastLine_));
+    if (!std::exchange(rested_, true))
+        std::this_thread::sleep_for(kToComeToRest);
+    return most;
 }
 
 /** While a read waits for the device it is hard to stop: it begins when data has come. */
@@ -68,7 +85,7 @@ bool FrameInput::IsSilentTooLong(Clock::time_point since) const
 HRESULT FrameInput::Read(uint8_t* data, size_t capacity, size_t& length)
 {
     const auto begun = Clock::now();
-    const auto most = static_cast<SANE_Int>(std::min(capacity, kMostAtOnce));
+    const auto most = static_cast<SANE_Int>(MostNow(capacity));
     while (AwaitData()) {
         SANE_Int bytes = 0;
         const SANE_Status status = scanner_.Read(data, most, bytes);
@@ -81,6 +98,7 @@ HRESULT FrameInput::Read(uint8_t* data, size_t capacity, size_t& length)
             return ResultOf(status);
         if (bytes < 0 || bytes > most)
             return WIA_ERROR_INVALID_DRIVER_RESPONSE;
+        beforeLastLine_ -= std::min<uint64_t>(beforeLastLine_, length);
         if (length > 0)
             return S_OK;
         if (IsSilentTooLong(begun)) {

@@ -41,10 +41,13 @@ public:
 
 private:
     bool AwaitData() const;
+    size_t MostNow(size_t capacity);
     bool IsSilentTooLong(std::chrono::steady_clock::time_point since) const;
 
     Scanner& scanner_;
     std::stop_token stop_;
+    uint64_t beforeLastLine_ = 0;  ///< bytes still to come before the last line, where the height is known
+    bool rested_ = false;
 };
 
 }  // namespace vorn::wia

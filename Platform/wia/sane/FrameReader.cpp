@@ -11,6 +11,9 @@ namespace {
 constexpr auto kBetweenPulses = std::chrono::milliseconds{250};
 constexpr auto kMoment = std::chrono::milliseconds{100};
 
+/** A page that stands still for so long will not go on. Before its first lines there may be a button to press. */
+constexpr auto kStandstill = std::chrono::seconds{60};
+
 /** What a device sends beyond the lines that it announced is taken up to here. */
 constexpr uint64_t kMostBeyond = 64 * 1024 * 1024;
 
@@ -50,9 +53,15 @@ HRESULT FrameReader::NextPiece()
 {
     HRESULT result = S_FALSE;
     const Piece* next = nullptr;
-    while ((result = ahead_->Take(kMoment, next)) == S_FALSE)
+    const auto begin = Clock::now();
+    while ((result = ahead_->Take(kMoment, next)) == S_FALSE) {
         if (const HRESULT answer = TellNowAndThen(); answer != S_OK)
             return answer;
+        if (piece_ && Clock::now() - begin > kStandstill) {
+            scanner_->Lose();
+            return WIA_ERROR_DEVICE_COMMUNICATION;
+        }
+    }
     takenBefore_ += taken_;
     taken_ = 0;
     piece_ = next;

@@ -36,7 +36,7 @@ public:
         queue_.Close();
         if (AwaitDone(kToReturn))
             return true;
-        scanner_->Interrupt();
+        Interrupt();
         AwaitDone(kToReturnCancelled);
         const std::scoped_lock lock{mutex_};
         abandoned_ = !done_;
@@ -99,6 +99,15 @@ private:
                 return result;
         }
         return S_FALSE;
+    }
+
+    /** From a thread of its own: of a host that does not answer a cancel takes as long as the read that it is for. */
+    void Interrupt()
+    try {
+        const NoSignals forTheThread;
+        std::thread{[scanner = scanner_] { scanner->Interrupt(); }}.detach();
+    } catch (const std::exception&) {
+        scanner_->Interrupt();
     }
 
     bool AwaitDone(std::chrono::milliseconds moment)

@@ -16,6 +16,7 @@ set(VORN_HAVE_SANE ON CACHE INTERNAL "Real scanners are built in")
 
 target_sources(vorn_wia PRIVATE
   sane/Area.cpp
+  sane/BoundedCall.cpp
   sane/FindScanners.cpp
   sane/FrameInput.cpp
   sane/FrameReader.cpp

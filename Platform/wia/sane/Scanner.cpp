@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <thread>
 #include <utility>
 
 #include <poll.h>
 
 #include "../../include/comobject.h"
+#include "BoundedCall.h"
 #include "Busy.h"
 #include "OpenDevice.h"
 #include "Statuses.h"
@@ -225,9 +227,9 @@ template <typename Call>
 SANE_Status Scanner::WithDevice(Call&& call)
 {
     const SaneLock lock{SaneLock::Signals::Blocked};
-    inDevice_ = true;
+    ++inDevice_;
     const SANE_Status status = call();
-    inDevice_ = false;
+    --inDevice_;
     return Noted(status);
 }
 
@@ -252,8 +254,12 @@ SANE_Status Scanner::Start()
 void Scanner::Interrupt() noexcept
 {
     const NoBrokenPipe noBrokenPipe;
-    if (inDevice_ && batch_.exchange(false))
-        Sane()->cancel(handle_);
+    if (!inDevice_ || !batch_.exchange(false))
+        return;
+    ++inDevice_;
+    Sane()->cancel(handle_);
+    scanning_ = false;
+    --inDevice_;
 }
 
 bool Scanner::AwaitData(std::chrono::milliseconds moment) const noexcept
@@ -279,13 +285,27 @@ void Scanner::EndBatch() noexcept
 try {
     if (inDevice_)
         return;
+    if (scanning_)
+        std::this_thread::sleep_for(kToComeToRest);
     const SaneLock lock;
     if (batch_.exchange(false))
-        Sane()->cancel(handle_);
+        Cancel();
     scanning_ = false;
     dataFd_ = -1;
 } catch (const Failure&) {
     // As above.
+}
+
+void Scanner::Cancel() noexcept
+try {
+    constexpr auto kPatience = std::chrono::seconds{5};  // a carriage that goes home takes its time
+    if (!MayTakeForever(name_))
+        Sane()->cancel(handle_);
+    else if (!CallWithin(
+                 kPatience, [handle = handle_] { Sane()->cancel(handle); }, [] {}))
+        Lose();
+} catch (const std::exception&) {  // no thread
+    Sane()->cancel(handle_);
 }
 
 }  // namespace vorn::wia

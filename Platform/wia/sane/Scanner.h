@@ -51,6 +51,12 @@ struct SaneOption {
     std::string Text() const;
 };
 
+/**
+ * A back end ends the thread that brings its data after the last byte, or with a cancel, and some do it wherever that thread
+ * is: even where it holds a lock, which the next one then waits for without end. After this time it has come to rest.
+ */
+constexpr auto kToComeToRest = std::chrono::milliseconds{5};
+
 class Scanner {
 public:
     /** The open scanner of that name, opened when no one has it open. Throws Failure. */
@@ -113,6 +119,7 @@ private:
     void Fetch(SaneOption& option);
     void Reload();
     void OpenHandle();
+    void Cancel() noexcept;
     void Close() noexcept;
     static bool CloseLost() noexcept;
 
@@ -125,7 +132,7 @@ private:
     std::atomic<bool> batch_ = false;  ///< started, and not cancelled since
     std::atomic<bool> scanning_ = false;  ///< a page is under way
     std::atomic<bool> lost_ = false;
-    std::atomic<bool> inDevice_ = false;  ///< a start or a read has not returned yet
+    std::atomic<int> inDevice_ = 0;  ///< calls that have not returned yet: a start or a read, its cancel
 };
 
 }  // namespace vorn::wia
