@@ -1,11 +1,6 @@
 // Scanners of SANE through the exported functions: the same pixels as SANE's own program delivers, whatever the
 // scanner's manners; the ends of its feeder; each of its failures; and what cannot be told of it in advance.
 
-#include <signal.h>
-
-#include <future>
-#include <thread>
-
 #include "ScannerDesk.h"
 #include "tool/ToolRun.h"
 
@@ -110,27 +105,11 @@ TEST_F(ScannerTest, TheFeederGivesTenPagesWithoutAStopBetweenThem)
     }
 }
 
-/**
- * A run of the tool. SANE's test device stops its own thread wherever that is, and a few times in a hundred waits for ever
- * for a lock that the thread had just taken: such a run is ended and repeated.
- */
 ToolResult RunTool(const std::filesystem::path& folder, const Arguments& arguments)
 {
     for (const char* sub : {"out", "tmp"})
         std::filesystem::create_directory(folder / sub);
-    for (int tries = 0;; ++tries) {
-        ToolRun run{folder, arguments};
-        std::promise<void> ended;
-        std::thread watch{[&, end = ended.get_future()] {
-            if (end.wait_for(std::chrono::seconds{5}) == std::future_status::timeout)
-                run.Signal(SIGKILL);
-        }};
-        ToolResult result = run.Wait();
-        ended.set_value();
-        watch.join();
-        if (result.exitCode != -SIGKILL || tries == 3)
-            return result;
-    }
+    return ToolRun{folder, arguments}.Wait();
 }
 
 TEST_F(ScannerTest, EachFailureHasItsStatusAndTheNextScanWorks)
