@@ -34,7 +34,7 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_WIA_NETWORK_RESERVATION_FAILED, ExitCode::Busy,
      "another computer is using the device; try again later"},
     {ERR_WIA_UNEXPECTED, ExitCode::InputOutput,
-     "the device failed and did not tell why; try again, or switch it off and on"},
+     "the device failed and did not tell why: memory may be short; try again, or switch it off and on"},
     {ERR_WIA_DEVICE_LOCKED, ExitCode::Busy, "another program is using the device; close it and try again"},
     {ERR_WIA_EXCEPTION_IN_DRIVER, ExitCode::InputOutput, "the device's driver failed"},
     {ERR_WIA_INVALID_DRIVER_RESPONSE, ExitCode::InputOutput, "the device's driver gave a wrong answer"},
