@@ -18,8 +18,7 @@ struct JpegPngCalls {
     decltype(&png::Load) loadPng;
 };
 
-/** The function that the library exports. */
-using JpegPngCallsFunction = const JpegPngCalls* (*)();
+/** The function that the library exports; it answers with a `const JpegPngCalls*`. */
 constexpr const char* kJpegPngCalls = "VornJpegPngCalls";
 
 }  // namespace vorn::fil

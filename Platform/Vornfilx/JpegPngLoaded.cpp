@@ -10,11 +10,8 @@ namespace {
 /** Null when the library is not there. */
 const JpegPngCalls* Library() noexcept
 {
-    static const JpegPngCalls* const calls = [] {
-        const auto get = reinterpret_cast<JpegPngCallsFunction>(LoadFromSibling(
-            reinterpret_cast<const void*>(&Library), "libvornjpegpng.so." VORN_SOVERSION, kJpegPngCalls));
-        return get ? get() : nullptr;
-    }();
+    static const auto* const calls = LoadCalls<JpegPngCalls>(
+        reinterpret_cast<const void*>(&Library), "libvornjpegpng.so." VORN_SOVERSION, kJpegPngCalls);
     return calls;
 }
 

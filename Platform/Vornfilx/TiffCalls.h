@@ -18,8 +18,7 @@ struct Calls {
     decltype(&pdf::WriteFaxData) writeFaxData;
 };
 
-/** The function that the library exports. */
-using CallsFunction = const Calls* (*)();
+/** The function that the library exports; it answers with a `const Calls*`. */
 constexpr const char* kCalls = "VornTiffCalls";
 
 }  // namespace vorn::fil::tiff

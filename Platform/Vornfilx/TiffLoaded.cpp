@@ -10,11 +10,8 @@ namespace {
 /** Null when the library is not there. */
 const tiff::Calls* Library() noexcept
 {
-    static const tiff::Calls* const calls = [] {
-        const auto get = reinterpret_cast<tiff::CallsFunction>(LoadFromSibling(
-            reinterpret_cast<const void*>(&Library), "libvorntiff.so." VORN_SOVERSION, tiff::kCalls));
-        return get ? get() : nullptr;
-    }();
+    static const auto* const calls = LoadCalls<tiff::Calls>(reinterpret_cast<const void*>(&Library),
+                                                            "libvorntiff.so." VORN_SOVERSION, tiff::kCalls);
     return calls;
 }
 

@@ -29,4 +29,12 @@ inline void* LoadFromSibling(const void* inOther, const char* library, const cha
     return loaded ? dlsym(loaded, function) : nullptr;
 }
 
+/** A table of functions, by a function that the other library exports for it; null as above. */
+template <typename Calls>
+const Calls* LoadCalls(const void* inOther, const char* library, const char* function)
+{
+    const auto get = reinterpret_cast<const Calls* (*)()>(LoadFromSibling(inOther, library, function));
+    return get ? get() : nullptr;
+}
+
 }  // namespace vorn

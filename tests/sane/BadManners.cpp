@@ -2,7 +2,7 @@
 // which a device of that name shows once:
 // `start`, `read`: that call waits until it is cancelled; `deaf`: a read waits for longer, cancelled or not;
 // `lost`: after its first lines the device fails whatever it is asked, until it is opened anew; `exited`: until all of
-// SANE is started anew.
+// SANE is started anew; `hasty`: always fails when the last line is asked for before it has come to rest.
 
 #include <algorithm>
 #include <chrono>
@@ -26,6 +26,7 @@ struct Device {
     std::string name;
     bool fails = false;
     int linesRead = 0;
+    std::chrono::steady_clock::time_point lastRead;
     bool cancelled = false;
     std::mutex mutex;
     std::condition_variable changed;
@@ -137,7 +138,12 @@ SANE_Status sane_manners_read(SANE_Handle handle, SANE_Byte* data, SANE_Int capa
     if (device.linesRead == kPage.lines)
         return SANE_STATUS_EOF;
     const int lines = first ? 1 : std::min(kPage.lines - device.linesRead, capacity / kPage.bytes_per_line);
+    const auto now = std::chrono::steady_clock::now();
+    const bool tooSoon = now - device.lastRead < std::chrono::milliseconds{2};
+    device.lastRead = now;
     device.linesRead += lines;
+    if (device.Is("hasty") && device.linesRead == kPage.lines && (lines > 1 || tooSoon))
+        return SANE_STATUS_IO_ERROR;
     *length = lines * kPage.bytes_per_line;
     std::memset(data, 0x55, static_cast<size_t>(*length));
     return SANE_STATUS_GOOD;

@@ -95,6 +95,16 @@ TEST_F(ScannerTest, ADeviceThatKeepsOrLosesACallIsFreeForTheNextScan)
     unsetenv("LD_LIBRARY_PATH");
 }
 
+TEST_F(ScannerTest, TheLastLineIsAskedForOnceTheDeviceHasComeToRest)
+{
+    setenv("LD_LIBRARY_PATH", VORN_BACK_ENDS, 1);
+    for (const uint32_t generation : {1u, 2u}) {
+        Notes notes;
+        EXPECT_EQ(ScannerDesk(generation, false, VORN_TEXT("manners:hasty")).Acquire("", notes), SUCCESS);
+    }
+    unsetenv("LD_LIBRARY_PATH");
+}
+
 /** A process that ends with the object. */
 class Process {
 public:

@@ -101,7 +101,7 @@ private:
         return S_FALSE;
     }
 
-    /** From a thread of its own: of a host that does not answer a cancel takes as long as the read that it is for. */
+    /** From a thread of its own: a host that does not answer keeps the cancel as long as the read. */
     void Interrupt()
     try {
         const NoSignals forTheThread;
