@@ -1,19 +1,21 @@
 # What `cmake --install` lays down: headers, libraries, the tool and its man page, a CMake package (vornwia) and a
-# pkg-config file (vornwia).
+# pkg-config file (vornwia). The target vornwia_product builds all of it.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+
+add_custom_target(vornwia_product)
+
+# vorn_install(TARGETS ARGUMENTS...): install(TARGETS) for a list of targets, which become part of vornwia_product.
+function(vorn_install targets)
+  install(TARGETS ${targets} ${ARGN})
+  add_dependencies(vornwia_product ${targets})
+endfunction()
 
 # Below 1.0 every minor version may break the binary interface.
 set(vorn_libraries vornkrnx vornfilx vornwia)
 if(NOT WIN32)
   list(APPEND vorn_libraries vornplatform)
 endif()
-foreach(library IN LISTS vorn_libraries)
-  if(NOT TARGET ${library})
-    message(STATUS "${library} is not there yet: nothing to install")
-    return()
-  endif()
-endforeach()
 file(RELATIVE_PATH lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 # The build tree is laid out as the installed one. The search path that CMake would write there has empty entries, for
 # which every start looks in the current directory.
@@ -27,7 +29,7 @@ foreach(library IN ITEMS vornjpegpng vornpdf vorntiff vornvideo vornwindow)  # l
     set_target_properties(${library} PROPERTIES
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
       INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
-    install(TARGETS ${library} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
+    vorn_install(${library} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_SKIP)
   endif()
 endforeach()
 set(tool_path "$ORIGIN/${lib_from_bin}" "$ORIGIN/../lib")
@@ -35,17 +37,17 @@ list(REMOVE_DUPLICATES tool_path)
 set_target_properties(vornscan PROPERTIES INSTALL_RPATH "${tool_path}" BUILD_WITH_INSTALL_RPATH ON)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vornwia)
-install(TARGETS ${vorn_libraries} EXPORT vornwia-targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS vorn_headers EXPORT vornwia-targets)
-install(TARGETS vornscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+vorn_install("${vorn_libraries}" EXPORT vornwia-targets
+             LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+             ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+             INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+vorn_install(vorn_headers EXPORT vornwia-targets)
+vorn_install(vornscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 install(FILES Platform/include/Vornkrnx.h Platform/include/Vornfilx.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(TARGET vorn_find_scanners)
-  install(TARGETS vorn_find_scanners RUNTIME DESTINATION ${CMAKE_INSTALL_LIBDIR}/vornwia)
+  vorn_install(vorn_find_scanners RUNTIME DESTINATION ${CMAKE_INSTALL_LIBDIR}/vornwia)
 endif()
 install(FILES docs/vornscan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 

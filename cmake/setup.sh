@@ -39,8 +39,10 @@ missing_packages()
     done
 }
 
+# Installs those of the packages that are `missing`.
 install_packages()
 {
+    missing=
     if ! command -v dpkg-query >/dev/null; then
         say "this is not a Debian system: make sure that it has what these packages bring: $*"
         return
@@ -64,11 +66,12 @@ install_packages()
     } </dev/null >"$log" 2>&1 || fail "installing $missing failed." "$log"
 }
 
-# configure TESTS: makes the build tree unless it is there; TESTS is ON when it must hold the tests.
+# configure TESTS: makes the build tree unless it is there; TESTS is ON when it must hold the tests. What a tree was
+# made without stays out of it: packages that were missing until now take a new one.
 configure()
 {
     cache=$build/CMakeCache.txt
-    if [ -f "$build/build.ninja" ] && grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache" &&
+    if [ -z "$missing" ] && [ -f "$build/build.ninja" ] && grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$cache" &&
         { [ "$1" = OFF ] || grep -qx 'VORN_BUILD_TESTS:BOOL=ON' "$cache"; }; then
         return
     fi
