@@ -225,5 +225,32 @@ TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
     }
 }
 
+TEST_F(ScannerTest, TextOfADeviceNeverReachesATerminalRaw)
+{
+    const std::string folder = "pa\x1B[2Jge\ns\t\xE2\x80\xAE\xC2\x9B";
+    RunTool(Folder(), {"-V"});
+    std::filesystem::create_directory(Folder() / "out" / folder);
+    WriteBytes(SaneFolder() / "dll.aliases", "alias \"Net\x1B]0;x\a\xE2\x80\xAE\xFFwork\" test:0\n");
+    const struct {
+        Arguments arguments;
+        const char* said;  ///< on either output
+    } kCases[] = {{{"-L"}, "Net?]0;x??\xEF\xBF\xBDwork\t"},
+                  {{"-d", "nothing", "-n"}, "\n  Net?]0;x??\xEF\xBF\xBDwork  "},
+                  {{"-n"}, "scanning with "},
+                  {{"-A", "-d", "virtual:scanner", "--virtual-pages", folder}, "pa?[2Jge?s???"},
+                  {{"-d", "virtual:scanner", "--virtual-pages", folder + "x", "-n"}, "no such folder"}};
+    for (const auto& row : kCases) {
+        const ToolResult told = RunTool(Folder(), row.arguments);
+        const std::string all = told.out + told.err;
+        EXPECT_NE(all.find(row.said), std::string::npos) << all;
+        for (const char* raw : {"\x1B", "\a", "\xE2\x80\xAE", "\xC2\x9B", "\xFF"})
+            EXPECT_EQ(all.find(raw), std::string::npos) << row.said;
+    }
+    const std::string json = RunTool(Folder(), {"-L", "--json"}).out;
+    EXPECT_NE(json.find("Net\\u001b]0;x\\u0007\xE2\x80\xAE"), std::string::npos)
+        << "programs get the name as it is";
+    std::filesystem::remove(SaneFolder() / "dll.aliases");
+}
+
 }  // namespace
 }  // namespace vorn::test

@@ -114,12 +114,13 @@ std::string Describe(const std::string& values, const std::string& inForce, bool
 
 void PrintLine(const std::string& name, size_t width, const std::string& description)
 {
-    std::cout << "  " << std::left << std::setw(static_cast<int>(width + 2)) << name << description << "\n";
+    std::cout << "  " << std::left << std::setw(static_cast<int>(width + 2)) << Printable(name)
+              << Printable(description) << "\n";
 }
 
 void PrintItem(const ItemSheet& item)
 {
-    std::cout << "\n" << item.name << "\n";
+    std::cout << "\n" << Printable(item.name) << "\n";
     size_t width = std::string_view{"Transfer formats"}.size();
     for (const PropertyLine& line : item.properties)
         width = std::max(width, line.capability.name.size());
@@ -158,9 +159,9 @@ DataSheet ReadDataSheet(const Session& session, const Device& device, const std:
 
 void Print(const DataSheet& sheet)
 {
-    std::cout << sheet.device.name;
+    std::cout << sheet.device.Shown();
     if (sheet.device.name != sheet.device.id)
-        std::cout << " (" << sheet.device.id << ")";
+        std::cout << " (" << Printable(sheet.device.id) << ")";
     std::cout << ", generation " << sheet.generation << "\n";
     if (!sheet.options.empty())
         std::cout << "\nOptions\n";

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "Text.h"
 #include "Vornfilx.h"
 #include "vornwia.h"
 
@@ -78,7 +79,7 @@ bool ConcernsFile(int32_t status)
 
 void Say(const std::string& message)
 {
-    std::cerr << "vornscan: " << message << "\n";
+    std::cerr << "vornscan: " << Printable(message, Keep::LineBreaks) << "\n";
 }
 
 Failure StatusFailure(const std::string& subject, int32_t status)

@@ -42,7 +42,7 @@ StatusText Describe(int32_t status);
 /** True for a status that tells of the file to be written rather than of the device. */
 bool ConcernsFile(int32_t status);
 
-/** Tells the person at the keyboard something, on standard error. */
+/** Tells the person at the keyboard something, on standard error; what a terminal would act on is replaced. */
 void Say(const std::string& message);
 
 /** The failure for `status` of something done to `subject`, a device or file as the person knows it. */

@@ -56,9 +56,9 @@ Setting Find(const Session& session, const Item& item, const Device& device, con
     for (const Setting& setting : settings) {
         if (SmallLetters(setting.capability.name) == SmallLetters(name))
             return setting;
-        names.append(names.empty() ? "" : ", ").append(setting.capability.name);
+        names.append(names.empty() ? "" : ", ").append(Printable(setting.capability.name));
     }
-    throw Failure{ExitCode::Usage, "--set " + name + ": " + device.name +
+    throw Failure{ExitCode::Usage, "--set " + name + ": " + device.Shown() +
                                        " has nothing of that name that can be set now; it has " + names};
 }
 
@@ -109,11 +109,11 @@ void Apply(const Session& session, const Item& item, const Device& device, const
     if (Set(setting, typed) == SUCCESS)
         return;
     const Unit unit = OwnUnit(setting.capability.id);
-    const std::string choices = InWords(setting.capability.values, unit);
+    const std::string choices = Printable(InWords(setting.capability.values, unit));
     throw Failure{ExitCode::Usage,
-                  device.name + " does not take --set " + option +
+                  device.Shown() + " does not take --set " + option +
                       (choices.empty() ? "; choose another value" : "; it takes " + choices) + " and is at " +
-                      InWords(ReadValue(setting.holder, setting.capability), unit)};
+                      Printable(InWords(ReadValue(setting.holder, setting.capability), unit))};
 }
 
 }  // namespace

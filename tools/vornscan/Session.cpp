@@ -64,7 +64,7 @@ std::string Lines(const std::vector<Device>& devices)
 {
     std::string lines;
     for (const Device& device : devices)
-        lines += "\n  " + device.id + "  " + device.name;
+        lines += "\n  " + Printable(device.id) + "  " + device.Shown();
     return lines;
 }
 
@@ -224,7 +224,7 @@ void Session::Select(const Device& device)
     const int32_t status = Vorn_WiaSelectDevice(session_, ToWide(device.id).c_str());
     if (status == SUCCESS)
         return;
-    const Failure failure = StatusFailure("cannot open " + device.name, status);
+    const Failure failure = StatusFailure("cannot open " + device.Shown(), status);
     throw Failure{failure.Code() == ExitCode::Busy ? ExitCode::Busy : ExitCode::Usage, failure.what()};
 }
 

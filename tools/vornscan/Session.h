@@ -7,14 +7,19 @@
 #include <string>
 #include <vector>
 
+#include "Text.h"
 #include "vornwia.h"
 
 namespace vornscan {
 
+/** What the device, or whoever is in its place on the network, says of itself. */
 struct Device {
     std::string id;
     std::string name;
     std::string description;
+
+    /** The name as it may be shown. */
+    std::string Shown() const { return Printable(name); }
 };
 
 /** An item of the open device, owned or lent; must not outlive its session. */

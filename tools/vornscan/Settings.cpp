@@ -97,9 +97,9 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
     const Item root = session.Root();
     if (!root.HasText(kVirtualPagesFolder))
         throw Failure{ExitCode::Usage,
-                      device.name + " takes no --virtual-pages: only a virtual scanner does"};
+                      device.Shown() + " takes no --virtual-pages: only a virtual scanner does"};
     if (root.SetText(kVirtualPagesFolder, folder) != SUCCESS)
-        throw Failure{ExitCode::Usage, setting + ": " + device.name + " cannot look into the folder"};
+        throw Failure{ExitCode::Usage, setting + ": " + device.Shown() + " cannot look into the folder"};
 }
 
 Item PrepareScanner(const Session& session, const Device& device, const Options& options)
@@ -144,11 +144,11 @@ bool PrepareCamera(const Session& session, const Device& device, const Options& 
                    const Destination& destination)
 {
     if (HasScannerSettings(options))
-        throw Failure{ExitCode::Usage, device.name +
+        throw Failure{ExitCode::Usage, device.Shown() +
                                            " is not a scanner: leave out --source, --mode, "
                                            "--resolution, --pages and what else sets a scanner"};
     if (session.Generation() == 2 && NeedsBitmaps(options, destination))
-        throw Failure{ExitCode::Usage, device.name +
+        throw Failure{ExitCode::Usage, device.Shown() +
                                            " writes its files itself in generation 2; use --wia 1 for " +
                                            (options.memory ? "--memory" : destination.fileName)};
     if (session.Generation() == 2)

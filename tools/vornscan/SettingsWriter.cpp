@@ -59,7 +59,7 @@ void SettingsWriter::Write()
     if (failure_)
         throw *failure_;
     if (status != SUCCESS)
-        throw StatusFailure(device_.name + ", writing its settings", status);
+        throw StatusFailure(device_.Shown() + ", writing its settings", status);
     for (const Wish& wish : wishes_)
         CheckInForce(wish);
 }
@@ -81,7 +81,7 @@ int32_t SettingsWriter::Hear(uint32_t property, int32_t status, void* value)
 int32_t SettingsWriter::Refuse(Wish& wish, int32_t status, int32_t& value)
 {
     if (!IsRefusal(status))
-        throw StatusFailure(device_.name + ", setting " + wish.option, status);
+        throw StatusFailure(device_.Shown() + ", setting " + wish.option, status);
     const Item holder = Holder(wish.property);
     const std::optional<Capability> capability = FindCapability(session_, holder, wish.property);
     const ValidValues valid = capability ? capability->values : ValidValues{};
@@ -100,7 +100,7 @@ int32_t SettingsWriter::Refuse(Wish& wish, int32_t status, int32_t& value)
     const std::string choices = InWords(valid, wish.unit);
     const std::optional<int32_t> inForce = holder.Long(wish.property);
     throw Failure{ExitCode::Usage,
-                  device_.name + " does not take " + wish.option +
+                  device_.Shown() + " does not take " + wish.option +
                       (choices.empty() ? "; choose another value" : "; it takes " + choices) +
                       (inForce ? " and is at " + InWords(*inForce, wish.unit) : "") +
                       (nearest ? " (--nearest takes the nearest)" : "")};
@@ -109,11 +109,12 @@ int32_t SettingsWriter::Refuse(Wish& wish, int32_t status, int32_t& value)
 void SettingsWriter::RefuseFormat(int32_t status) const
 {
     if (!IsRefusal(status))
-        throw StatusFailure(device_.name + ", setting " + formatOption_, status);
+        throw StatusFailure(device_.Shown() + ", setting " + formatOption_, status);
     const std::optional<Capability> capability = FindCapability(session_, item_, kFormat);
-    throw Failure{ExitCode::Usage,
-                  device_.name + " does not take " + formatOption_ +
-                      (capability ? "; it takes " + InWords(capability->values, Unit{}) : std::string{})};
+    throw Failure{
+        ExitCode::Usage,
+        device_.Shown() + " does not take " + formatOption_ +
+            (capability ? "; it takes " + Printable(InWords(capability->values, Unit{})) : std::string{})};
 }
 
 void SettingsWriter::CheckInForce(const Wish& wish)
@@ -122,11 +123,11 @@ void SettingsWriter::CheckInForce(const Wish& wish)
     if ((inForce && IsNear(*inForce, wish.value, wish.tolerance)) || wish.ifRefused == IfRefused::TakeNear)
         return;
     if (!inForce)
-        throw Failure{ExitCode::Usage, device_.name + " has no such setting: " + wish.option};
+        throw Failure{ExitCode::Usage, device_.Shown() + " has no such setting: " + wish.option};
     if (!wish.written)
-        throw Failure{ExitCode::Usage, device_.name + " is always at " + InWords(*inForce, wish.unit) +
+        throw Failure{ExitCode::Usage, device_.Shown() + " is always at " + InWords(*inForce, wish.unit) +
                                            ": leave out " + wish.option};
-    Tell(wish.option + ": " + device_.name + " made it " + InWords(*inForce, wish.unit));
+    Tell(wish.option + ": " + device_.Shown() + " made it " + InWords(*inForce, wish.unit));
 }
 
 void SettingsWriter::Tell(const std::string& what)

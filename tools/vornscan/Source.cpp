@@ -105,11 +105,11 @@ Item ChooseSource(const Session& session, const Device& device, std::optional<So
     if (status == SUCCESS)
         return *item;
     if (status != ERR_INVALID_ARGUMENT && status != ERR_ACCESS_DENIED && status != RESULT_FALSE)
-        throw StatusFailure(device.name + ", setting --source " + Name(*source), status);
+        throw StatusFailure(device.Shown() + ", setting --source " + Name(*source), status);
     std::string choices;
     for (const Source known : Sources(session))
         choices.append(choices.empty() ? "; it takes " : "|").append(Name(known));
-    throw Failure{ExitCode::Usage, device.name + " does not take --source " + Name(*source) + choices};
+    throw Failure{ExitCode::Usage, device.Shown() + " does not take --source " + Name(*source) + choices};
 }
 
 }  // namespace vornscan

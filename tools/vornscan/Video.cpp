@@ -39,7 +39,7 @@ Device OpenVideoDevice(Session& session, const std::optional<std::string>& wante
         Device device = session.Open(wanted);
         if (!IsVideoDevice(session))
             throw Failure{ExitCode::Usage,
-                          device.name + ": this device has no live video; vornscan -L lists the devices"};
+                          device.Shown() + ": this device has no live video; vornscan -L lists the devices"};
         return device;
     }
     for (const Device& device : session.Devices()) {
@@ -100,7 +100,7 @@ public:
         : session_{session.Handle()}, device_{device}
     {
         if (const int32_t status = Vorn_WiaStartVideoPreview(session_, window, 1); status != SUCCESS)
-            throw PreviewFailure(device.name, status);
+            throw PreviewFailure(device.Shown(), status);
     }
     Preview(const Preview&) = delete;
     Preview& operator=(const Preview&) = delete;
@@ -114,7 +114,7 @@ public:
         WCHAR name[VORNWIA_NAME_CHARS] = {};
         uint64_t size = VORNWIA_NAME_CHARS;
         if (const int32_t status = Vorn_WiaAcquireImageFromVideo(session_, name, &size); status != SUCCESS)
-            throw PreviewFailure("taking a picture with " + device_.name, status);
+            throw PreviewFailure("taking a picture with " + device_.Shown(), status);
         return name;
     }
 
@@ -205,13 +205,13 @@ void ShowVideo(const Options& options)
         CheckPictureFile(options);
     Session session{kGeneration};
     const Device device = OpenVideoDevice(session, options.device);
-    const std::unique_ptr<VideoWindow> window = VideoWindow::Open(device.name);
+    const std::unique_ptr<VideoWindow> window = VideoWindow::Open(device.Shown());
     if (!window && !options.picture)
         throw Failure{ExitCode::Usage,
                       "there is no display to show the video on; take a picture of it with "
                       "--picture FILE"};
     if (window)
-        std::cerr << "vornscan: showing " << device.name << "; space takes a picture, q ends\n";
+        std::cerr << "vornscan: showing " << device.Shown() << "; space takes a picture, q ends\n";
 
     const Preview preview{session, device, window ? window->Handle() : nullptr};
     std::optional<Clock::time_point> end;

@@ -27,7 +27,8 @@ void ListDevices(Session& session, bool json)
     if (json)
         return PrintJson(devices);
     for (const Device& device : devices)
-        std::cout << device.id << "\t" << device.name << "\t" << device.description << "\n";
+        std::cout << Printable(device.id) << "\t" << device.Shown() << "\t" << Printable(device.description)
+                  << "\n";
 }
 
 /** Says so when the pages are not in the file that the person named. */
@@ -70,11 +71,12 @@ std::optional<Failure> Judge(const Outcome& outcome, const Options& options, con
         return Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
     const bool ended = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
     if (!ended || (got == 0 && outcome.status != SUCCESS))
-        return StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.name, outcome.status);
+        return StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.Shown(),
+                             outcome.status);
     if (got == 0)
-        return Failure{ExitCode::NoDocuments, device.name + ": there was nothing to acquire"};
+        return Failure{ExitCode::NoDocuments, device.Shown() + ": there was nothing to acquire"};
     if (got < wanted)
-        return Failure{ExitCode::NoDocuments, device.name + ": the feeder is empty after " +
+        return Failure{ExitCode::NoDocuments, device.Shown() + ": the feeder is empty after " +
                                                   std::to_string(got) + " of " + Pages(wanted) +
                                                   "; put more paper in"};
     return std::nullopt;
@@ -99,7 +101,7 @@ Ready Prepare(Session& session, const Options& options)
         CheckDestination(options);
     Ready ready{session.Open(options.device), {}, {}};
     if (!options.device && !options.allOptions)
-        Say("scanning with " + ready.device.name);
+        Say("scanning with " + ready.device.Shown());
     if (options.virtualPages)
         SetVirtualPages(session, ready.device, *options.virtualPages);
     if (session.IsScanner())
