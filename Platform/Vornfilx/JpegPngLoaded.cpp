@@ -10,9 +10,10 @@ namespace {
 /** Null when the library is not there. */
 const JpegPngCalls* Library() noexcept
 {
-    static const auto* const calls = LoadCalls<JpegPngCalls>(
-        reinterpret_cast<const void*>(&Library), "libvornjpegpng.so." VORN_SOVERSION, kJpegPngCalls);
-    return calls;
+    static constinit SiblingFunction<const JpegPngCalls*()> calls{"libvornjpegpng.so." VORN_SOVERSION,
+                                                                  kJpegPngCalls};
+    const auto get = calls.In(reinterpret_cast<const void*>(&Library));
+    return get ? get() : nullptr;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <type_traits>
 
 #include "Sibling.h"
 
@@ -10,8 +11,9 @@ namespace {
 
 int32_t Read(ByteSource& source, Before* before, uint32_t page, PageArea& area)
 {
-    static const auto read = reinterpret_cast<ReadForeignFunction>(
-        LoadFromSibling(reinterpret_cast<const void*>(&Read), "libvornpdf.so." VORN_SOVERSION, kReadForeign));
+    static constinit SiblingFunction<std::remove_pointer_t<ReadForeignFunction>> function{
+        "libvornpdf.so." VORN_SOVERSION, kReadForeign};
+    const ReadForeignFunction read = function.In(reinterpret_cast<const void*>(&Read));
     return read ? read(source, before, page, area) : FIL_ERR_UNSUPPORTED;
 }
 

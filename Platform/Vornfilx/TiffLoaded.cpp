@@ -10,9 +10,10 @@ namespace {
 /** Null when the library is not there. */
 const tiff::Calls* Library() noexcept
 {
-    static const auto* const calls = LoadCalls<tiff::Calls>(reinterpret_cast<const void*>(&Library),
-                                                            "libvorntiff.so." VORN_SOVERSION, tiff::kCalls);
-    return calls;
+    static constinit SiblingFunction<const tiff::Calls*()> calls{"libvorntiff.so." VORN_SOVERSION,
+                                                                 tiff::kCalls};
+    const auto get = calls.In(reinterpret_cast<const void*>(&Library));
+    return get ? get() : nullptr;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "wia/model/FolderEntries.h"
 #include "wia/virtual/VideoDevice.h"
 
 namespace vorn::video {
@@ -38,10 +39,9 @@ std::optional<std::string> CaptureCard(const fs::path& node)
 fs::path LastingName(const fs::path& node)
 {
     std::error_code error;
-    for (const auto& link : fs::directory_iterator{"/dev/v4l/by-id", error}) {
-        if (fs::equivalent(link.path(), node, error))
-            return link.path();
-    }
+    for (const fs::path& link : wia::FolderEntries("/dev/v4l/by-id"))
+        if (fs::equivalent(link, node, error))
+            return link;
     return node;
 }
 
@@ -49,8 +49,8 @@ std::vector<fs::path> VideoNodes()
 {
     std::vector<fs::path> nodes;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator{"/sys/class/video4linux", error})
-        if (const fs::path node = "/dev" / entry.path().filename(); fs::exists(node, error))
+    for (const fs::path& entry : wia::FolderEntries("/sys/class/video4linux"))
+        if (const fs::path node = "/dev" / entry.filename(); fs::exists(node, error))
             nodes.push_back(node);
     std::ranges::sort(nodes);
     return nodes;

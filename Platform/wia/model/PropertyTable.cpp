@@ -110,8 +110,8 @@ void PropertyTable::SetRange(PROPID id, LONG minimum, LONG nominal, LONG maximum
     if (!property || property->Type() != VT_I4)
         return;
     maximum = std::max(minimum, maximum);
-    property->value = Value::I4(std::clamp(property->value.Long(), minimum, maximum));
     property->valid = RangeValues(minimum, std::clamp(nominal, minimum, maximum), maximum, 1);
+    property->value = Value::I4(std::clamp(property->value.Long(), minimum, maximum));
 }
 
 void PropertyTable::SetList(PROPID id, const std::vector<LONG>& values) const
@@ -119,9 +119,9 @@ void PropertyTable::SetList(PROPID id, const std::vector<LONG>& values) const
     Property* property = Find(id);
     if (!property || property->Type() != VT_I4 || !(property->access & WIA_PROP_LIST) || values.empty())
         return;
+    property->valid = ListValues(values.front(), values);
     if (std::find(values.begin(), values.end(), property->value.Long()) == values.end())
         property->value = Value::I4(values.front());
-    property->valid = ListValues(values.front(), values);
 }
 
 HRESULT PropertyTable::WriteOne(const PROPSPEC& propSpec, const PROPVARIANT& value,
@@ -149,13 +149,11 @@ HRESULT PropertyTable::WriteOne(const PROPSPEC& propSpec, const PROPVARIANT& val
 HRESULT PropertyTable::Write(ULONG count, const PROPSPEC* specs, const PROPVARIANT* values)
 {
     // Values already written bear on the valid values of later ones, so each is put in force before the
-    // next is looked at, and all go back when one is refused.
+    // next is looked at, and all go back when one is refused, or an allocation fails among those that follow it.
     std::vector<Property> before;
-    if (count > 1) {
-        before.reserve(properties_.size());
-        for (const PropertyPtr& property : properties_)
-            before.push_back(*property);
-    }
+    before.reserve(properties_.size());
+    for (const PropertyPtr& property : properties_)
+        before.push_back(*property);
     const auto restore = [&]() noexcept {
         for (size_t i = 0; i < before.size(); ++i)
             std::swap(*properties_[i], before[i]);
@@ -169,15 +167,15 @@ HRESULT PropertyTable::Write(ULONG count, const PROPSPEC* specs, const PROPVARIA
                 return result;
             }
         }
+        for (const Property* property : written) {
+            if (property->applied)
+                property->applied(property->value);
+            if (written_)
+                written_(property->id);
+        }
     } catch (...) {
         restore();
         throw;
-    }
-    for (const Property* property : written) {
-        if (property->applied)
-            property->applied(property->value);
-        if (written_)
-            written_(property->id);
     }
     return S_OK;
 }

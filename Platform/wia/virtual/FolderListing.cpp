@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "../model/FolderEntries.h"
 #include "Vornfilx.h"
 
 namespace vorn::wia {
@@ -71,12 +72,10 @@ bool NaturallyBefore(WStringView left, WStringView right) noexcept
 std::vector<WString> ListImages(const WCHAR* folder)
 {
     std::vector<WString> files;
-    std::error_code error;
-    std::filesystem::directory_iterator entry{std::filesystem::path{folder}, error};
-    for (; !error && entry != std::filesystem::directory_iterator{}; entry.increment(error)) {
+    for (const std::filesystem::path& entry : FolderEntries(folder)) {
         std::error_code gone;
         WString name;
-        if (entry->is_regular_file(gone) && WideName(entry->path(), name) &&
+        if (std::filesystem::is_regular_file(entry, gone) && WideName(entry, name) &&
             FilFormatFromName(name.c_str()) != FIL_FORMAT_UNKNOWN)
             files.push_back(std::move(name));
     }

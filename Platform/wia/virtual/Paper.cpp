@@ -12,6 +12,12 @@ namespace {
 
 constexpr double kSheetWidthInches = 8.5;
 
+/** A folder that cannot be opened has no paper, unless memory is short. */
+HRESULT PaperError(HRESULT opened) noexcept
+{
+    return opened == E_OUTOFMEMORY ? E_OUTOFMEMORY : WIA_ERROR_PAPER_EMPTY;
+}
+
 }  // namespace
 
 class Paper::GlassSource final : public PageSource {
@@ -56,16 +62,14 @@ void Paper::SetSheets(LONG sheets) noexcept
     backPending_ = false;
 }
 
-PageSource* Paper::FeederImages() noexcept
+HRESULT Paper::FillFeeder() noexcept
 {
-    if (!feederImages_)
-        ImageFolder::Open(folder_.c_str(), kSheetWidthInches, feederImages_);
-    return feederImages_.get();
+    return feederImages_ ? S_OK : ImageFolder::Open(folder_.c_str(), kSheetWidthInches, feederImages_);
 }
 
 bool Paper::IsLoaded() noexcept
 {
-    return folder_.empty() ? sheets_ > 0 : FeederImages() && FeederImages()->HasPage();
+    return folder_.empty() ? sheets_ > 0 : FillFeeder() == S_OK && feederImages_->HasPage();
 }
 
 HRESULT Paper::CheckFolder(WStringView folder)
@@ -88,7 +92,7 @@ void Paper::UseFolder(WStringView folder)
         return;
     // A folder without pictures, or gone since it was checked, leaves the feeder empty.
     ImageFolder::Open(folder_.c_str(), kSheetWidthInches, glassImages_);
-    FeederImages();
+    FillFeeder();
 }
 
 HRESULT Paper::Take(PageSource* images, const PageRequest& request, std::unique_ptr<Page>& page) const
@@ -108,16 +112,19 @@ HRESULT Paper::NextOnGlass(const PageRequest& request, std::unique_ptr<Page>& pa
 {
     if (!folder_.empty() && !(glassImages_ && glassImages_->HasPage())) {
         // After the last picture the first one is laid onto the glass again.
-        if (FAILED(ImageFolder::Open(folder_.c_str(), kSheetWidthInches, glassImages_)))
-            return WIA_ERROR_PAPER_EMPTY;
+        const HRESULT opened = ImageFolder::Open(folder_.c_str(), kSheetWidthInches, glassImages_);
+        if (FAILED(opened))
+            return PaperError(opened);
     }
     return Take(glassImages_.get(), request, page);
 }
 
 HRESULT Paper::NextInFeeder(const PageRequest& request, std::unique_ptr<Page>& page)
 {
-    if (!folder_.empty())
-        return FeederImages() ? Take(FeederImages(), request, page) : WIA_ERROR_PAPER_EMPTY;
+    if (!folder_.empty()) {
+        const HRESULT filled = FillFeeder();
+        return filled == S_OK ? Take(feederImages_.get(), request, page) : PaperError(filled);
+    }
     const bool sameSheet = request.backSide && backPending_;
     if (!sameSheet && sheets_ <= 0)
         return WIA_ERROR_PAPER_EMPTY;

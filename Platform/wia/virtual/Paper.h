@@ -39,8 +39,8 @@ private:
     class GlassSource;
     class FeederSource;
 
-    /** Null as long as the folder is empty: a file put into it is paper put into the feeder. */
-    PageSource* FeederImages() noexcept;
+    /** Fails as long as the folder is empty: a file put into it is paper put into the feeder. */
+    HRESULT FillFeeder() noexcept;
     HRESULT NextOnGlass(const PageRequest& request, std::unique_ptr<Page>& page);
     HRESULT NextInFeeder(const PageRequest& request, std::unique_ptr<Page>& page);
     /** The chart, or the images that `images` holds. */

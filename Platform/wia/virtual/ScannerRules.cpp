@@ -103,7 +103,7 @@ constexpr DataType kDataTypes[] = {
 };
 
 /** Puts the data type in force whose `field` has that value; it is what the depth can be chosen from. */
-void UseDataType(PropertyTable& table, LONG DataType::*field, LONG value) noexcept
+void UseDataType(PropertyTable& table, LONG DataType::*field, LONG value)
 {
     for (const DataType& row : kDataTypes) {
         if (row.*field != value)
