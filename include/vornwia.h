@@ -112,7 +112,10 @@ typedef int32_t (*EnumDevicesCallback)(WiaSession* session, const WiaDeviceInfo*
  * @param userData  handed to the callback
  * @return SUCCESS, also when the callback stopped with 0 or above, or when a device's properties could not be
  *         read, which ends the list; ERR_WIA_NO_DEVICE_AVAILABLE when there is no device;
- *         ERR_INVALID_ARGUMENT for a null session or callback; ERR_ABORTED; a mapped platform error
+ *         ERR_INVALID_ARGUMENT for a null session or callback; ERR_ABORTED; a mapped platform error. On Linux, when
+ *         the search for scanners is incomplete, the devices found come first, and then
+ *         ERR_WIA_EXCEPTION_IN_DRIVER (it crashed or failed), ERR_WIA_GENERAL_ERROR (it could not be started) or
+ *         ERR_WIA_DEVICE_COMMUNICATION (it did not end in time)
  */
 VORNWIA_API int32_t Vorn_WiaEnumDevices(WiaSession* session, EnumDevicesCallback callback, void* userData);
 

@@ -21,7 +21,7 @@ std::string Narrow(WStringView text)
 template <typename Predicate>
 DevicePtr FindDevice(Predicate fits)
 {
-    for (const DevicePtr& device : wia::Service::Instance().Devices()) {
+    for (const DevicePtr& device : wia::Service::Instance().DevicesAtHand()) {
         if (device->Type() == StiDeviceTypeStreamingVideo && fits(*device))
             return device;
     }

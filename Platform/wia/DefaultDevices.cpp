@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <string_view>
+
 #include "Service.h"
 #include "virtual/DeviceBuilder.h"
 #ifndef _WIN32
@@ -6,15 +9,27 @@
 
 namespace vorn::wia {
 
-std::vector<DevicePtr> DefaultDevices()
+const std::vector<DevicePtr>& VirtualDevices()
 {
-    std::vector<DevicePtr> devices;
-#ifndef _WIN32
-    devices = video::Cameras();
-#endif
-    devices.insert(devices.end(), {VirtualScanner().Build(), VirtualCompactScanner().Build(),
-                                   VirtualCamera().Build(), VirtualVideo().Build()});
+    static const std::vector<DevicePtr> devices{VirtualScanner().Build(), VirtualCompactScanner().Build(),
+                                                VirtualCamera().Build(), VirtualVideo().Build()};
     return devices;
+}
+
+DeviceList DefaultDevices()
+{
+#ifdef _WIN32
+    return {VirtualDevices()};  // a program that announces this service asks for them
+#else
+    const char* const value = std::getenv("VORNWIA_VIRTUAL_DEVICES");
+    const std::string_view asked{value ? value : ""};
+    if (asked == "only")
+        return {VirtualDevices()};
+    DeviceList list{video::Cameras(), true};
+    if (asked == "1")
+        list.devices.insert(list.devices.end(), VirtualDevices().begin(), VirtualDevices().end());
+    return list;
+#endif
 }
 
 }  // namespace vorn::wia

@@ -4,7 +4,7 @@
 
 namespace vorn::wia {
 
-std::vector<DevicePtr> RealDevices()
+FoundDevices RealDevices()
 {
     return {};
 }

@@ -10,8 +10,19 @@
 
 namespace vorn::wia {
 
+/** What a search found. */
+struct FoundDevices {
+    std::vector<DevicePtr> devices;
+    /**
+     * `S_OK`, or why there may be more: `WIA_ERROR_GENERAL_ERROR` when the search could not be started,
+     * `WIA_ERROR_EXCEPTION_IN_DRIVER` when it crashed or failed, `WIA_ERROR_DEVICE_COMMUNICATION` when not even the
+     * search of this machine alone ended in time.
+     */
+    HRESULT failure = S_OK;
+};
+
 /** Looks for them, for a bounded time: what was found until then is what there is. */
-std::vector<DevicePtr> RealDevices();
+FoundDevices RealDevices();
 
 /**
  * The device that can be opened by this id at once, without the search, which takes seconds. It is open until its first

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "RealDevices.h"
-
 namespace vorn::wia {
 
 namespace {
@@ -18,7 +16,7 @@ DevicePtr WithId(const std::vector<DevicePtr>& devices, WStringView id) noexcept
 
 }  // namespace
 
-Service::Service() : devices_{DefaultDevices(), true}, dialogs_{MakeDefaultDialogs()} {}
+Service::Service() : devices_{DefaultDevices()}, dialogs_{MakeDefaultDialogs()} {}
 
 Service& Service::Instance()
 {
@@ -26,23 +24,30 @@ Service& Service::Instance()
     return service;
 }
 
-std::vector<DevicePtr> Service::FindReal()
+FoundDevices Service::FindReal()
 {
-    std::vector<DevicePtr> found = RealDevices();  // takes its time: not under the lock
+    FoundDevices found = RealDevices();  // takes its time: not under the lock
     const std::lock_guard lock{mutex_};
-    return found_ = std::move(found);
+    found_ = found.devices;
+    return found;
 }
 
-std::vector<DevicePtr> Service::Devices()
+FoundDevices Service::Devices()
 {
     std::unique_lock lock{mutex_};
-    std::vector<DevicePtr> devices = devices_.devices;
-    const bool real = devices_.real;
+    const DeviceList list = devices_;
     lock.unlock();
-    if (real) {
-        const std::vector<DevicePtr> found = FindReal();
-        devices.insert(devices.begin(), found.begin(), found.end());
-    }
+    FoundDevices found = list.real ? FindReal() : FoundDevices{};
+    found.devices.insert(found.devices.end(), list.devices.begin(), list.devices.end());
+    return found;
+}
+
+std::vector<DevicePtr> Service::DevicesAtHand()
+{
+    const std::lock_guard lock{mutex_};
+    std::vector<DevicePtr> devices = devices_.devices;
+    if (devices_.real)
+        devices.insert(devices.end(), VirtualDevices().begin(), VirtualDevices().end());
     return devices;
 }
 
@@ -50,8 +55,8 @@ DevicePtr Service::Find(WStringView id)
 {
     if (id.empty())
         return nullptr;
+    DevicePtr device = WithId(DevicesAtHand(), id);
     std::unique_lock lock{mutex_};
-    DevicePtr device = WithId(devices_.devices, id);
     if (device || !devices_.real)
         return device;
     const std::vector<DevicePtr> before = found_;
@@ -59,7 +64,7 @@ DevicePtr Service::Find(WStringView id)
     device = WithId(before, id);
     if (!device)
         device = DeviceAtHand(id);
-    return device ? device : RealDevice(id, before, FindReal());
+    return device ? device : RealDevice(id, before, FindReal().devices);
 }
 
 DeviceList Service::SetDevices(DeviceList devices)

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Export.h"
+#include "RealDevices.h"
 #include "dialogs/DialogProvider.h"
 #include "model/Device.h"
 
@@ -35,7 +36,10 @@ public:
 
     /** The devices in the order in which they are listed; looks for real ones each time. At first those of
      * DefaultDevices after the real ones. */
-    std::vector<DevicePtr> Devices();
+    FoundDevices Devices();
+    /** The devices that need no search: those of the list, and the virtual ones, listed or not, unless the list was
+     * replaced. */
+    std::vector<DevicePtr> DevicesAtHand();
     /** The device of that id; null when there is none. Looks for real ones only when none is known by that id. */
     DevicePtr Find(WStringView id);
     /** Replaces the list; the old one is returned. */
@@ -55,7 +59,7 @@ private:
     Service();
 
     std::mutex mutex_;
-    std::vector<DevicePtr> FindReal();
+    FoundDevices FindReal();
 
     DeviceList devices_;
     std::vector<DevicePtr> found_;  ///< the real devices when they were last looked for
@@ -63,8 +67,14 @@ private:
     int hidden1_ = 0, hidden2_ = 0;
 };
 
-/** The devices that are there without anybody's doing. */
-std::vector<DevicePtr> DefaultDevices();
+/** The virtual devices: always the same ones. Their ids begin with `virtual:`. */
+const std::vector<DevicePtr>& VirtualDevices();
+
+/**
+ * The list that a process begins with: what this machine has. On Linux the environment variable
+ * VORNWIA_VIRTUAL_DEVICES adds the virtual devices (`1`) or lists no others (`only`).
+ */
+DeviceList DefaultDevices();
 
 /**
  * Announces the two device managers with CoRegisterClassObject, as a host does where they are not built in.

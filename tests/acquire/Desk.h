@@ -87,7 +87,7 @@ public:
     WiaItemHandle Child(WStringView name);
 
     /** The device's failures to come, counted from now. */
-    FaultPlan& Faults() const { return *Service::Instance().Devices().front()->Definition().faults; }
+    FaultPlan& Faults() const { return *Service::Instance().DevicesAtHand().front()->Definition().faults; }
 
     void Set(WiaItemHandle target, PROPID id, LONG value);
     LONG Get(WiaItemHandle target, PROPID id);

@@ -32,6 +32,7 @@ if(sanitize)
 endif()
 run(${CMAKE_COMMAND} -S . -B . -G Ninja -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_C_FLAGS=${sanitizers})
 run(${CMAKE_COMMAND} --build .)
+set(ENV{VORNWIA_VIRTUAL_DEVICES} only)
 run(./example)
 expect_file(${consumer}/page.bmp)
 
@@ -45,7 +46,7 @@ run(examples/vornwia_scan scanned.bmp)
 expect_file(${consumer}/scanned.bmp)
 
 # The installed tool finds its libraries.
-run(${prefix}/bin/vornscan -o tool.bmp)
+run(${prefix}/bin/vornscan --virtual -o tool.bmp)
 expect_file(${consumer}/tool.bmp)
 expect_file(${prefix}/share/man/man1/vornscan.1)
 

@@ -167,7 +167,7 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
     ScannerDesk desk{2, false};
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2}) << "what has an id needs no search";
     begin = Clock::now();
-    const auto found = wia::FindScanners(std::chrono::seconds{2});
+    const auto found = wia::FindScanners(std::chrono::seconds{2}).scanners;
     WriteBytes(SaneFolder() / "net.conf", "");
     EXPECT_EQ(desk.RootText(WIA_DIP_DEV_NAME), "Noname frontend-tester");
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{8});
@@ -210,7 +210,7 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
     bool listed = false;
     for (int i = 0; i < 50 && !listed; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds{100});
-        for (const auto& scanner : wia::FindScanners(std::chrono::seconds{5}))
+        for (const auto& scanner : wia::FindScanners(std::chrono::seconds{5}).scanners)
             listed = listed || scanner.name == "net:127.0.0.1:test:0";
     }
     ASSERT_TRUE(listed);

@@ -36,6 +36,8 @@ int main(int argc, char** argv)
 #ifdef __linux__
     // The machine's own scanners are none of a test's business; tests of real scanners bring their own.
     setenv("SANE_CONFIG_DIR", "/nonexistent", 1);
+    unsetenv("SANE_DEFAULT_DEVICE");
+    setenv("VORNWIA_VIRTUAL_DEVICES", "1", 1);
 #endif
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new LeakCheck);

@@ -46,6 +46,37 @@ TEST_F(Tool, MultiPageFileGrowsByAppending)
         }
 }
 
+TEST_F(Tool, VirtualDevicesAreThereForThoseWhoAskForThem)
+{
+    unsetenv("VORNWIA_VIRTUAL_DEVICES");
+    struct Case {
+        const char* fault;
+        Arguments arguments;
+        int exitCode;
+        const char* said;
+        Names files;
+    };
+    const Case cases[] = {
+        {"a script without a scanner files test charts", {"-o", "page.tif"}, 1, "vornscan --virtual", {}},
+        {"an id in full does not open", {"-d", "virtual:scanner", "-o", "page.tif"}, 0, "", {"page.tif"}},
+        {"the option brings none",
+         {"--virtual", "-o", "page.tif"},
+         0,
+         "scanning with Virtual Flatbed and Feeder Scanner (virtual:scanner)\n",
+         {"page.tif"}},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.fault);
+        const ToolResult result = Run(row.arguments + Arguments{"--dpi", "75"});
+        EXPECT_EQ(row.exitCode, result.exitCode);
+        EXPECT_NE(std::string::npos, result.err.find(row.said)) << result.err;
+        EXPECT_EQ(row.files, Files());
+        fs::remove(Out() / "page.tif");
+    }
+    EXPECT_EQ(std::string::npos, Run({"-L"}).out.find("virtual:"));
+    setenv("VORNWIA_VIRTUAL_DEVICES", "1", 1);
+}
+
 struct RefusalCase {
     const char* fault;
     Arguments arguments;

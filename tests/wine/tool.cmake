@@ -8,8 +8,6 @@ if(NOT EXISTS ${host})
 endif()
 file(REMOVE_RECURSE ${work})
 file(MAKE_DIRECTORY ${work}/here ${work}/there)
-file(TOUCH ${work}/dll.conf)
-set(ENV{SANE_CONFIG_DIR} ${work})  # no scanners of this machine, and no search for them
 
 # Sets PAGES to a line for each page of a file; %# is the sum over its pixels.
 function(describe file pages)
@@ -20,7 +18,7 @@ endfunction()
 
 # run_both(ARGUMENTS...): both must end well. What they print goes to files: Wine's own processes would keep pipes open.
 function(run_both)
-  execute_process(COMMAND ${host} ${ARGN} WORKING_DIRECTORY ${work}/here
+  execute_process(COMMAND ${host} --virtual ${ARGN} WORKING_DIRECTORY ${work}/here
                   RESULT_VARIABLE here OUTPUT_FILE ${work}/here.out ERROR_FILE ${work}/here.err)
   execute_process(COMMAND ${emulator} ${tool} --virtual ${ARGN} WORKING_DIRECTORY ${work}/there
                   RESULT_VARIABLE there OUTPUT_FILE ${work}/there.out ERROR_FILE ${work}/there.err)

@@ -159,10 +159,7 @@ DataSheet ReadDataSheet(const Session& session, const Device& device, const std:
 
 void Print(const DataSheet& sheet)
 {
-    std::cout << sheet.device.Shown();
-    if (sheet.device.name != sheet.device.id)
-        std::cout << " (" << Printable(sheet.device.id) << ")";
-    std::cout << ", generation " << sheet.generation << "\n";
+    std::cout << sheet.device.Label() << ", generation " << sheet.generation << "\n";
     if (!sheet.options.empty())
         std::cout << "\nOptions\n";
     for (const OptionLine& line : sheet.options)

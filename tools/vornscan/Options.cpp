@@ -41,12 +41,12 @@ void DeclareDevices(CLI::App& app, Options& options)
     app.add_flag("-L,--list-devices", options.listDevices, "List the devices: id, name and description");
     app.add_flag("-A,--all-options", options.allOptions,
                  "Show what the device can do and how it is set, after the settings given");
-    app.add_option("-d,--device-name", options.device, "The device: its id, its name, or a part of its name");
+    app.add_option(
+        "-d,--device-name", options.device,
+        "The device: its id, its name, or a part of its name [$SANE_DEFAULT_DEVICE, or the first scanner]");
     app.add_option("--wia", options.generation, "The interface generation to use: 1 or 2 [2]")
         ->check(CLI::IsMember({1, 2}));
-#ifdef _WIN32
-    app.add_flag("--virtual", options.virtualDevices, "Use the virtual devices instead of the system's");
-#endif
+    app.add_flag("--virtual", options.virtualDevices, "Use the virtual devices instead of this machine's");
     app.add_option("--virtual-pages", options.virtualPages,
                    "Let a virtual device scan the image files of this folder");
 }

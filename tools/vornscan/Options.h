@@ -20,9 +20,7 @@ struct Options {
     bool allOptions = false;
     bool dontScan = false;
     bool json = false;
-#ifdef _WIN32
     bool virtualDevices = false;
-#endif
     std::optional<std::string> device;
     std::optional<std::string> virtualPages;
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 
-#include "Failure.h"
 #include "SlowNotice.h"
 #include "Text.h"
 
@@ -60,6 +59,24 @@ std::vector<Device> Find(const std::vector<Device>& devices, const std::string& 
     return found;
 }
 
+/** Why a list of devices is empty or not all there is. */
+Failure SearchFailure(int32_t status)
+{
+    const std::string subject = "listing the devices";
+#ifndef _WIN32
+    const char* const looks = ": the program that looks for scanners ";
+    if (status == ERR_WIA_GENERAL_ERROR)
+        return {ExitCode::InputOutput,
+                subject + looks + "cannot be started; install vornwia and libsane1 again"};
+    if (status == ERR_WIA_EXCEPTION_IN_DRIVER)
+        return {ExitCode::InputOutput,
+                subject + looks +
+                    "failed, and scanners may be missing; if scanimage -L fails as well, "
+                    "a driver of SANE is at fault"};
+#endif
+    return StatusFailure(subject, status);
+}
+
 std::string Lines(const std::vector<Device>& devices)
 {
     std::string lines;
@@ -69,6 +86,13 @@ std::string Lines(const std::vector<Device>& devices)
 }
 
 }  // namespace
+
+Failure NoDevice()
+{
+    return {ExitCode::Usage,
+            "there is no scanner; connect one and switch it on, or try without one: vornscan --virtual -o "
+            "page.tif"};
+}
 
 std::optional<int32_t> Item::Long(uint32_t id) const
 {
@@ -153,9 +177,9 @@ Session::~Session()
     Vorn_WiaEndSession(session_);
 }
 
-std::vector<Device> Session::Devices()
+DeviceSearch Session::Devices() const
 {
-    std::vector<Device> devices;
+    DeviceSearch search;
     const auto collect = [](WiaSession*, const WiaDeviceInfo* device, void* userData) -> int32_t {
         try {
             static_cast<std::vector<Device>*>(userData)->push_back({ToNarrow(device->deviceId),
@@ -169,11 +193,11 @@ std::vector<Device> Session::Devices()
     const int32_t status = [&] {
         [[maybe_unused]] const ExceptionListKeeper keeper;
         const SlowNotice notice{"still looking for devices; one of another computer may not answer"};
-        return Vorn_WiaEnumDevices(session_, collect, &devices);
+        return Vorn_WiaEnumDevices(session_, collect, &search.devices);
     }();
     if (status != SUCCESS && status != ERR_WIA_NO_DEVICE_AVAILABLE)
-        throw StatusFailure("listing the devices", status);
-    return devices;
+        search.failure = SearchFailure(status);
+    return search;
 }
 
 std::optional<Device> Session::OpenById(const std::string& id)
@@ -193,9 +217,11 @@ Device Session::Open(const std::optional<std::string>& wanted)
     if (wanted)
         if (const std::optional<Device> device = OpenById(*wanted))
             return *device;
-    const std::vector<Device> devices = Devices();
+    const auto [devices, failure] = Devices();
     if (devices.empty())
-        throw Failure{ExitCode::Usage, "there is no device; connect one and switch it on"};
+        throw failure.value_or(NoDevice());
+    if (failure)
+        Say(failure->what());
     if (!wanted)
         return OpenFirstScanner(devices);
 
@@ -216,7 +242,10 @@ Device Session::OpenFirstScanner(const std::vector<Device>& devices)
         if (IsScanner())
             return device;
     }
-    throw Failure{ExitCode::Usage, "none of the devices is a scanner; choose one with -d:" + Lines(devices)};
+    throw Failure{ExitCode::Usage,
+                  "none of the devices is a scanner; choose one with -d, or try the virtual one "
+                  "with --virtual:" +
+                      Lines(devices)};
 }
 
 void Session::Select(const Device& device)

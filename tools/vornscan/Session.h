@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Failure.h"
 #include "Text.h"
 #include "vornwia.h"
 
@@ -20,6 +21,14 @@ struct Device {
 
     /** The name as it may be shown. */
     std::string Shown() const { return Printable(name); }
+    /** Name and id as they may be shown. */
+    std::string Label() const { return name == id ? Shown() : Shown() + " (" + Printable(id) + ")"; }
+};
+
+/** The devices that were found, and what kept the search from finding all of them. */
+struct DeviceSearch {
+    std::vector<Device> devices;
+    std::optional<Failure> failure;
 };
 
 /** An item of the open device, owned or lent; must not outlive its session. */
@@ -53,6 +62,9 @@ private:
     std::shared_ptr<VornWiaItem> handle_;
 };
 
+/** What to say when there is no device. */
+Failure NoDevice();
+
 class Session {
 public:
     /** @throws Failure when this machine has no WIA of that generation */
@@ -63,7 +75,7 @@ public:
     WiaSession* Handle() const noexcept { return session_; }
     uint32_t Generation() const noexcept { return generation_; }
 
-    std::vector<Device> Devices();
+    DeviceSearch Devices() const;
 
     /**
      * Opens a device: by id, else by name, else by a part of its name that only one device has. Without a

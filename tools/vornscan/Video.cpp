@@ -42,7 +42,8 @@ Device OpenVideoDevice(Session& session, const std::optional<std::string>& wante
                           device.Shown() + ": this device has no live video; vornscan -L lists the devices"};
         return device;
     }
-    for (const Device& device : session.Devices()) {
+    const auto [devices, failure] = session.Devices();
+    for (const Device& device : devices) {
         try {
             session.Open(device.id);
         } catch (const Failure&) {
@@ -51,7 +52,9 @@ Device OpenVideoDevice(Session& session, const std::optional<std::string>& wante
         if (IsVideoDevice(session))
             return device;
     }
-    throw Failure{ExitCode::Usage, "none of the devices has live video; connect a camera"};
+    throw Failure{
+        ExitCode::Usage,
+        "none of the devices has live video; connect a camera, or try the virtual one with --virtual"};
 }
 
 void CheckPictureFile(const Options& options)

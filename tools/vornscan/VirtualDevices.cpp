@@ -1,9 +1,15 @@
 #include "VirtualDevices.h"
 
+#ifdef _WIN32
 #include "Failure.h"
 #include "wia/Service.h"
+#else
+#include <cstdlib>
+#endif
 
 namespace vornscan {
+
+#ifdef _WIN32
 
 VirtualDevices::VirtualDevices()
 {
@@ -17,5 +23,16 @@ VirtualDevices::~VirtualDevices()
     vorn::wia::RevokeClasses();
     CoUninitialize();
 }
+
+#else
+
+VirtualDevices::VirtualDevices()
+{
+    setenv("VORNWIA_VIRTUAL_DEVICES", "only", 1);
+}
+
+VirtualDevices::~VirtualDevices() = default;
+
+#endif
 
 }  // namespace vornscan

@@ -1,4 +1,4 @@
-// The virtual devices where they are not part of the system's own service.
+// The virtual devices in place of this machine's.
 #pragma once
 
 namespace vornscan {

@@ -1,5 +1,6 @@
 // vornscan: scans pages into image files.
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <new>
@@ -14,21 +15,24 @@
 #include "Session.h"
 #include "Settings.h"
 #include "Video.h"
-#ifdef _WIN32
 #include "VirtualDevices.h"
-#endif
 
 namespace vornscan {
 namespace {
 
 void ListDevices(Session& session, bool json)
 {
-    const std::vector<Device> devices = session.Devices();
+    const auto [devices, failure] = session.Devices();
     if (json)
-        return PrintJson(devices);
-    for (const Device& device : devices)
-        std::cout << Printable(device.id) << "\t" << device.Shown() << "\t" << Printable(device.description)
-                  << "\n";
+        PrintJson(devices);
+    else
+        for (const Device& device : devices)
+            std::cout << Printable(device.id) << "\t" << device.Shown() << "\t"
+                      << Printable(device.description) << "\n";
+    if (failure)
+        throw *failure;
+    if (devices.empty())
+        Say(NoDevice().what());
 }
 
 /** Says so when the pages are not in the file that the person named. */
@@ -95,13 +99,26 @@ bool IsScan(const Options& options)
     return !options.allOptions && !options.dontScan;
 }
 
+/** The device that is named, else the one that the user's environment names as it does for SANE's own programs. */
+Device OpenDevice(Session& session, const Options& options)
+{
+    const char* const usual = std::getenv("SANE_DEFAULT_DEVICE");
+    if (options.device || options.virtualDevices || !usual || !*usual)
+        return session.Open(options.device);
+    try {
+        return session.Open(usual);
+    } catch (const Failure& failure) {
+        throw Failure{failure.Code(), std::string{"SANE_DEFAULT_DEVICE: "} + failure.what()};
+    }
+}
+
 Ready Prepare(Session& session, const Options& options)
 {
     if (!options.outputFile.empty())
         CheckDestination(options);
-    Ready ready{session.Open(options.device), {}, {}};
+    Ready ready{OpenDevice(session, options), {}, {}};
     if (!options.device && !options.allOptions)
-        Say("scanning with " + ready.device.Shown());
+        Say("scanning with " + ready.device.Label());
     if (options.virtualPages)
         SetVirtualPages(session, ready.device, *options.virtualPages);
     if (session.IsScanner())
@@ -162,11 +179,9 @@ void UseDevice(Session& session, const Options& options)
 void Run(const Options& options)
 {
     EndAtInterrupts();
-#ifdef _WIN32
     std::optional<VirtualDevices> virtualDevices;
     if (options.virtualDevices)
         virtualDevices.emplace();
-#endif
     if (options.video && !options.listDevices) {
         CatchInterrupts();
         ShowVideo(options);

@@ -12,7 +12,16 @@ namespace {
 class DeviceEnumerator final
     : public CountedListEnumerator<IEnumWIA_DEV_INFO, DevicePtr, IWiaPropertyStorage*> {
 public:
-    explicit DeviceEnumerator(List list) noexcept : CountedListEnumerator{std::move(list)} {}
+    DeviceEnumerator(List list, HRESULT failure) noexcept
+        : CountedListEnumerator{std::move(list)}, failure_{failure}
+    {
+    }
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG count, IWiaPropertyStorage** elements, ULONG* fetched) override
+    {
+        const HRESULT result = CountedListEnumerator::Next(count, elements, fetched);
+        return result == S_FALSE && !(fetched && *fetched) ? failure_ : result;
+    }
 
 private:
     HRESULT Give(const DevicePtr& device, IWiaPropertyStorage*& element) override
@@ -28,7 +37,10 @@ private:
             element->Release();
     }
 
-    ListEnumerator* MakeCopy() const override { return new DeviceEnumerator{Entries()}; }
+    ListEnumerator* MakeCopy() const override { return new DeviceEnumerator{Entries(), failure_}; }
+
+    HRESULT
+        failure_;  ///< answered after the last device: `S_FALSE`, or why the search for devices is incomplete
 };
 
 class Registration final : public ComObject<IUnknown> {};
@@ -42,13 +54,15 @@ HRESULT EnumerateDevices(LONG flags, IEnumWIA_DEV_INFO** enumerator)
     *enumerator = nullptr;
     return NoThrow([&] {
         auto listed = std::make_shared<std::vector<DevicePtr>>();
-        for (const DevicePtr& device : Service::Instance().Devices()) {
+        const FoundDevices found = Service::Instance().Devices();
+        for (const DevicePtr& device : found.devices) {
             if (const auto result = Interrupted(*device, Step::EnumDevices))
                 return *result;
             if (device->IsLocal() || !(flags & WIA_DEVINFO_ENUM_LOCAL))
                 listed->push_back(device);
         }
-        *enumerator = new DeviceEnumerator{std::move(listed)};
+        *enumerator =
+            new DeviceEnumerator{std::move(listed), FAILED(found.failure) ? found.failure : S_FALSE};
         return S_OK;
     });
 }
@@ -64,12 +78,13 @@ HRESULT FindDevice(BSTR id, DevicePtr& device)
 HRESULT ChooseDevice(HWND parent, LONG deviceType, LONG flags, DevicePtr& device)
 {
     DialogProvider::DeviceQuestion question{parent, deviceType, flags, {}};
-    for (const DevicePtr& candidate : Service::Instance().Devices()) {
+    const FoundDevices found = Service::Instance().Devices();
+    for (const DevicePtr& candidate : found.devices) {
         if (deviceType == StiDeviceTypeDefault || candidate->Type() == deviceType)
             question.devices.push_back(candidate);
     }
     if (question.devices.empty())
-        return WIA_S_NO_DEVICE_AVAILABLE;
+        return FAILED(found.failure) ? found.failure : WIA_S_NO_DEVICE_AVAILABLE;
     const HRESULT result = Service::Instance().Dialogs()->SelectDevice(question, device);
     return result == S_OK && !device ? E_UNEXPECTED : result;
 }

@@ -9,7 +9,10 @@
 
 namespace vorn::wia {
 
-/** IWiaDevMgr::EnumDeviceInfo and IWiaDevMgr2::EnumDeviceInfo. */
+/**
+ * IWiaDevMgr::EnumDeviceInfo and IWiaDevMgr2::EnumDeviceInfo. When the search for devices was incomplete, the
+ * enumerator gives those found and then the failure in place of `S_FALSE`.
+ */
 HRESULT EnumerateDevices(LONG flags, IEnumWIA_DEV_INFO** enumerator);
 
 /** The device of that id; `WIA_S_NO_DEVICE_AVAILABLE` when there is none. */
@@ -17,7 +20,8 @@ HRESULT FindDevice(BSTR id, DevicePtr& device);
 
 /**
  * Lets the dialog provider choose among the devices of a type.
- * @return `S_OK` with `device` set; `S_FALSE` when the user chose none; `WIA_S_NO_DEVICE_AVAILABLE`; a failure
+ * @return `S_OK` with `device` set; `S_FALSE` when the user chose none; `WIA_S_NO_DEVICE_AVAILABLE`; a failure, of
+ *         the search when it found none of the type
  */
 HRESULT ChooseDevice(HWND parent, LONG deviceType, LONG flags, DevicePtr& device);
 

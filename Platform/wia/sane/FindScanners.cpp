@@ -70,30 +70,45 @@ public:
         }
     }
 
-    /** @return true when the program has closed its output within the time; false leaves `output` incomplete */
-    bool ReadAll(std::string& output, Clock::time_point end)
+    /** What the program prints; `S_OK` when it has ended well within the time, else why not. */
+    HRESULT ReadAll(std::string& output, Clock::time_point end)
     {
-        while (process_ > 0) {
+        if (process_ <= 0)
+            return WIA_ERROR_GENERAL_ERROR;
+        for (;;) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
             pollfd waiting{output_, POLLIN, 0};
             const int ready = left.count() > 0 ? poll(&waiting, 1, static_cast<int>(left.count())) : 0;
             if (ready < 0 && errno == EINTR)
                 continue;
             if (ready <= 0)
-                return false;
+                return WIA_ERROR_DEVICE_COMMUNICATION;
             std::array<char, 4096> piece{};
             const ssize_t length = read(output_, piece.data(), piece.size());
             if (length == 0)
-                return true;
+                return Wait();
             if (length > 0)
                 output.append(piece.data(), static_cast<size_t>(length));
             else if (errno != EINTR)
-                return false;
+                return WIA_ERROR_GENERAL_ERROR;
         }
-        return true;
     }
 
 private:
+    /** How the program ended, which has closed its output. */
+    HRESULT Wait()
+    {
+        constexpr int kNotLoaded = 127;  // one of its libraries is missing
+        int status = 0;
+        while (waitpid(process_, &status, 0) < 0)
+            if (errno != EINTR)
+                return WIA_ERROR_GENERAL_ERROR;
+        process_ = -1;
+        if (WIFEXITED(status) && WEXITSTATUS(status) == kNotLoaded)
+            return WIA_ERROR_GENERAL_ERROR;
+        return status == 0 ? S_OK : WIA_ERROR_EXCEPTION_IN_DRIVER;
+    }
+
     pid_t process_ = -1;
     int output_ = -1;
 };
@@ -112,15 +127,17 @@ std::vector<FoundScanner> Parse(const std::string& output)
 
 }  // namespace
 
-std::vector<FoundScanner> FindScanners(std::chrono::milliseconds patience)
+ScannerSearch FindScanners(std::chrono::milliseconds patience)
 {
     const std::string program = FinderPath();
     std::string output;
-    if (Child{program, "all"}.ReadAll(output, Clock::now() + patience))
-        return Parse(output);
+    const HRESULT failure = Child{program, "all"}.ReadAll(output, Clock::now() + patience);
+    if (failure == S_OK)
+        return {Parse(output), S_OK};
     output.clear();
-    Child{program, "local"}.ReadAll(output, Clock::now() + patience);
-    return Parse(output);
+    const HRESULT local = Child{program, "local"}.ReadAll(output, Clock::now() + patience);
+    // A host that does not answer is no fault of the search.
+    return {Parse(output), failure == WIA_ERROR_DEVICE_COMMUNICATION ? local : failure};
 }
 
 }  // namespace vorn::wia

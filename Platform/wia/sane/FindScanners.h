@@ -13,7 +13,12 @@
 
 namespace vorn::wia {
 
-/** The scanners found within that time; when it is over, those that are not across a network. */
-VORN_WIA_API std::vector<FoundScanner> FindScanners(std::chrono::milliseconds patience);
+struct ScannerSearch {
+    std::vector<FoundScanner> scanners;
+    HRESULT failure;  ///< as in FoundDevices
+};
+
+/** The scanners found within that time; when it is over or the search fails, those that are not across a network. */
+VORN_WIA_API ScannerSearch FindScanners(std::chrono::milliseconds patience);
 
 }  // namespace vorn::wia

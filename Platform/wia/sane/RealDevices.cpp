@@ -46,7 +46,7 @@ public:
     const FoundScanner& Get()
     {
         std::call_once(asked_, [this] {
-            for (const FoundScanner& found : FindScanners(kPatience))
+            for (const FoundScanner& found : FindScanners(kPatience).scanners)
                 if (found.name == found_.name)
                     found_ = found;
         });
@@ -60,12 +60,13 @@ private:
 
 }  // namespace
 
-std::vector<DevicePtr> RealDevices()
+FoundDevices RealDevices()
 {
-    std::vector<DevicePtr> devices;
-    for (const FoundScanner& found : FindScanners(kPatience))
-        devices.push_back(std::make_shared<const Device>(DefineSaneDevice(found)));
-    return devices;
+    const ScannerSearch search = FindScanners(kPatience);
+    FoundDevices found{{}, search.failure};
+    for (const FoundScanner& scanner : search.scanners)
+        found.devices.push_back(std::make_shared<const Device>(DefineSaneDevice(scanner)));
+    return found;
 }
 
 DevicePtr DeviceAtHand(WStringView id)
