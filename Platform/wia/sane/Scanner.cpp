@@ -79,7 +79,12 @@ void Scanner::OpenHandle()
             throw;
         handle_ = OpenDevice(name_);
     }
-    Reload();
+    try {
+        Reload();
+    } catch (...) {
+        Close();  // a constructor that throws has no destructor, and the device would stay busy
+        throw;
+    }
     ++changes_;
     lost_ = false;
 }
