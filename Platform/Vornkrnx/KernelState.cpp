@@ -1,12 +1,14 @@
 #include "KernelState.h"
 
 #include <cstdio>
+#include <new>
 
 namespace vorn::krn {
 
 KernelState& State() noexcept
 {
-    static KernelState& state = *new KernelState;
+    alignas(KernelState) static unsigned char storage[sizeof(KernelState)];
+    static KernelState& state = *new (storage) KernelState;  // no allocation that could fail
     return state;
 }
 

@@ -1,5 +1,7 @@
 #include "Apartment.h"
 
+#include <pthread.h>
+
 #include <atomic>
 
 #include "ole.h"
@@ -9,38 +11,47 @@ namespace {
 
 std::atomic<ULONG> g_apartments{0};  // threads that are in one
 
-/** The calling thread's apartment. A thread that ends without CoUninitialize leaves it all the same. */
-class ThreadApartment {
-public:
-    ~ThreadApartment()
-    {
-        if (entries_ > 0)
-            --g_apartments;
-    }
-
-    HRESULT Enter(DWORD model) noexcept
-    {
-        if (entries_ > 0 && model != model_)
-            return RPC_E_CHANGED_MODE;
-        model_ = model;
-        if (entries_++ > 0)
-            return S_FALSE;
-        ++g_apartments;
-        return S_OK;
-    }
-
-    void Leave() noexcept
-    {
-        if (entries_ > 0 && --entries_ == 0)
-            --g_apartments;
-    }
-
-private:
-    ULONG entries_ = 0;
-    DWORD model_ = 0;
+/** The calling thread's apartment. It has no destructor: the C library ends a process that it cannot register one for. */
+struct ThreadApartment {
+    ULONG entries = 0;
+    DWORD model = 0;
 };
 
-thread_local ThreadApartment t_apartment;
+constinit thread_local ThreadApartment t_apartment;
+
+void Leave(ThreadApartment& apartment) noexcept
+{
+    if (apartment.entries > 0 && --apartment.entries == 0)
+        --g_apartments;
+}
+
+/** A thread that ends without CoUninitialize leaves its apartment all the same. */
+bool LeaveAtThreadEnd() noexcept
+{
+    struct Key {
+        pthread_key_t key = 0;
+        bool made = pthread_key_create(&key, [](void* apartment) {
+                        auto& left = *static_cast<ThreadApartment*>(apartment);
+                        left.entries = left.entries > 0 ? 1 : 0;
+                        Leave(left);
+                    }) == 0;
+    };
+    static const Key key;
+    return key.made && pthread_setspecific(key.key, &t_apartment) == 0;
+}
+
+HRESULT Enter(ThreadApartment& apartment, DWORD model) noexcept
+{
+    if (apartment.entries > 0 && model != apartment.model)
+        return RPC_E_CHANGED_MODE;
+    if (apartment.entries == 0) {
+        if (!LeaveAtThreadEnd())
+            return E_OUTOFMEMORY;
+        ++g_apartments;
+    }
+    apartment.model = model;
+    return apartment.entries++ > 0 ? S_FALSE : S_OK;
+}
 
 constexpr DWORD kKnownFlags =
     DWORD{COINIT_APARTMENTTHREADED} | DWORD{COINIT_DISABLE_OLE1DDE} | DWORD{COINIT_SPEED_OVER_MEMORY};
@@ -58,7 +69,7 @@ HRESULT CoInitializeEx(void* reserved, DWORD model) noexcept
 {
     if (reserved || model & ~vorn::ole::kKnownFlags)
         return E_INVALIDARG;
-    return vorn::ole::t_apartment.Enter(model & COINIT_APARTMENTTHREADED);
+    return vorn::ole::Enter(vorn::ole::t_apartment, model & COINIT_APARTMENTTHREADED);
 }
 
 HRESULT CoInitialize(void* reserved) noexcept
@@ -68,5 +79,5 @@ HRESULT CoInitialize(void* reserved) noexcept
 
 void CoUninitialize() noexcept
 {
-    vorn::ole::t_apartment.Leave();
+    vorn::ole::Leave(vorn::ole::t_apartment);
 }

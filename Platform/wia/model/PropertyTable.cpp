@@ -150,13 +150,20 @@ HRESULT PropertyTable::Write(ULONG count, const PROPSPEC* specs, const PROPVARIA
 {
     // Values already written bear on the valid values of later ones, so each is put in force before the
     // next is looked at, and all go back when one is refused, or an allocation fails among those that follow it.
-    std::vector<Property> before;
+    struct Before {
+        Value value, valid;
+        ULONG access;
+    };
+    std::vector<Before> before;
     before.reserve(properties_.size());
     for (const PropertyPtr& property : properties_)
-        before.push_back(*property);
+        before.push_back({property->value, property->valid, property->access});
     const auto restore = [&]() noexcept {
-        for (size_t i = 0; i < before.size(); ++i)
-            std::swap(*properties_[i], before[i]);
+        for (size_t i = 0; i < before.size(); ++i) {
+            std::swap(properties_[i]->value, before[i].value);
+            std::swap(properties_[i]->valid, before[i].valid);
+            properties_[i]->access = before[i].access;
+        }
     };
 
     std::vector<Property*> written;
