@@ -141,38 +141,5 @@ TEST_F(OutputNames, FitTheirBufferOrAreRefused)
     EXPECT_EQ(desk.Acquire(nullptr).status, ERR_INVALID_ARGUMENT) << "no options";
 }
 
-/** Whatever allocation fails: a status, an intact list, the files that were counted, and a next acquisition. */
-TEST_F(OutputNames, SurviveEveryFailedAllocation)
-{
-    const AcquireOptions options = Named(Folder() / "a.bmp");
-    for (const Road& road : kRoads) {
-        uint64_t last = UINT64_MAX;  // allocation, once it is known
-        for (const uint64_t count : {UINT64_MAX, uint64_t{1}}) {
-            size_t failures = 0;
-            for (uint64_t nth = 1; nth <= last; ++nth) {
-                SCOPED_TRACE(std::string{road.name} + ", allocation " + std::to_string(nth));
-                EmptyFolder();
-                Desk desk{road, ScannerWith(NumberedPages(3), true), 3};
-                desk.callback = false;
-                uint32_t files = 0;
-                WCHAR** list = nullptr;
-                KrnFailAllocations(nth, count);
-                const int32_t status = Vorn_WiaAcquire(desk.Session(), nullptr, 0, nullptr, &options, &files,
-                                                       &list, nullptr, nullptr);
-                KrnFailAllocations(0, 0);
-                failures += status != SUCCESS;
-                if (status == SUCCESS && count == UINT64_MAX)
-                    last = nth;
-                const std::set<std::string> written = NamesIn(Folder());
-                EXPECT_EQ(written.size(), files) << "files and their count";
-                for (const std::string& name : Collect(status, files, list, {}).files)
-                    EXPECT_TRUE(name == "(null)" || written.count(name)) << name;
-                EXPECT_EQ(desk.Acquire(options).status, SUCCESS) << "the next one";
-            }
-            EXPECT_GT(failures, 0u) << "no allocation failed";
-        }
-    }
-}
-
 }  // namespace
 }  // namespace vorn::test

@@ -38,47 +38,6 @@ TEST_F(Safety, ExistingFilesOfOneKindAreNotChangedByAnother)
     }
 }
 
-constexpr int32_t kFormats[] = {
-    FIL_FORMAT_BMP,
-    FIL_FORMAT_TIFF,
-    FIL_FORMAT_JPEG,
-    FIL_FORMAT_PNG,
-};
-
-TEST_F(Safety, EveryAllocationMayFail)
-{
-    const WString name = Name("a.tif");
-    const Picture picture{40, 40, 8};
-    for (const int32_t format : kFormats) {
-        std::filesystem::remove(name);
-        ASSERT_EQ(Save(name, picture, format), FIL_SUCCESS);
-        const std::string before = BytesOf(name);
-        const uint64_t tracked = KrnTrackedCount();
-        int failures = 0;
-        const auto exhaust = [&](auto&& operation) {
-            for (uint64_t nth = 1;; ++nth) {
-                KrnFailAllocations(nth, UINT64_MAX);
-                const int32_t status = operation();
-                KrnFailAllocations(0, 0);
-                EXPECT_EQ(KrnTrackedCount(), tracked);
-                if (status != FIL_ERR_OUT_OF_MEMORY)
-                    return status;
-                ++failures;
-                EXPECT_EQ(BytesOf(name), before);
-                EXPECT_EQ(NamesIn(folder.Path()).size(), 1u) << "a half-written file is left";
-            }
-        };
-        const auto load = [&] {
-            Picture loaded;
-            return Load(name, loaded);
-        };
-        EXPECT_EQ(exhaust(load), FIL_SUCCESS);
-        EXPECT_EQ(exhaust([&] { return Save(name, picture, format); }),
-                  format == FIL_FORMAT_TIFF ? FIL_SUCCESS : FIL_ERR_SINGLE_PAGE_FORMAT);
-        EXPECT_GE(failures, 2);
-    }
-}
-
 #ifdef __linux__
 
 TEST_F(Safety, LinksAreFollowedAndPipesAndReadOnlyPlacesRefused)
