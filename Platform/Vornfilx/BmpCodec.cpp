@@ -33,7 +33,7 @@ public:
     int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override;
     int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept override;
     std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+    int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                       const SaveSettings& settings) const noexcept override;
 };
 
@@ -74,7 +74,25 @@ int32_t BmpCodec::Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) 
     return image.HandOver(bitmap);
 }
 
-int32_t BmpCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings&) const noexcept
+/** Writes the rows as they lie in the bitmap. */
+int32_t WriteRows(FileUpdate& file, PageRows& bitmap, uint64_t offset) noexcept
+{
+    constexpr uint64_t kPieceBytes = 1024 * 1024;
+    const auto step =
+        static_cast<uint32_t>(std::clamp<uint64_t>(kPieceBytes / bitmap.rowBytes, 1, bitmap.height));
+    int32_t status = FIL_SUCCESS;
+    for (uint32_t done = 0; status == FIL_SUCCESS && done < bitmap.height; done += step) {
+        const uint32_t count = std::min(step, bitmap.height - done);
+        const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
+        const RowSpan rows = bitmap.Rows(bottomUp ? bitmap.height - done - count : done, count);
+        status = rows.top ? file.WriteAt(offset + uint64_t{done} * bitmap.rowBytes,
+                                         rows[bottomUp ? count - 1 : 0], uint64_t{count} * bitmap.rowBytes)
+                          : bitmap.Failure(FIL_ERR_READ);
+    }
+    return status;
+}
+
+int32_t BmpCodec::WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings&) const noexcept
 {
     if (file.OldSize() > 0)
         return FIL_ERR_SINGLE_PAGE_FORMAT;
@@ -109,7 +127,7 @@ int32_t BmpCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap, const 
         return status;
     if (const int32_t status = file.WriteAt(0, bytes, imageOffset); status != FIL_SUCCESS)
         return status;
-    return file.WriteAt(imageOffset, bitmap.image, bitmap.imageBytes);
+    return WriteRows(file, bitmap, imageOffset);
 }
 
 const BmpCodec kCodec;

@@ -9,6 +9,7 @@
 
 #include "Buffer.h"
 #include "File.h"
+#include "PageRows.h"
 
 namespace vorn::fil {
 
@@ -60,8 +61,13 @@ public:
     /** The compressions besides the default that the format has, be it for some depths only. */
     virtual std::span<const int32_t> Compressions() const noexcept = 0;
     /** Adds a page to a file that is empty or of this format, with a compression that the format has. */
-    virtual int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+    virtual int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                               const SaveSettings& settings) const noexcept = 0;
+    /**
+     * Adds the picture of an image file as it is, without decoding it. FIL_ERR_UNSUPPORTED when the format, or its readers,
+     * cannot take it so.
+     */
+    virtual int32_t WriteEncoded(FileUpdate&, ByteSource&) const noexcept { return FIL_ERR_UNSUPPORTED; }
 };
 
 /** Bytes of a file's start that every codec can be recognised by. */

@@ -10,6 +10,7 @@
 
 #ifdef _WIN32
 #include <io.h>
+#include <windows.h>
 #else
 #include <unistd.h>
 
@@ -83,6 +84,16 @@ void RemoveFile(const WCHAR* name) noexcept
 int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
 {
     return _wrename(from, to);
+}
+
+int RenameOver(const WCHAR* from, const WCHAR* to) noexcept
+{
+    // Of a file that is there the permissions and attributes stay; one that is not can only be moved to.
+    if (ReplaceFileW(to, from, nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr) ||
+        (GetLastError() == ERROR_FILE_NOT_FOUND && MoveFileExW(from, to, 0)))
+        return 0;
+    errno = GetLastError() == ERROR_DISK_FULL ? ENOSPC : EACCES;
+    return -1;
 }
 
 #else
@@ -160,6 +171,23 @@ int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
         return -1;
     // A file system that cannot rename so can link.
     return link(old.Get(), path.Get()) == 0 ? unlink(old.Get()) : -1;
+}
+
+int RenameOver(const WCHAR* from, const WCHAR* to) noexcept
+{
+    const AnsiName old{from}, path{to};
+    if (!old.Get() || !path.Get()) {
+        errno = ENOMEM;
+        return -1;
+    }
+    Status replaced{};
+    if (stat(path.Get(), &replaced) == 0) {
+        // Only the superuser gives files away; the file is then the caller's, who could write the old one.
+        const bool sameOwner = chown(old.Get(), replaced.st_uid, replaced.st_gid) == 0;
+        if (chmod(old.Get(), replaced.st_mode & (sameOwner ? 07777 : 0777)) != 0)
+            return -1;
+    }
+    return rename(old.Get(), path.Get());
 }
 
 #endif
@@ -255,6 +283,11 @@ void File::Remove(const WCHAR* name) noexcept
 int32_t File::Rename(const WCHAR* from, const WCHAR* to) noexcept
 {
     return RenameFile(from, to) == 0 ? FIL_SUCCESS : FromErrno(errno, FIL_ERR_WRITE);
+}
+
+int32_t File::Replace(const WCHAR* from, const WCHAR* to) noexcept
+{
+    return RenameOver(from, to) == 0 ? FIL_SUCCESS : FromErrno(errno, FIL_ERR_WRITE);
 }
 
 FileUpdate::~FileUpdate()

@@ -38,6 +38,8 @@ public:
     static void Remove(const WCHAR* name) noexcept;
     /** Gives a file another name in its directory, which no file may have: FIL_ERR_ACCESS. */
     static int32_t Rename(const WCHAR* from, const WCHAR* to) noexcept;
+    /** As Rename, in the place of a file that may have the name; its permissions stay. */
+    static int32_t Replace(const WCHAR* from, const WCHAR* to) noexcept;
 
 private:
     int descriptor_ = -1;

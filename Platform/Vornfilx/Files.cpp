@@ -7,6 +7,7 @@
 
 #include "Codec.h"
 #include "NewFile.h"
+#include "SourcePage.h"
 
 using namespace vorn::fil;
 
@@ -147,7 +148,8 @@ bool IsWholeBitmap(const BitmapHandle& bitmap) noexcept
 /** What is saved, and how; all of it is valid. */
 struct SaveRequest {
     const Codec& codec;
-    const BitmapHandle& bitmap;
+    PageRows* bitmap;
+    ByteSource* encoded;  ///< a file whose picture is taken as it is, in place of a bitmap
     SaveSettings settings;
 };
 
@@ -167,7 +169,9 @@ bool HasCompression(const Codec& codec, int32_t compression) noexcept
 int32_t WritePage(File& file, const SaveRequest& request) noexcept
 {
     FileUpdate update{file};
-    const int32_t status = request.codec.WritePage(update, request.bitmap, request.settings);
+    const int32_t status = request.encoded
+                               ? request.codec.WriteEncoded(update, *request.encoded)
+                               : request.codec.WritePage(update, *request.bitmap, request.settings);
     return status == FIL_SUCCESS ? update.Commit() : status;
 }
 
@@ -206,6 +210,27 @@ int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
         return present ? FIL_ERR_UNSUPPORTED : FIL_ERR_UNKNOWN_FORMAT;
     const int32_t written = WritePage(file, request);
     return written == FIL_SUCCESS ? file.Close() : written;
+}
+
+int32_t Save(const WCHAR* name, int32_t mode, const SaveRequest& request) noexcept
+{
+    return mode == FIL_SAVE_NEW ? SaveNew(name, request) : AddPage(name, request);
+}
+
+/** The checks that all saves share. */
+int32_t CheckSave(const WCHAR* name, int32_t format, int32_t mode, int32_t compression,
+                  const FilSaveOptions* options, const Codec*& codec, SaveSettings& settings) noexcept
+{
+    if (!name || !AreOptionsValid(options) || (mode != FIL_SAVE_NEW && mode != FIL_SAVE_ADD_PAGE) ||
+        compression < FIL_COMPRESSION_NONE || compression > FIL_COMPRESSION_DEFAULT)
+        return FIL_ERR_INVALID_ARGUMENT;
+    codec = CodecOfFormat(format);
+    if (!codec || !HasCompression(*codec, compression))
+        return FIL_ERR_UNSUPPORTED;
+    settings.compression = compression;
+    if (options && options->jpegQuality != 0)
+        settings.jpegQuality = static_cast<int32_t>(options->jpegQuality);
+    return FIL_SUCCESS;
 }
 
 }  // namespace
@@ -260,19 +285,59 @@ int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uint32_t bitmapS
 int32_t FilSave(const WCHAR* fileName, const BitmapHandle* bitmap, int32_t format, uint32_t bitsPerPixel,
                 int32_t mode, int32_t compression, const FilSaveOptions* options, void*, void*)
 {
-    if (!fileName || !bitmap || !IsWholeBitmap(*bitmap) || !AreOptionsValid(options) ||
-        (mode != FIL_SAVE_NEW && mode != FIL_SAVE_ADD_PAGE) || compression < FIL_COMPRESSION_NONE ||
-        compression > FIL_COMPRESSION_DEFAULT)
+    if (!bitmap || !IsWholeBitmap(*bitmap))
         return FIL_ERR_INVALID_ARGUMENT;
-    const Codec* const codec = CodecOfFormat(format);
-    if (!codec || (bitsPerPixel != 0 && bitsPerPixel != bitmap->bitsPerPixel) ||
-        !HasCompression(*codec, compression))
+    PageRows rows{*bitmap};
+    const Codec* codec = nullptr;
+    SaveSettings settings;
+    const int32_t status = CheckSave(fileName, format, mode, compression, options, codec, settings);
+    if (status != FIL_SUCCESS)
+        return status;
+    if (bitsPerPixel != 0 && bitsPerPixel != bitmap->bitsPerPixel)
         return FIL_ERR_UNSUPPORTED;
-    SaveRequest request{*codec, *bitmap, {}};
-    request.settings.compression = compression;
-    if (options && options->jpegQuality != 0)
-        request.settings.jpegQuality = static_cast<int32_t>(options->jpegQuality);
-    return mode == FIL_SAVE_NEW ? SaveNew(fileName, request) : AddPage(fileName, request);
+    return Save(fileName, mode, {*codec, &rows, nullptr, settings});
+}
+
+int32_t FilSaveFile(const WCHAR* fileName, const WCHAR* source, int32_t format, int32_t mode,
+                    int32_t compression, const FilSaveOptions* options)
+{
+    const Codec* codec = nullptr;
+    SaveSettings settings;
+    int32_t status = source ? CheckSave(fileName, format, mode, compression, options, codec, settings)
+                            : FIL_ERR_INVALID_ARGUMENT;
+    File file;
+    if (status == FIL_SUCCESS)
+        status = file.Open(source, File::Mode::Read);
+    if (status != FIL_SUCCESS)
+        return status;
+    FileSource content{file};
+    const Codec* const present = CodecOfContent(content);
+    if (!present)
+        return FIL_ERR_UNKNOWN_FORMAT;
+    const bool asItIs = present->Format() == FIL_FORMAT_JPEG &&
+                        (compression == FIL_COMPRESSION_DEFAULT || compression == FIL_COMPRESSION_JPEG);
+    if (asItIs && !(options && options->jpegQuality != 0)) {
+        status = Save(fileName, mode, {*codec, nullptr, &content, settings});
+        if (status != FIL_ERR_UNSUPPORTED)
+            return status;
+    }
+    uint32_t count = 0;
+    status = present->CountPages(content, count);
+    for (uint32_t number = 1; status == FIL_SUCCESS && number <= count; ++number) {
+        SourcePage page;
+        status = page.Open(content, *present, number);
+        if (status == FIL_SUCCESS)
+            status = Save(fileName, number == 1 ? mode : FIL_SAVE_ADD_PAGE,
+                          {*codec, &page.Rows(), nullptr, settings});
+    }
+    return status;
+}
+
+int32_t FilMoveFile(const WCHAR* from, const WCHAR* to, int32_t mode)
+{
+    if (!from || !to || (mode != FIL_SAVE_NEW && mode != FIL_SAVE_REPLACE))
+        return FIL_ERR_INVALID_ARGUMENT;
+    return mode == FIL_SAVE_NEW ? File::Rename(from, to) : File::Replace(from, to);
 }
 
 int32_t FilFormatFromName(const WCHAR* fileName)

@@ -27,7 +27,7 @@ public:
     int32_t ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept override;
     int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) const noexcept override;
     std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+    int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                       const SaveSettings& settings) const noexcept override;
 };
 
@@ -47,8 +47,7 @@ int32_t JpegCodec::Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap)
     return status == FIL_SUCCESS ? jpeg::Load(source, header, bitmap) : status;
 }
 
-int32_t JpegCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap,
-                             const SaveSettings& settings) const noexcept
+int32_t JpegCodec::WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings& settings) const noexcept
 {
     if (file.OldSize() > 0)
         return FIL_ERR_SINGLE_PAGE_FORMAT;

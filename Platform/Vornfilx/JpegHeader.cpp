@@ -166,6 +166,10 @@ int32_t ReadFrame(ByteSource& source, const Segment& segment, Header& header) no
         return FIL_ERR_UNSUPPORTED;
     if (const int32_t status = TakeGeometry(header); status != FIL_SUCCESS)
         return status;
+    const bool rgb =
+        frame[kFixedBytes] == 'R' && frame[kFixedBytes + 3] == 'G' && frame[kFixedBytes + 6] == 'B';
+    header.common = IsOneOf(segment.marker, kHuffmanFrames) &&
+                    (header.components == 1 || (header.components == 3 && !rgb));
     const uint64_t blocks = CountBlocks(frame + kFixedBytes, header);
     // A block takes a bit at least, but for arithmetic coding.
     const bool tooShort = IsOneOf(segment.marker, kHuffmanFrames) && blocks / 8 > source.Size();

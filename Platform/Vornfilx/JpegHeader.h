@@ -15,6 +15,7 @@ struct Header {
     uint32_t storedHeight = 0;
     uint32_t components = 0;
     Orientation orientation = Orientation::TopLeft;
+    bool common = false;    ///< Huffman codes, grey or luminance with two colour differences
     uint64_t frameEnd = 0;  ///< where tables and the picture's data begin
 };
 

@@ -13,6 +13,6 @@ namespace vorn::fil::jpeg {
 int32_t Load(ByteSource& source, const Header& header, BitmapHandle& bitmap) noexcept;
 
 /** @param quality  1 to 100 */
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, int32_t quality) noexcept;
+int32_t WritePage(FileUpdate& file, PageRows& bitmap, int32_t quality) noexcept;
 
 }  // namespace vorn::fil::jpeg

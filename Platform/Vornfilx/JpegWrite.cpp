@@ -6,7 +6,7 @@
 
 namespace vorn::fil::jpeg {
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, int32_t quality) noexcept
+int32_t WritePage(FileUpdate& file, PageRows& bitmap, int32_t quality) noexcept
 try {
     std::vector<uint8_t> bytes;
     return WriteRowFile(file, bitmap, MakeJpegFile(RowImageOf(bitmap), bytes, quality).get(), bytes);

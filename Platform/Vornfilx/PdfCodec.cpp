@@ -44,8 +44,9 @@ public:
                                                   : pdf::ReadPage(source, document, page - before, info);
     }
     int32_t Load(ByteSource&, uint32_t, BitmapHandle&) const noexcept override { return FIL_ERR_UNSUPPORTED; }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+    int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                       const SaveSettings& settings) const noexcept override;
+    int32_t WriteEncoded(FileUpdate& file, ByteSource& picture) const noexcept override;
 
 private:
     static int32_t Read(ByteSource& source, pdf::Document& document) noexcept
@@ -55,8 +56,7 @@ private:
     }
 };
 
-int32_t PdfCodec::WritePage(FileUpdate& file, const BitmapHandle& bitmap,
-                            const SaveSettings& settings) const noexcept
+int32_t PdfCodec::WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings& settings) const noexcept
 try {
     pdf::Document document;
     pdf::Encoding encoding{};
@@ -69,6 +69,24 @@ try {
     status = page.Begin(pdf::Describe(bitmap, encoding));
     if (status == FIL_SUCCESS)
         status = pdf::WriteData(file, bitmap, encoding, settings.jpegQuality);
+    return status == FIL_SUCCESS ? page.Finish() : status;
+} catch (const std::bad_alloc&) {
+    return FIL_ERR_OUT_OF_MEMORY;
+}
+
+int32_t PdfCodec::WriteEncoded(FileUpdate& file, ByteSource& picture) const noexcept
+try {
+    pdf::Document document;
+    jpeg::Header header;
+    int32_t status = pdf::ReadWholeJpeg(picture, header);
+    if (status == FIL_SUCCESS && file.OldSize() > 0)
+        status = Read(file, document);
+    if (status != FIL_SUCCESS)
+        return status;
+    pdf::PageWriter page{file, document};
+    status = page.Begin(pdf::Describe(header));
+    if (status == FIL_SUCCESS)
+        status = pdf::CopyData(file, picture);
     return status == FIL_SUCCESS ? page.Finish() : status;
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;

@@ -60,12 +60,13 @@ bool SetFields(TIFF* tiff, const BitmapHandle& bitmap)
 }
 
 /** Encodes the rows; white is 0 for the codec, whatever it is for the bitmap. */
-bool WriteRows(TIFF* tiff, const BitmapHandle& bitmap)
+bool WriteRows(TIFF* tiff, PageRows& bitmap)
 {
     const uint8_t invert = tiff::PhotometricOf(bitmap) == tiff::kBlackIsZero ? 0xFF : 0;
     std::vector<uint8_t> row(static_cast<size_t>(tiff::FileRowBytes(bitmap)));
     for (uint32_t y = 0; y < bitmap.height; ++y) {
-        tiff::FillStrip(bitmap, y, 1, row.data());
+        if (!tiff::FillStrip(bitmap, y, 1, row.data()))
+            return false;
         for (uint8_t& byte : row)
             byte ^= invert;
         if (TIFFWriteScanline(tiff, row.data(), y, 0) < 0)
@@ -76,14 +77,14 @@ bool WriteRows(TIFF* tiff, const BitmapHandle& bitmap)
 
 }  // namespace
 
-int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap)
+int32_t WriteFaxData(FileUpdate& update, PageRows& bitmap)
 {
     MemoryFile file;
     const std::unique_ptr<TIFF, TiffEnd> tiff{
         TIFFClientOpen("page", "wm", &file, MemoryFile::Read, MemoryFile::Write, MemoryFile::Seek,
                        MemoryFile::Close, MemoryFile::Size, nullptr, nullptr)};
     if (!tiff || !SetFields(tiff.get(), bitmap) || !WriteRows(tiff.get(), bitmap))
-        return FIL_ERR_OUT_OF_MEMORY;
+        return bitmap.Failure(FIL_ERR_OUT_OF_MEMORY);
     const uint64_t offset = TIFFGetStrileOffset(tiff.get(), 0), count = TIFFGetStrileByteCount(tiff.get(), 0);
     if (offset > file.bytes.size() || count > file.bytes.size() - offset)
         return FIL_ERR_WRITE;

@@ -42,9 +42,8 @@ std::string IndexedSpace(const std::vector<uint8_t>& palette)
     return space + ">]";
 }
 
-std::string DescribeJpeg(const BitmapHandle& bitmap)
+std::string DescribeJpeg(bool grey)
 {
-    const bool grey = bitmap.bitsPerPixel <= 8 && HasGreysOnly(WholePalette(RowImageOf(bitmap)));
     return std::string{"/ColorSpace "} + (grey ? "/DeviceGray" : "/DeviceRGB") +
            " /BitsPerComponent 8 /Filter /DCTDecode";
 }
@@ -144,13 +143,15 @@ Picture Describe(const BitmapHandle& bitmap, Encoding encoding)
     picture.height = bitmap.height;
     picture.pageWidth = LengthOf(bitmap.width, bitmap.xDpi);
     picture.pageHeight = LengthOf(bitmap.height, bitmap.yDpi);
-    picture.entries = encoding == Encoding::Jpeg     ? DescribeJpeg(bitmap)
-                      : encoding == Encoding::Group4 ? DescribeFax(bitmap)
-                                                     : DescribeDeflate(bitmap);
+    picture.entries =
+        encoding == Encoding::Jpeg
+            ? DescribeJpeg(bitmap.bitsPerPixel <= 8 && HasGreysOnly(WholePalette(RowImageOf(bitmap))))
+        : encoding == Encoding::Group4 ? DescribeFax(bitmap)
+                                       : DescribeDeflate(bitmap);
     return picture;
 }
 
-int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encoding, int32_t jpegQuality)
+int32_t WriteData(FileUpdate& update, PageRows& bitmap, Encoding encoding, int32_t jpegQuality)
 {
     if (encoding == Encoding::Group4)
         return WriteFaxData(update, bitmap);
@@ -161,6 +162,38 @@ int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encod
     PngRows rows;
     return EncodeRows(bitmap, MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap)).get(), bytes,
                       [&](const std::vector<uint8_t>& piece) { return rows.Take(update, piece); });
+}
+
+int32_t ReadWholeJpeg(ByteSource& picture, jpeg::Header& header) noexcept
+{
+    uint8_t end[2] = {};
+    int32_t status = jpeg::ReadHeader(picture, header);
+    if (status == FIL_SUCCESS)
+        status = picture.ReadAt(picture.Size() - sizeof end, end, sizeof end);
+    const bool whole = end[0] == 0xFF && end[1] == 0xD9;
+    const bool taken = whole && header.common && header.orientation == Orientation::TopLeft;
+    return status == FIL_SUCCESS && !taken ? FIL_ERR_UNSUPPORTED : status;
+}
+
+Picture Describe(const jpeg::Header& header)
+{
+    const PageInfo& page = header.page;
+    return {page.width, page.height, LengthOf(page.width, page.xDpi), LengthOf(page.height, page.yDpi),
+            DescribeJpeg(header.components == 1)};
+}
+
+int32_t CopyData(FileUpdate& update, ByteSource& picture)
+{
+    constexpr uint64_t kPieceBytes = 256 * 1024;
+    std::vector<uint8_t> piece(static_cast<size_t>(std::min(picture.Size(), kPieceBytes)));
+    int32_t status = FIL_SUCCESS;
+    for (uint64_t at = 0; status == FIL_SUCCESS && at < picture.Size(); at += piece.size()) {
+        const uint64_t count = std::min<uint64_t>(piece.size(), picture.Size() - at);
+        status = picture.ReadAt(at, piece.data(), count);
+        if (status == FIL_SUCCESS)
+            status = update.WriteAt(update.Size(), piece.data(), count);
+    }
+    return status;
 }
 
 }  // namespace vorn::fil::pdf

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Codec.h"
+#include "JpegHeader.h"
 #include "PdfPageWriter.h"
 
 namespace vorn::fil::pdf {
@@ -21,10 +22,20 @@ int32_t ChooseEncoding(const BitmapHandle& bitmap, int32_t compression, Encoding
 Picture Describe(const BitmapHandle& bitmap, Encoding encoding);
 
 /** Appends the picture's data to the file. May throw std::bad_alloc. */
-int32_t WriteData(FileUpdate& update, const BitmapHandle& bitmap, Encoding encoding, int32_t jpegQuality);
+int32_t WriteData(FileUpdate& update, PageRows& bitmap, Encoding encoding, int32_t jpegQuality);
+
+/**
+ * Reads the header of a JPEG file that a PDF file can hold as it is: upright, without inks, and with its end. Others give
+ * FIL_ERR_UNSUPPORTED.
+ */
+int32_t ReadWholeJpeg(ByteSource& picture, jpeg::Header& header) noexcept;
+/** As the function above of this name. */
+Picture Describe(const jpeg::Header& header);
+/** Appends the whole of `picture` to the file. */
+int32_t CopyData(FileUpdate& update, ByteSource& picture);
 
 /** False where the system has no codec for Group 4: there black and white is deflated. */
 bool HasFaxData() noexcept;
-int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap);
+int32_t WriteFaxData(FileUpdate& update, PageRows& bitmap);
 
 }  // namespace vorn::fil::pdf

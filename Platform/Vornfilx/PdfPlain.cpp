@@ -12,7 +12,7 @@ bool HasFaxData() noexcept
     return false;
 }
 
-int32_t WriteFaxData(FileUpdate&, const BitmapHandle&)
+int32_t WriteFaxData(FileUpdate&, PageRows&)
 {
     return FIL_ERR_UNSUPPORTED;
 }

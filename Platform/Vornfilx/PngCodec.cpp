@@ -37,8 +37,7 @@ public:
         return page == 1 ? png::Load(source, bitmap) : FIL_ERR_NO_SUCH_PAGE;
     }
     std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
-                      const SaveSettings&) const noexcept override
+    int32_t WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings&) const noexcept override
     {
         if (file.OldSize() > 0)
             return FIL_ERR_SINGLE_PAGE_FORMAT;
@@ -46,7 +45,7 @@ public:
     }
 
 private:
-    static int32_t Write(FileUpdate& file, const BitmapHandle& bitmap) noexcept
+    static int32_t Write(FileUpdate& file, PageRows& bitmap) noexcept
     try {
         std::vector<uint8_t> bytes;
         const auto page = MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap));

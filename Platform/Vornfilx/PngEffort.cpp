@@ -32,7 +32,7 @@ constexpr uint32_t kBandRows = 16;
 constexpr uint64_t kEnoughBytes = 256 * 1024;
 
 /** The bytes that a band's rows take, but for the first, which has no row above it. 0 without memory or codec. */
-uint64_t MeasureBand(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, const PngEffort& effort)
+uint64_t MeasureBand(PageRows& bitmap, uint32_t first, uint32_t rows, const PngEffort& effort)
 {
     std::vector<uint8_t> bytes;
     const std::unique_ptr<RowFile> file = MakePngFile(RowImageOf(bitmap), bytes, effort);
@@ -43,20 +43,24 @@ uint64_t MeasureBand(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, 
 }
 
 /** Rows that differ from the one above: where a clean page has its content, and most of its file. */
-std::vector<uint32_t> ChangingRows(const BitmapHandle& bitmap)
+std::vector<uint32_t> ChangingRows(PageRows& bitmap)
 {
-    std::vector<uint32_t> rows;
-    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
-    const uint8_t* row = static_cast<const uint8_t*>(bitmap.image);
-    for (uint32_t y = 1; y < bitmap.height; ++y, row += bitmap.rowBytes)
-        if (std::memcmp(row, row + bitmap.rowBytes, bitmap.rowBytes) != 0)
-            rows.push_back(bottomUp ? bitmap.height - y : y);
-    if (bottomUp)
-        std::reverse(rows.begin(), rows.end());
-    return rows;
+    constexpr uint64_t kPieceBytes = 256 * 1024;
+    std::vector<uint32_t> changing;
+    const auto step =
+        static_cast<uint32_t>(std::clamp<uint64_t>(kPieceBytes / bitmap.rowBytes, 2, bitmap.height));
+    for (uint32_t y = 0; y + 1 < bitmap.height;
+         y += step - 1) {  // the last row of a piece is the next one's first
+        const uint32_t count = std::min(step, bitmap.height - y);
+        const RowSpan rows = bitmap.Rows(y, count);
+        for (uint32_t i = 1; rows.top && i < count; ++i)
+            if (std::memcmp(rows[i - 1], rows[i], bitmap.rowBytes) != 0)
+                changing.push_back(y + i);
+    }
+    return changing;
 }
 
-Sizes Measure(const BitmapHandle& bitmap)
+Sizes Measure(PageRows& bitmap)
 {
     constexpr uint32_t kStep = 5;  // visits all of the bands, the first ones far from each other
     const uint32_t rows = std::max(kBandRows, static_cast<uint32_t>(bitmap.height / kBandsOfPage));
@@ -77,7 +81,7 @@ Sizes Measure(const BitmapHandle& bitmap)
 
 }  // namespace
 
-PngEffort ChooseEffort(const BitmapHandle& bitmap)
+PngEffort ChooseEffort(PageRows& bitmap)
 {
     constexpr uint64_t kWorthSampling = 1024 * 1024;
     if (bitmap.imageBytes < kWorthSampling)

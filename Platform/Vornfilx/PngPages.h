@@ -24,6 +24,6 @@ constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept
  * The fastest way to a file that is hardly larger than the smallest, where the codec leaves a choice. May throw
  * std::bad_alloc.
  */
-PngEffort ChooseEffort(const BitmapHandle& bitmap);
+PngEffort ChooseEffort(PageRows& bitmap);
 
 }  // namespace vorn::fil::png

@@ -142,7 +142,7 @@ int32_t Load(ByteSource& source, BitmapHandle& bitmap) noexcept
     return image.HandOver(bitmap);
 }
 
-PngEffort ChooseEffort(const BitmapHandle&)
+PngEffort ChooseEffort(PageRows&)
 {
     return {};
 }

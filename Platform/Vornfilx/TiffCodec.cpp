@@ -25,7 +25,7 @@ public:
         return tiff::Load(source, page, bitmap);
     }
     std::span<const int32_t> Compressions() const noexcept override { return tiff::Compressions(); }
-    int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap,
+    int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                       const SaveSettings& settings) const noexcept override
     {
         return tiff::WritePage(file, bitmap, settings);

@@ -30,7 +30,7 @@ int32_t Load(ByteSource& source, uint32_t page, BitmapHandle& bitmap) noexcept
     return Library() ? Library()->load(source, page, bitmap) : FIL_ERR_UNSUPPORTED;
 }
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings& settings) noexcept
+int32_t WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings& settings) noexcept
 {
     return Library() ? Library()->writePage(file, bitmap, settings) : FIL_ERR_UNSUPPORTED;
 }
@@ -49,7 +49,7 @@ bool HasFaxData() noexcept
     return Library() != nullptr;
 }
 
-int32_t WriteFaxData(FileUpdate& update, const BitmapHandle& bitmap)
+int32_t WriteFaxData(FileUpdate& update, PageRows& bitmap)
 {
     return Library() ? Library()->writeFaxData(update, bitmap) : FIL_ERR_UNSUPPORTED;
 }

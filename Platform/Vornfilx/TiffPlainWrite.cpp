@@ -37,7 +37,7 @@ int32_t PlanLayout(FileUpdate& file, const BitmapHandle& bitmap, Layout& layout)
     return !layout.chain.big && end > UINT32_MAX ? FIL_ERR_TOO_LARGE : FIL_SUCCESS;
 }
 
-int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& layout) noexcept
+int32_t WriteStrips(FileUpdate& file, PageRows& bitmap, const Layout& layout) noexcept
 {
     const uint64_t fileRowBytes = FileRowBytes(bitmap);
     const uint32_t rowsPerStrip = RowsPerStrip(bitmap);
@@ -46,7 +46,8 @@ int32_t WriteStrips(FileUpdate& file, const BitmapHandle& bitmap, const Layout& 
         return FIL_ERR_OUT_OF_MEMORY;
     for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip) {
         const uint32_t rows = std::min(rowsPerStrip, bitmap.height - y);
-        FillStrip(bitmap, y, rows, strip.Get());
+        if (!FillStrip(bitmap, y, rows, strip.Get()))
+            return bitmap.Failure(FIL_ERR_READ);
         if (const int32_t status =
                 file.WriteAt(layout.stripsAt + y * fileRowBytes, strip.Get(), rows * fileRowBytes);
             status != FIL_SUCCESS)
@@ -156,7 +157,7 @@ std::span<const int32_t> Compressions() noexcept
     return kCompressions;
 }
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings&) noexcept
+int32_t WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings&) noexcept
 {
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32)
         return FIL_ERR_UNSUPPORTED;

@@ -38,20 +38,18 @@ uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept
     return static_cast<uint32_t>(std::clamp<uint64_t>(kStripBytes / FileRowBytes(bitmap), 1, bitmap.height));
 }
 
-void FillStrip(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, uint8_t* strip) noexcept
+bool FillStrip(PageRows& bitmap, uint32_t first, uint32_t rows, uint8_t* strip) noexcept
 {
     const uint64_t fileRowBytes = FileRowBytes(bitmap);
-    const bool bottomUp = bitmap.viewPerspective == KRN_VIEW_BOTTOM_LEFT;
-    const uint8_t* const image = static_cast<const uint8_t*>(bitmap.image);
-    for (uint32_t i = 0; i < rows; ++i) {
-        const uint32_t row = bottomUp ? bitmap.height - 1 - (first + i) : first + i;
-        const uint8_t* const from = image + uint64_t{row} * bitmap.rowBytes;
+    const RowSpan from = bitmap.Rows(first, rows);
+    for (uint32_t i = 0; from.top && i < rows; ++i) {
         uint8_t* const to = strip + i * fileRowBytes;
         if (bitmap.bitsPerPixel == 24)
-            SwapRedBlue(from, to, bitmap.width);
+            SwapRedBlue(from[i], to, bitmap.width);
         else
-            std::memcpy(to, from, static_cast<size_t>(fileRowBytes));
+            std::memcpy(to, from[i], static_cast<size_t>(fileRowBytes));
     }
+    return from.top != nullptr;
 }
 
 }  // namespace vorn::fil::tiff

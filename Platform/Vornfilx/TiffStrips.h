@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "Vornkrnx.h"
+#include "PageRows.h"
 
 namespace vorn::fil::tiff {
 
@@ -19,7 +19,7 @@ uint64_t FileRowBytes(const BitmapHandle& bitmap) noexcept;
 
 uint32_t RowsPerStrip(const BitmapHandle& bitmap) noexcept;
 
-/** Puts `rows` rows, from row `first` counted from the top of the picture, into a strip in the file's order. */
-void FillStrip(const BitmapHandle& bitmap, uint32_t first, uint32_t rows, uint8_t* strip) noexcept;
+/** Puts `rows` rows, from row `first` counted from the top of the picture, into a strip in the file's order; false when they cannot be read. */
+bool FillStrip(PageRows& bitmap, uint32_t first, uint32_t rows, uint8_t* strip) noexcept;
 
 }  // namespace vorn::fil::tiff

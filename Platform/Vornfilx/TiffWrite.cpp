@@ -131,7 +131,7 @@ uint8_t* PlaceLike(uint64_t fileOffset, const Buffer& room) noexcept
     return room.Get() + (fileOffset - address) % kPageBytes;
 }
 
-int32_t WriteStrips(Stream& stream, const FileUpdate& file, const BitmapHandle& bitmap, uint16_t scheme,
+int32_t WriteStrips(Stream& stream, const FileUpdate& file, PageRows& bitmap, uint16_t scheme,
                     uint32_t rowsPerStrip) noexcept
 {
     // Rows that stay as they are need not pass through the codec's own buffer.
@@ -144,7 +144,8 @@ int32_t WriteStrips(Stream& stream, const FileUpdate& file, const BitmapHandle& 
     for (uint32_t y = 0; y < bitmap.height; y += rowsPerStrip, ++number) {
         const uint32_t rows = std::min(rowsPerStrip, bitmap.height - y);
         uint8_t* const strip = PlaceLike(file.Size(), room);
-        FillStrip(bitmap, y, rows, strip);
+        if (!FillStrip(bitmap, y, rows, strip))
+            return bitmap.Failure(FIL_ERR_READ);
         if (write(stream.Get(), number, strip, static_cast<tmsize_t>(rows * fileRowBytes)) < 0)
             return stream.Failure(FIL_ERR_OUT_OF_MEMORY);
     }
@@ -173,7 +174,7 @@ std::span<const int32_t> Compressions() noexcept
     return kCompressions;
 }
 
-int32_t WritePage(FileUpdate& file, const BitmapHandle& bitmap, const SaveSettings& settings) noexcept
+int32_t WritePage(FileUpdate& file, PageRows& bitmap, const SaveSettings& settings) noexcept
 {
     const uint16_t scheme = SchemeOf(settings.compression);
     if (bitmap.bitsPerPixel == 16 || bitmap.bitsPerPixel == 32 || !Takes(scheme, bitmap))

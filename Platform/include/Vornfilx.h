@@ -143,6 +143,7 @@ VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uin
 /** FilSave's modes. */
 #define FIL_SAVE_NEW 1      /**< the file must not exist: FIL_ERR_ACCESS when it does */
 #define FIL_SAVE_ADD_PAGE 2 /**< the bitmap becomes the file's last page; a missing file is created */
+#define FIL_SAVE_REPLACE 3  /**< of FilMoveFile only */
 
 /** FilSave's compressions. Which a format has depends on the system's codecs too. */
 #define FIL_COMPRESSION_NONE 1    /**< BMP, TIFF */
@@ -169,6 +170,25 @@ VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uin
 VORNFILX_API int32_t FilSave(const WCHAR* fileName, const BitmapHandle* bitmap, int32_t format,
                              uint32_t bitsPerPixel, int32_t mode, int32_t compression,
                              const FilSaveOptions* options, void* reserved1, void* reserved2);
+
+/**
+ * Saves the pages of an image file as pages of another: FilSave without a bitmap. A BMP file is read piece by piece, and
+ * a JPEG picture goes into a PDF file as it is, unless the options ask for a quality; other pages pass through memory one
+ * at a time.
+ * @param source  the file with the pages, which stays
+ * @return as FilSave; pages before one that failed are saved
+ */
+VORNFILX_API int32_t FilSaveFile(const WCHAR* fileName, const WCHAR* source, int32_t format, int32_t mode,
+                                 int32_t compression, const FilSaveOptions* options);
+
+/**
+ * Gives a file another name on the same file system.
+ * @param from  the file; it stays when the call fails
+ * @param to    the name
+ * @param mode  FIL_SAVE_NEW: no file may have the name, FIL_ERR_ACCESS otherwise; FIL_SAVE_REPLACE: one that has it is
+ *              replaced in one step, and its permissions stay
+ */
+VORNFILX_API int32_t FilMoveFile(const WCHAR* from, const WCHAR* to, int32_t mode);
 
 /** The format whose usual extension `fileName` ends in, without regard to case; FIL_FORMAT_UNKNOWN otherwise. */
 VORNFILX_API int32_t FilFormatFromName(const WCHAR* fileName);

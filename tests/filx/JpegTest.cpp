@@ -89,6 +89,37 @@ std::string WithExif(const std::string& file, uint8_t orientation)
            file.substr(rest);
 }
 
+TEST_F(Jpeg, APdfFileHoldsTheDataOfAFileThatReadersTakeAsItIs)
+{
+    const WString source = Name("source"), pdf = Name("a.pdf");
+    const std::string colour = FileOf(Picture{64, 40, 24}), grey = FileOf(Picture{64, 40, 8});
+    const struct {
+        const char* kind;
+        std::string file;
+        uint32_t quality;
+        int32_t expected;
+        bool embedded;
+    } rows[] = {{"colour", colour, 0, FIL_SUCCESS, true},
+                {"grey", grey, 0, FIL_SUCCESS, true},
+                {"noted upright", WithExif(colour, 1), 0, FIL_SUCCESS, true},
+                {"turned by its notes", WithExif(colour, 6), 0, FIL_SUCCESS, false},
+                {"of another quality than wanted", colour, 30, FIL_SUCCESS, false},
+                {"cut", colour.substr(0, colour.size() / 2), 0, FIL_ERR_CORRUPT, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.kind);
+        WriteBytes(source, row.file);
+        FilSaveOptions how{};
+        how.structSize = FIL_SAVE_OPTIONS_SIZE;
+        how.jpegQuality = row.quality;
+        EXPECT_EQ(FilSaveFile(pdf.c_str(), source.c_str(), FIL_FORMAT_PDF, FIL_SAVE_NEW,
+                              FIL_COMPRESSION_DEFAULT, &how),
+                  row.expected);
+        EXPECT_EQ(std::filesystem::exists(pdf), row.expected == FIL_SUCCESS);
+        EXPECT_EQ(BytesOf(pdf).find(row.file) != std::string::npos, row.embedded);
+        std::filesystem::remove(pdf);
+    }
+}
+
 TEST_F(Jpeg, PicturesOfTurnedCamerasAreUpright)
 {
     Picture saved{24, 16, 24};

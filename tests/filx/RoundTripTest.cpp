@@ -83,5 +83,27 @@ TEST_F(RoundTrip, PalettesThatAreNoGreyRampSurvive)
         }
 }
 
+TEST_F(RoundTrip, PagesOfAFileAreSavedLikeTheirBitmaps)
+{
+    const WString source = Name("source.bmp"), ofBitmap = Name("bitmap"), ofFile = Name("file");
+    for (const uint32_t bits : {1u, 4u, 8u, 24u, 32u})
+        for (const uint32_t view : {KRN_VIEW_BOTTOM_LEFT, KRN_VIEW_TOP_LEFT}) {
+            ASSERT_EQ(Save(source, Picture{701, 900, bits, view}, FIL_FORMAT_BMP), FIL_SUCCESS);
+            Picture page;
+            ASSERT_EQ(Load(source, page), FIL_SUCCESS);
+            for (int32_t format = FIL_FORMAT_BMP; format <= FIL_FORMAT_PDF; ++format) {
+                SCOPED_TRACE(testing::Message() << bits << " bits, view " << view << ", format " << format);
+                for (int count = 0; count < 2; ++count)
+                    EXPECT_EQ(FilSaveFile(ofFile.c_str(), source.c_str(), format, FIL_SAVE_ADD_PAGE,
+                                          FIL_COMPRESSION_DEFAULT, nullptr),
+                              Save(ofBitmap, page, format));
+                EXPECT_TRUE(BytesOf(ofFile) == BytesOf(ofBitmap));
+                std::filesystem::remove(ofFile);
+                std::filesystem::remove(ofBitmap);
+            }
+            std::filesystem::remove(source);
+        }
+}
+
 }  // namespace
 }  // namespace vorn::test
