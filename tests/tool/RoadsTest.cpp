@@ -91,5 +91,80 @@ TEST_P(ToolRoads, InterruptKeepsFinishedPagesOnly)
     }
 }
 
+TEST_F(Tool, EveryWayIntoAFileGivesTheSameFileAndKeepsItsModeAndLinks)
+{
+    for (const char* generation : {"1", "2"})
+        for (const std::string extension : {".tif", ".png", ".jpg", ".bmp", ".pdf"}) {
+            SCOPED_TRACE(generation + extension);
+            const Arguments common{"-d", "virtual:scanner", "--wia", generation, "--dpi", "75"};
+            const std::string page = "page" + extension, link = "link" + extension, lost = "lost" + extension;
+            ASSERT_EQ(0, Run(common + Arguments{"-o", page}).exitCode);
+            Write("old", "old");
+            fs::permissions(Out() / "old", fs::perms::owner_read | fs::perms::owner_write);
+            fs::create_symlink("old", Out() / link);
+            fs::create_symlink("new", Out() / lost);
+            const ToolResult replaced = Run(common + Arguments{"--overwrite", "-o", link});
+            EXPECT_EQ(Lines({link}), replaced.out) << replaced.err;
+            EXPECT_EQ(0, Run(common + Arguments{"--overwrite", "-o", lost}).exitCode);
+            EXPECT_EQ(0, Run(common + Arguments{"--source", "flatbed", "--batch=b%d" + extension,
+                                                "--batch-count", "1"})
+                             .exitCode);
+            for (const std::string& file : {std::string{"old"}, std::string{"new"}, "b1" + extension})
+                EXPECT_TRUE(Read(file) == Read(page)) << file;
+            EXPECT_TRUE(fs::is_symlink(Out() / link) && fs::is_symlink(Out() / lost));
+            EXPECT_EQ(fs::perms{0600}, fs::status(Out() / "old").permissions());
+            EXPECT_EQ((Names{page, link, lost, "old", "new", "b1" + extension}), Files());
+            for (const std::string& name : Files())
+                fs::remove(Out() / name);
+        }
+}
+
+TEST_F(Tool, LargePagesPassThroughLittleMemory)
+{
+    if (!ToolRun::kBounded)
+        GTEST_SKIP() << "the sanitizer needs the memory";
+    constexpr unsigned kMegabytes = 16;  // a page has 107
+    const Arguments common{"-d", "virtual:scanner", "--mode", "color", "--dpi", "600"};
+    const Arguments ways[] = {
+        {"--overwrite", "-o", "a.png"},
+        {"--overwrite", "-o", "a.jpg"},
+        {"--overwrite", "-o", "a.tif"},
+        {"--append", "-o", "a.tif"},
+        {"--wia", "1", "--append", "-o", "a.pdf"},
+        {"--append", "-o", "a.pdf"},
+        {"--compression", "deflate", "-o", "b.pdf"},
+        {"--compression", "lzw", "-o", "b.tif"},
+        {"--mode", "lineart", "-o", "c.pdf"},
+    };
+    for (const Arguments& way : ways) {
+        const bool lineart = way.front() == "--mode";
+        const ToolResult result = RunIn(
+            kMegabytes, lineart ? Arguments{"-d", "virtual:scanner", "--dpi", "600"} + way : common + way);
+        EXPECT_EQ(0, result.exitCode) << way.back() << way.front() << result.err;
+    }
+    EXPECT_EQ(2u, Info("a.tif").pageCount);
+    EXPECT_EQ(2u, Info("a.pdf").pageCount);
+}
+
+TEST_F(Tool, APageForWhichMemoryFailsIsAnError)
+{
+    if (!ToolRun::kBounded)
+        GTEST_SKIP() << "the sanitizer needs the memory";
+    const struct {
+        const char* generation;
+        unsigned megabytes;  ///< for the stream of a page there is room in 160, but not for its bitmap too
+    } cases[] = {{"1", 64}, {"2", 64}, {"2", 160}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::string{row.generation} + ", " + std::to_string(row.megabytes));
+        const ToolResult result =
+            RunIn(row.megabytes, {"-d", "virtual:scanner", "--source", "feeder", "--pages", "0", "--memory",
+                                  "--mode", "color", "--dpi", "600", "--wia", row.generation, "-o", "a.tif"});
+        EXPECT_EQ(9, result.exitCode) << result.err;
+        EXPECT_NE(std::string::npos, result.err.find("memory")) << result.err;
+        EXPECT_EQ("", result.out);
+        EXPECT_EQ(Names{}, Files());
+    }
+}
+
 }  // namespace
 }  // namespace vorn::test

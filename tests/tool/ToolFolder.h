@@ -46,6 +46,12 @@ protected:
 
     ToolResult Run(const Arguments& arguments) { return ToolRun{folder_, arguments}.Wait(); }
 
+    /** With so many megabytes of memory for data. */
+    ToolResult RunIn(unsigned megabytes, const Arguments& arguments)
+    {
+        return ToolRun{folder_, arguments, false, megabytes}.Wait();
+    }
+
     /** Starts the tool and waits until it has said this. */
     ToolRun RunUntil(const std::string& text, const Arguments& arguments) const
     {

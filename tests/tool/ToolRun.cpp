@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,7 +30,8 @@ std::string Content(const std::filesystem::path& file)
 
 }  // namespace
 
-ToolRun::ToolRun(const std::filesystem::path& folder, const Arguments& arguments, bool unprivileged)
+ToolRun::ToolRun(const std::filesystem::path& folder, const Arguments& arguments, bool unprivileged,
+                 unsigned megabytes)
     : folder_{folder}
 {
     std::vector<char*> argv{const_cast<char*>(VORNSCAN_PATH)};
@@ -43,6 +45,9 @@ ToolRun::ToolRun(const std::filesystem::path& folder, const Arguments& arguments
     SendTo(folder_ / "stdout", STDOUT_FILENO);
     SendTo(folder_ / "stderr", STDERR_FILENO);
     setenv("TMPDIR", (folder_ / "tmp").c_str(), 1);
+    const rlimit data{megabytes * rlim_t{1 << 20}, megabytes * rlim_t{1 << 20}};
+    if (kBounded && megabytes > 0 && setrlimit(RLIMIT_DATA, &data) != 0)
+        _exit(126);
     if (chdir((folder_ / "out").c_str()) != 0 || (unprivileged && geteuid() == 0 && setuid(kNobody) != 0))
         _exit(126);
     execv(argv[0], argv.data());

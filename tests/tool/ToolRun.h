@@ -27,8 +27,18 @@ struct ToolResult {
 /** A running tool. Its working directory is `folder`/out, its temporary directory `folder`/tmp. */
 class ToolRun {
 public:
-    /** `unprivileged`: as the user "nobody", when the tests run as root. */
-    ToolRun(const std::filesystem::path& folder, const Arguments& arguments, bool unprivileged = false);
+    /**
+     * @param unprivileged  as the user "nobody", when the tests run as root
+     * @param megabytes     of memory that it may take for data; 0: as many as there are. Sanitizers take more: see kBounded
+     */
+    ToolRun(const std::filesystem::path& folder, const Arguments& arguments, bool unprivileged = false,
+            unsigned megabytes = 0);
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    static constexpr bool kBounded = false;
+#else
+    static constexpr bool kBounded = true;
+#endif
 
     void Signal(int number) const;
     ToolResult Wait();

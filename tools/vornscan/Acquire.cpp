@@ -5,9 +5,9 @@
 #include <thread>
 
 #include "Interrupt.h"
-#include "MemoryPages.h"
 #include "Progress.h"
 #include "PropertyIds.h"
+#include "Vornfilx.h"
 #include "Vornkrnx.h"
 
 namespace vornscan {
@@ -44,74 +44,116 @@ private:
     WCHAR** names_ = nullptr;
 };
 
-AcquireOptions LibraryOptions(const Options& options, const Destination& destination)
-{
-    AcquireOptions record{};
-    record.structSize = sizeof record;
-    record.overwriteFile = options.overwrite;
-    record.multiPageFile = destination.oneFile && !options.append;
-    record.appendToFile = options.append;
-    std::ranges::copy(destination.wideName, record.fileName);
-    return record;
-}
+/** Notices pages that began and never arrived. */
+class PageWatch {
+public:
+    void Progress(int32_t percent)
+    {
+        if (begun_ && percent < percent_)
+            lost_ = true;
+        begun_ = begun_ || percent > 0;
+        percent_ = percent;
+    }
+    void Delivered() { begun_ = false; }
 
-Outcome AcquireFiles(const Session& session, WiaItemHandle item, const AcquireOptions& record,
-                     Progress& progress)
-{
-    const auto callback = [](WiaSession*, const WCHAR*, int32_t percent, int32_t state,
-                             void* userData) -> int32_t {
-        static_cast<Progress*>(userData)->Show(percent, state);
-        return Interrupted() ? ERR_ABORTED : SUCCESS;
-    };
-    FileList list;
-    const int32_t status = Vorn_WiaAcquireToFile(session.Handle(), nullptr, 0, item, &record, list.Count(),
-                                                 list.Names(), callback, &progress);
-    return {status, list.Texts(), std::nullopt};
-}
+    /** So far; at the end of the acquisition also a page that is still under way is lost. */
+    bool HasLost(bool atEnd = false) const { return lost_ || (atEnd && begun_); }
 
-/** What the callback of a memory acquisition works on. */
-struct MemoryJob {
-    MemoryPages pages;
-    Progress& progress;
+private:
+    bool begun_ = false, lost_ = false;
+    int32_t percent_ = 0;
+};
+
+/** What the callbacks of an acquisition work on. */
+struct Job {
+    PageFiles files;
+    Progress progress;
+    PageWatch watch;
     std::optional<Failure> failure;
 
-    int32_t Hear(BitmapHandle* page, int32_t percent, int32_t state) noexcept
+    template <typename Saving>
+    int32_t Hear(Saving save, int32_t percent, int32_t state) noexcept
     {
         try {
-            if (page && page->image && state == TRANSFER_STATE_END && !Interrupted())  // or no page came
-                pages.Save(*page);
-            progress.Show(page ? 0 : percent, state);
+            if (save())
+                watch.Delivered();
+            else if (state != TRANSFER_STATE_END)
+                watch.Progress(percent);
+            progress.Show(percent, state);
         } catch (const Failure& reason) {
             failure = reason;
+        } catch (const std::bad_alloc&) {
+            failure = StatusFailure("saving a page", FIL_ERR_OUT_OF_MEMORY);
         } catch (const std::exception& reason) {
             failure = Failure{ExitCode::InputOutput, reason.what()};
         }
-        return failure || Interrupted() ? ERR_ABORTED : SUCCESS;
+        return failure || watch.HasLost() || Interrupted() ? ERR_ABORTED : SUCCESS;
+    }
+
+    int32_t HearFile(int32_t percent, int32_t state) noexcept
+    {
+        return Hear([&] { return state == TRANSFER_STATE_END && files.SaveDraft(); }, percent, state);
+    }
+
+    int32_t HearBitmap(BitmapHandle* page, int32_t percent, int32_t state) noexcept
+    {
+        const auto save = [&] {
+            const bool whole = page && page->image && state == TRANSFER_STATE_END && !Interrupted();
+            if (whole)
+                files.Save(*page);
+            return whole;
+        };
+        return Hear(save, page ? 0 : percent, state);
     }
 };
 
-Outcome AcquireMemory(const Session& session, WiaItemHandle item, const AcquireOptions& record, MemoryJob job)
+Outcome AcquireFiles(const Session& session, WiaItemHandle item, const AcquireOptions& record, Job& job)
+{
+    const auto callback = [](WiaSession*, const WCHAR*, int32_t percent, int32_t state,
+                             void* userData) -> int32_t {
+        return static_cast<Job*>(userData)->HearFile(percent, state);
+    };
+    FileList list;
+    const int32_t status = Vorn_WiaAcquireToFile(session.Handle(), nullptr, 0, item, &record, list.Count(),
+                                                 list.Names(), callback, &job);
+    std::vector<std::string> files = job.files.Files();
+    const bool lost = files.size() < *list.Count();
+    return {status, std::move(files), job.failure, lost};
+}
+
+Outcome AcquireMemory(const Session& session, WiaItemHandle item, const AcquireOptions& record, Job& job)
 {
     const auto callback = [](WiaSession*, BitmapHandle* page, const WCHAR*, int32_t percent, int32_t state,
                              void* userData) -> int32_t {
-        return static_cast<MemoryJob*>(userData)->Hear(page, percent, state);
+        return static_cast<Job*>(userData)->HearBitmap(page, percent, state);
     };
     FileList list;
     const int32_t status = Vorn_WiaAcquire(session.Handle(), nullptr, 0, item, &record, list.Count(),
                                            list.Names(), callback, &job);
-    return {status, job.pages.Files(), job.failure};
+    return {status, job.files.Files(), job.failure, job.watch.HasLost(true)};
+}
+
+/** The dialog of generation 2 names its files itself: they are what it makes of the name given. */
+Outcome AcquireByDialog(const Session& session, AcquireOptions record, const Destination& destination)
+{
+    std::ranges::copy(destination.wideName, record.fileName);
+    FileList list;
+    const int32_t status = Vorn_WiaAcquireToFile(session.Handle(), nullptr, 0, nullptr, &record, list.Count(),
+                                                 list.Names(), nullptr, nullptr);
+    return {status, list.Texts(), std::nullopt, false};
 }
 
 Outcome AcquireOnce(const Session& session, const std::optional<Item>& item, const Options& options,
-                    const Destination& destination, bool memory)
+                    const Destination& destination, const Delivery& delivery)
 {
-    Progress progress{options.progress};
-    const AcquireOptions record = LibraryOptions(options, destination);
-    WiaItemHandle handle = item ? item->Handle() : nullptr;
-    if (memory)
-        return AcquireMemory(session, handle, record,
-                             {MemoryPages{options, destination}, progress, std::nullopt});
-    return AcquireFiles(session, handle, record, progress);
+    AcquireOptions record{};
+    record.structSize = sizeof record;
+    if (!item && session.Generation() == 2)
+        return AcquireByDialog(session, record, destination);
+    Job job{{options, destination, delivery}, Progress{options.progress}, {}, std::nullopt};
+    std::ranges::copy(ToWide(job.files.Draft().string()), record.fileName);
+    return (delivery.memory ? AcquireMemory : AcquireFiles)(session, item ? item->Handle() : nullptr, record,
+                                                            job);
 }
 
 /** False for a device that cannot tell. */
@@ -140,11 +182,11 @@ bool AwaitPaper(const Session& session, Clock::time_point end)
 }  // namespace
 
 Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
-                const Destination& destination, bool memory)
+                const Destination& destination, const Delivery& delivery)
 {
     const auto end = Clock::now() + std::chrono::seconds{options.waitForPaper};
     for (bool waiting = false;; waiting = true) {
-        Outcome outcome = AcquireOnce(session, item, options, destination, memory);
+        Outcome outcome = AcquireOnce(session, item, options, destination, delivery);
         if (outcome.status != ERR_WIA_PAPER_EMPTY || !outcome.files.empty() || Clock::now() >= end)
             return outcome;
         if (!waiting)

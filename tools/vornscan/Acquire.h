@@ -8,6 +8,7 @@
 #include "Destination.h"
 #include "Failure.h"
 #include "Options.h"
+#include "PageFiles.h"
 #include "Session.h"
 
 namespace vornscan {
@@ -17,13 +18,11 @@ struct Outcome {
     int32_t status;
     std::vector<std::string> files;  ///< one name a page, in the order of writing; may repeat
     std::optional<Failure> failure;  ///< the tool's own reason for having stopped
+    bool lost = false;               ///< a page began and never arrived
 };
 
-/**
- * Acquires from `item`, or from what the platform's dialog offers when there is none.
- * @param memory  the pages come as bitmaps, which the tool saves
- */
+/** Acquires from `item`, or from what the platform's dialog offers when there is none. */
 Outcome Acquire(const Session& session, const std::optional<Item>& item, const Options& options,
-                const Destination& destination, bool memory);
+                const Destination& destination, const Delivery& delivery);
 
 }  // namespace vornscan

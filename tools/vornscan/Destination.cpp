@@ -169,18 +169,10 @@ Destination CheckDestination(const Options& options)
         destination.oneFile = true;
     std::error_code error;
     const bool exists = fs::exists(fs::path{destination.wideName}, error);
-    CheckDirectory(destination, exists && (options.append || options.overwrite));
+    CheckDirectory(destination, exists && options.append);
     if (exists)
         CheckExistingFile(destination, options);
     return destination;
-}
-
-bool NeedsBitmaps(const Options& options, const Destination& destination, bool takesQuality)
-{
-    // The library makes room for a file before its page is there.
-    const bool replaces = options.overwrite;
-    const bool chooses = options.compression || (options.jpegQuality && !takesQuality);
-    return options.memory || options.batch || replaces || chooses || !destination.format->wiaFormat;
 }
 
 int32_t SavedAs(const FileFormat& format)

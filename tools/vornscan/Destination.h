@@ -31,12 +31,6 @@ struct Destination {
 /** @throws Failure when the options' output file cannot be written, or not in the way that they ask for */
 Destination CheckDestination(const Options& options);
 
-/**
- * True when the options ask for something that a device does not do when it writes a file itself.
- * @param takesQuality  the device has been told the quality of JPEG data
- */
-bool NeedsBitmaps(const Options& options, const Destination& destination, bool takesQuality = false);
-
 /** The file library's code for the format; FIL_FORMAT_UNKNOWN when it does not have it. */
 int32_t SavedAs(const FileFormat& format);
 

@@ -79,6 +79,9 @@ void CheckCompression(const Item& item, const Destination& destination)
                       destination.fileName + ": --compression jpeg is not for black and white; use group4"};
 }
 
+/** What JPEG data has when nobody asks for another quality. */
+constexpr int32_t kUsualQuality = 90;
+
 bool Offers(const std::vector<TransferFormat>& formats, uint32_t medium, const GUID& format)
 {
     return std::ranges::any_of(formats, [&](const TransferFormat& offered) {
@@ -118,45 +121,68 @@ Item PrepareScanner(const Session& session, const Device& device, const Options&
     return item;
 }
 
-bool PrepareTransfer(const Session& session, const Item& item, const Device& device, const Options& options,
-                     const Destination& destination)
+Delivery PrepareTransfer(const Session& session, const Item& item, const Device& device,
+                         const Options& options, const Destination& destination)
 {
-    const FileFormat& format = *destination.format;
-    const bool offered =
-        format.wiaFormat && Offers(TransferFormats(session, item), WIA_MEDIUM_FILE, *format.wiaFormat);
-    const bool takesQuality =
-        options.jpegQuality &&
-        item.SetLong(kJpegQuality, static_cast<int32_t>(*options.jpegQuality)) == SUCCESS;
-    const bool memory = !offered || NeedsBitmaps(options, destination, takesQuality);
-    if (memory)
-        CheckSaves(destination);
     CheckCompression(item, destination);
+    const std::vector<TransferFormat> formats = TransferFormats(session, item);
+    const auto offers = [&](const std::optional<GUID>& format) {
+        return format && Offers(formats, WIA_MEDIUM_FILE, *format);
+    };
+    const FileFormat& format = *destination.format;
+    const bool isJpeg = format.wiaFormat && Same(*format.wiaFormat, kFormatJpeg);
+    const bool jpegInside = !format.wiaFormat && item.Long(kDepth).value_or(1) >= 8 &&
+                            (destination.compression == FIL_COMPRESSION_DEFAULT ||
+                             destination.compression == FIL_COMPRESSION_JPEG);
+    const bool takesQuality =
+        (jpegInside || options.jpegQuality) &&
+        item.SetLong(kJpegQuality, static_cast<int32_t>(options.jpegQuality.value_or(kUsualQuality))) ==
+            SUCCESS;
+
+    Delivery delivery;
+    delivery.asIs = !options.memory && !destination.oneFile && !options.compression &&
+                    offers(format.wiaFormat) && (takesQuality || !options.jpegQuality || !isJpeg);
+    const bool embedded = !delivery.asIs && jpegInside && takesQuality && offers(kFormatJpeg);
+    const GUID wanted = delivery.asIs ? *format.wiaFormat : embedded ? kFormatJpeg : kFormatBmp;
+    delivery.memory = options.memory || !offers(wanted);
+    delivery.quality = embedded && !delivery.memory ? 0 : options.jpegQuality.value_or(0);
+    if (!delivery.asIs)
+        CheckSaves(destination);
+
     const std::string purpose = std::string{"the format "} + format.name + " of " + destination.fileName;
     const GUID bitmaps = session.Generation() == 1 ? kFormatMemoryBmp : kFormatBmp;
     SettingsWriter writer{session, item, device, false};
-    writer.Add({kMedium, memory ? WIA_MEDIUM_MEMORY : WIA_MEDIUM_FILE, purpose});
-    writer.AddFormat(memory ? bitmaps : *format.wiaFormat, purpose);
+    writer.Add({kMedium, delivery.memory ? WIA_MEDIUM_MEMORY : WIA_MEDIUM_FILE, purpose});
+    writer.AddFormat(delivery.memory ? bitmaps : wanted, purpose);
     writer.Write();
-    return memory;
+    return delivery;
 }
 
-bool PrepareCamera(const Session& session, const Device& device, const Options& options,
-                   const Destination& destination)
+Delivery PrepareCamera(const Session& session, const Device& device, const Options& options,
+                       const Destination& destination)
 {
     if (HasScannerSettings(options))
         throw Failure{ExitCode::Usage, device.Shown() +
                                            " is not a scanner: leave out --source, --mode, "
                                            "--resolution, --pages and what else sets a scanner"};
-    if (session.Generation() == 2 && NeedsBitmaps(options, destination))
+    const bool plain = destination.format->wiaFormat && !options.memory && !options.batch &&
+                       !options.overwrite && !options.compression && !options.jpegQuality;
+    if (session.Generation() == 2 && !plain)
         throw Failure{ExitCode::Usage, device.Shown() +
                                            " writes its files itself in generation 2; use --wia 1 for " +
                                            (options.memory ? "--memory" : destination.fileName)};
+    Delivery delivery;
     if (session.Generation() == 2)
-        return false;
-    bool memory = false;
-    for (const Item& picture : session.Children())
-        memory = PrepareTransfer(session, picture, device, options, destination) || memory;
-    return memory;
+        return delivery;
+    bool first = true;
+    for (const Item& picture : session.Children()) {
+        const Delivery one = PrepareTransfer(session, picture, device, options, destination);
+        delivery.memory = delivery.memory || one.memory;
+        delivery.asIs = (first || delivery.asIs) && one.asIs;
+        delivery.quality = one.quality;
+        first = false;
+    }
+    return delivery;
 }
 
 }  // namespace vornscan

@@ -5,6 +5,7 @@
 
 #include "Destination.h"
 #include "Options.h"
+#include "PageFiles.h"
 #include "Session.h"
 
 namespace vornscan {
@@ -20,18 +21,17 @@ void SetVirtualPages(const Session& session, const Device& device, const std::st
 Item PrepareScanner(const Session& session, const Device& device, const Options& options);
 
 /**
- * Chooses the road of the scanner's pages: the device writes the format itself when it can, and else gives
- * bitmaps for the tool to save.
- * @return true for bitmaps
+ * Chooses how the scanner's pages come: as a file that the device writes in the format wanted, else as one that the tool
+ * saves in that format, else as bitmaps.
  */
-bool PrepareTransfer(const Session& session, const Item& item, const Device& device, const Options& options,
-                     const Destination& destination);
+Delivery PrepareTransfer(const Session& session, const Item& item, const Device& device,
+                         const Options& options, const Destination& destination);
 
 /**
  * As PrepareTransfer, for every picture of a camera; in generation 2 the platform's dialog chooses the format
  * itself. Settings of scanners are refused.
  */
-bool PrepareCamera(const Session& session, const Device& device, const Options& options,
-                   const Destination& destination);
+Delivery PrepareCamera(const Session& session, const Device& device, const Options& options,
+                       const Destination& destination);
 
 }  // namespace vornscan

@@ -69,10 +69,15 @@ std::optional<Failure> Judge(const Outcome& outcome, const Options& options, con
     const size_t wanted = static_cast<size_t>(options.pages);
     if (outcome.failure)
         return outcome.failure;
-    if (outcome.status == SUCCESS && wanted != 0 && got >= wanted)
+    if (outcome.status == SUCCESS && !outcome.lost && wanted != 0 && got >= wanted)
         return std::nullopt;
     if (Interrupted())
         return Failure{ExitCode::Cancelled, "cancelled after " + Pages(got)};
+    if (outcome.lost)
+        return Failure{ExitCode::InputOutput,
+                       device.Shown() + ": page " + std::to_string(got + 1) +
+                           " was scanned and lost, as memory is short; the pages before it are complete. "
+                           "Scan it again with a lower resolution"};
     const bool ended = outcome.status == SUCCESS || outcome.status == ERR_WIA_PAPER_EMPTY;
     if (!ended || (got == 0 && outcome.status != SUCCESS))
         return StatusFailure(ConcernsFile(outcome.status) ? options.outputFile : device.Shown(),
@@ -91,7 +96,7 @@ struct Ready {
     Device device;
     std::optional<Item> item;  ///< of a scanner
     std::optional<Destination> destination;
-    bool memory = false;
+    Delivery delivery;
 };
 
 bool IsScan(const Options& options)
@@ -116,7 +121,7 @@ Ready Prepare(Session& session, const Options& options)
 {
     if (!options.outputFile.empty())
         CheckDestination(options);
-    Ready ready{OpenDevice(session, options), {}, {}};
+    Ready ready{OpenDevice(session, options), {}, {}, {}};
     if (!options.device && !options.allOptions)
         Say("scanning with " + ready.device.Label());
     if (options.virtualPages)
@@ -126,9 +131,9 @@ Ready Prepare(Session& session, const Options& options)
     if (!IsScan(options))
         return ready;
     ready.destination = CheckDestination(options);
-    ready.memory = ready.item
-                       ? PrepareTransfer(session, *ready.item, ready.device, options, *ready.destination)
-                       : PrepareCamera(session, ready.device, options, *ready.destination);
+    ready.delivery = ready.item
+                         ? PrepareTransfer(session, *ready.item, ready.device, options, *ready.destination)
+                         : PrepareCamera(session, ready.device, options, *ready.destination);
     return ready;
 }
 
@@ -149,7 +154,7 @@ Ready PrepareOrTell(Session& session, const Options& options)
 void AcquirePages(const Session& session, const Ready& ready, const Options& options)
 {
     CatchInterrupts();
-    const Outcome outcome = Acquire(session, ready.item, options, *ready.destination, ready.memory);
+    const Outcome outcome = Acquire(session, ready.item, options, *ready.destination, ready.delivery);
     ListFiles(outcome, options);
     const std::optional<Failure> failure = Judge(outcome, options, ready.device);
     if (options.json)
