@@ -243,7 +243,7 @@ VORNWIA_API int32_t Vorn_WiaSetPropertyGUID(WiaSession* session, WiaItemHandle i
                                             uint32_t id, const GUID* value);
 
 /**
- * Reads a text.
+ * Reads a text, or a float as decimal digits: all of its fraction, with a point whatever the locale.
  *
  * Call once with `buffer` null to learn the size, then again with a buffer of that size. An empty text writes
  * neither buffer nor size.

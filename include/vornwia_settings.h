@@ -30,9 +30,11 @@ extern "C" {
 #define WIA_ACCESS_FLAG 0x40u  /**< the valid values are a set of bits */
 
 /** WiaCapability::valueType: the platform's VARTYPE. These are the ones that decide what a list holds. */
-#define WIA_VALUE_LONG 3  /**< a 32-bit integer */
-#define WIA_VALUE_TEXT 8  /**< a text */
-#define WIA_VALUE_GUID 72 /**< a GUID */
+#define WIA_VALUE_LONG 3   /**< a 32-bit integer */
+#define WIA_VALUE_FLOAT 4  /**< a number with a fraction, of single precision */
+#define WIA_VALUE_DOUBLE 5 /**< a number with a fraction, of double precision */
+#define WIA_VALUE_TEXT 8   /**< a text */
+#define WIA_VALUE_GUID 72  /**< a GUID */
 
 #pragma pack(push, 4)
 /** The bits that a property takes. */
@@ -42,7 +44,10 @@ typedef struct WiaFlagValues {
     uint32_t nominal;    /**< 8: the default bits */
 } WiaFlagValues;
 
-/** The range of numbers that a property takes. */
+/**
+ * The range of numbers that a property takes. Numbers with a fraction are rounded to the nearest whole number, the ends
+ * inward where there is a whole number between them.
+ */
 typedef struct WiaRangeValues {
     uint32_t structSize; /**< 0: 20 */
     int32_t minimum;     /**< 4 */
@@ -61,6 +66,21 @@ typedef struct WiaListValues {
     int32_t count;            /**< 4: number of items */
     const void* const* items; /**< 8: null when there is none */
 } WiaListValues;
+
+/** What `rangeValues` points to when `valueType` is WIA_VALUE_FLOAT or WIA_VALUE_DOUBLE: the exact numbers follow. */
+typedef struct WiaRealRangeValues {
+    WiaRangeValues rounded; /**< 0: its structSize is 20, as everywhere */
+    double minimum;         /**< 20 */
+    double maximum;         /**< 28 */
+    double nominal;         /**< 36 */
+    double step;            /**< 44: 0 when the device does not tell */
+} WiaRealRangeValues;
+
+/** What `listValues` points to for these types: the exact numbers follow. */
+typedef struct WiaRealListValues {
+    WiaListValues rounded; /**< 0: its structSize is 16, as everywhere */
+    const double* numbers; /**< 16: as many as `rounded` has items; null when there is none */
+} WiaRealListValues;
 
 /** Valid values: exactly one of the pointers is set, unless memory ran out, which leaves all of them null. */
 typedef struct WiaCapabilityValues {
@@ -270,6 +290,10 @@ VORNWIA_ASSERT_SIZE(WiaFlagValues, 12);
 VORNWIA_ASSERT_SIZE(WiaRangeValues, 20);
 VORNWIA_ASSERT_SIZE(WiaListValues, 16);
 VORNWIA_ASSERT_OFFSET(WiaListValues, items, 8);
+VORNWIA_ASSERT_SIZE(WiaRealRangeValues, 52);
+VORNWIA_ASSERT_OFFSET(WiaRealRangeValues, minimum, 20);
+VORNWIA_ASSERT_SIZE(WiaRealListValues, 24);
+VORNWIA_ASSERT_OFFSET(WiaRealListValues, numbers, 16);
 VORNWIA_ASSERT_SIZE(WiaCapabilityValues, 28);
 VORNWIA_ASSERT_OFFSET(WiaCapabilityValues, rangeValues, 20);
 VORNWIA_ASSERT_SIZE(WiaCapability, 544);

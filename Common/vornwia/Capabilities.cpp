@@ -63,10 +63,9 @@ private:
         if (ReadAttributes(storage_, property.propid, access, valid) != S_OK)
             return Tell(&capability);
         capability.accessFlags = access;
-        WiaCapabilityValues* values = BuildCapabilityValues(valid, capability);
-        capability.values = values;
+        capability.values = BuildCapabilityValues(valid, capability);
         const int32_t answer = Tell(&capability);
-        FreeCapabilityValues(values, valid.vt);
+        FreeCapabilityValues(capability, valid.vt);
         return answer;
     }
 

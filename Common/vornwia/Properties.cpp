@@ -1,5 +1,8 @@
 /** Single properties: one value of one item, read or written by type. */
+#include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <iterator>
 
 #include "Internal.h"
 
@@ -109,12 +112,27 @@ HRESULT DeliverCounted(const Unit* source, uint64_t needed, Unit* buffer, uint64
     return S_OK;
 }
 
+/** A number as the shortest decimal that is read back as the same number: at most 24 characters. */
+template <typename Number>
+HRESULT DeliverDecimal(Number number, WCHAR* buffer, uint64_t* size)
+{
+    char digits[32];
+    WCHAR text[std::size(digits)] = {};
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+    std::copy(digits, end, text);
+    return DeliverCounted(text, static_cast<uint64_t>(end - digits) + 1, buffer, size);
+}
+
 HRESULT ReadStringValue(IWiaPropertyStorage* storage, const PROPSPEC& propSpec, WCHAR* buffer, uint64_t* size)
 {
     PropVariant read;
     const HRESULT result = ReadValue(storage, propSpec, read);
     if (result != S_OK)
         return result;
+    if (read.vt == VT_R4)
+        return DeliverDecimal(read.fltVal, buffer, size);
+    if (read.vt == VT_R8)
+        return DeliverDecimal(read.dblVal, buffer, size);
     if (read.vt != VT_BSTR && read.vt != VT_LPWSTR)
         return S_FALSE;
     const WCHAR* text = read.vt == VT_BSTR ? read.bstrVal : read.pwszVal;

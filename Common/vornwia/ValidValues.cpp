@@ -35,28 +35,16 @@ Element ElementAt(const void* data, ULONG index)
     return element;
 }
 
-/** An element as a 32-bit number, the nearest there is. Floats are rounded like single properties. */
 template <typename Element>
-int32_t NumberAt(const void* data, ULONG index)
+double NumberAt(const void* data, ULONG index)
 {
-    const auto element = ElementAt<Element>(data, index);
-    using Limits = std::numeric_limits<int32_t>;
-    if constexpr (std::is_floating_point_v<Element>) {
-        const double number = std::trunc(double{element} + 0.5);
-        return std::isnan(number)
-                   ? 0
-                   : static_cast<int32_t>(std::clamp<double>(number, Limits::min(), Limits::max()));
-    } else if constexpr (std::is_same_v<Element, uint64_t>) {
-        return static_cast<int32_t>(std::min<uint64_t>(element, Limits::max()));
-    } else {
-        return static_cast<int32_t>(std::clamp<int64_t>(element, Limits::min(), Limits::max()));
-    }
+    return static_cast<double>(ElementAt<Element>(data, index));
 }
 
 /** The element types that are numbers. Unsigned 32-bit ones keep their bits. */
 constexpr struct NumberType {
     VARTYPE type;
-    int32_t (*at)(const void* data, ULONG index);
+    double (*at)(const void* data, ULONG index);
 } kNumberTypes[] = {
     {VT_I4, NumberAt<int32_t>},   {VT_UI4, NumberAt<int32_t>},  {VT_INT, NumberAt<int32_t>},
     {VT_UINT, NumberAt<int32_t>}, {VT_I1, NumberAt<int8_t>},    {VT_UI1, NumberAt<uint8_t>},
@@ -74,20 +62,36 @@ const NumberType* FindNumberType(VARTYPE type)
     return nullptr;
 }
 
-/** Elements read as 32-bit numbers; 0 where there is none. */
+/** Elements read as numbers; 0 where there is none. */
 class Numbers {
 public:
     explicit Numbers(const Elements& elements) : elements_{elements}, type_{FindNumberType(elements.type)} {}
 
-    int32_t operator[](ULONG index) const
+    double Exact(ULONG index) const
     {
         return type_ && index < elements_.count ? type_->at(elements_.data, index) : 0;
+    }
+    int32_t operator[](ULONG index) const { return Whole(Exact(index)); }
+
+    /** The nearest whole number that 32 bits hold; 0 for what is no number. */
+    static int32_t Whole(double number)
+    {
+        using Limits = std::numeric_limits<int32_t>;
+        return std::isnan(number) ? 0
+                                  : static_cast<int32_t>(
+                                        std::clamp<double>(std::round(number), Limits::min(), Limits::max()));
     }
 
 private:
     const Elements& elements_;
     const NumberType* type_;
 };
+
+/** True when applications find the exact numbers behind the rounded ones. */
+bool IsReal(const WiaCapability& capability)
+{
+    return capability.valueType == WIA_VALUE_FLOAT || capability.valueType == WIA_VALUE_DOUBLE;
+}
 
 // ---- Lists -------------------------------------------------------------------------------------------------
 
@@ -189,14 +193,14 @@ bool FitsType(const ItemKind& kind, uint32_t valueType)
 
 // ---- Records -----------------------------------------------------------------------------------------------
 
-/** An empty record of the tree; null without memory. */
+/** An empty record of the tree that states this size; null without memory. */
 template <typename Record>
-Record* NewRecord()
+Record* NewRecord(uint32_t structSize = sizeof(Record))
 {
     auto* record = static_cast<Record*>(KrnAlloc(1, sizeof(Record), VORN_HERE));
     if (record) {
         KrnMemSet(record, 0, sizeof(Record));
-        record->structSize = sizeof(Record);
+        KrnMemCopy(record, &structSize, sizeof(structSize));  // the first field of each
     }
     return record;
 }
@@ -218,26 +222,68 @@ void AddItems(WiaListValues& list, const Elements& elements, uint32_t propertyId
     }
 }
 
+/** The exact numbers of a list; without memory for them the list is empty. */
+void AddExactNumbers(WiaRealListValues& list, const Elements& elements, const WiaCapability& capability)
+{
+    const Extent extent = NumberExtent(elements, capability.propertyId);
+    auto* exact =
+        extent.count ? static_cast<double*>(KrnAlloc(extent.count, sizeof(double), VORN_HERE)) : nullptr;
+    list.numbers = exact;
+    if (!exact)
+        return;
+    for (ULONG i = 0; i < extent.count; ++i)
+        exact[i] = Numbers{elements}.Exact(extent.first + i);
+    AddItems(list.rounded, elements, capability.propertyId, kNumbers);
+}
+
 void AddList(WiaCapabilityValues& values, const Elements& elements, const WiaCapability& capability)
 {
+    const ItemKind& kind = KindOf(elements.type);
+    const bool fits = FitsType(kind, capability.valueType);
+    if (IsReal(capability)) {
+        auto* list = NewRecord<WiaRealListValues>(sizeof(WiaListValues));
+        values.listValues = list ? &list->rounded : nullptr;
+        if (list && fits)
+            AddExactNumbers(*list, elements, capability);
+        return;
+    }
     auto* list = NewRecord<WiaListValues>();
     values.listValues = list;
-    const ItemKind& kind = KindOf(elements.type);
-    if (list && FitsType(kind, capability.valueType))
+    if (list && fits)
         AddItems(*list, elements, capability.propertyId, kind);
 }
 
-void AddRange(WiaCapabilityValues& values, const Elements& elements, const WiaCapability&)
+/** The ends are rounded inward, so that the device takes every whole number between them. */
+void FillRange(WiaRangeValues& range, const Numbers& numbers)
 {
+    const double minimum = std::ceil(numbers.Exact(WIA_RANGE_MIN));
+    const double maximum = std::floor(numbers.Exact(WIA_RANGE_MAX));
+    const bool holdsWholeNumber = minimum <= maximum;
+    range.minimum = holdsWholeNumber ? Numbers::Whole(minimum) : numbers[WIA_RANGE_MIN];
+    range.maximum = holdsWholeNumber ? Numbers::Whole(maximum) : numbers[WIA_RANGE_MAX];
+    range.nominal = numbers[WIA_RANGE_NOM];
+    range.step = numbers[WIA_RANGE_STEP];
+}
+
+void AddRange(WiaCapabilityValues& values, const Elements& elements, const WiaCapability& capability)
+{
+    const Numbers numbers{elements};
+    if (IsReal(capability)) {
+        auto* real = NewRecord<WiaRealRangeValues>(sizeof(WiaRangeValues));
+        values.rangeValues = real ? &real->rounded : nullptr;
+        if (!real)
+            return;
+        FillRange(real->rounded, numbers);
+        real->minimum = numbers.Exact(WIA_RANGE_MIN);
+        real->maximum = numbers.Exact(WIA_RANGE_MAX);
+        real->nominal = numbers.Exact(WIA_RANGE_NOM);
+        real->step = numbers.Exact(WIA_RANGE_STEP);
+        return;
+    }
     auto* range = NewRecord<WiaRangeValues>();
     values.rangeValues = range;
-    if (!range)
-        return;
-    const Numbers numbers{elements};
-    range->minimum = numbers[WIA_RANGE_MIN];
-    range->maximum = numbers[WIA_RANGE_MAX];
-    range->nominal = numbers[WIA_RANGE_NOM];
-    range->step = numbers[WIA_RANGE_STEP];
+    if (range)
+        FillRange(*range, numbers);
 }
 
 void AddFlags(WiaCapabilityValues& values, const Elements& elements, const WiaCapability&)
@@ -282,13 +328,16 @@ WiaCapabilityValues* BuildCapabilityValues(const PROPVARIANT& published,
     return nullptr;
 }
 
-void FreeCapabilityValues(WiaCapabilityValues* values, uint32_t publishedType) noexcept
+void FreeCapabilityValues(const WiaCapability& capability, uint32_t publishedType) noexcept
 {
+    const WiaCapabilityValues* const values = capability.values;
     if (!values)
         return;
     if (const WiaListValues* list = values->listValues) {
         for (int32_t i = 0; i < list->count; ++i)
             KindOf(publishedType).free(list->items[i]);
+        if (IsReal(capability))
+            FreeBlock(reinterpret_cast<const WiaRealListValues*>(list)->numbers);
         FreeBlock(list->items);
         FreeBlock(list);
     }

@@ -28,7 +28,7 @@ HRESULT ReadAttributes(IWiaPropertyStorage* storage, PROPID id, ULONG& access, P
 WiaCapabilityValues* BuildCapabilityValues(const PROPVARIANT& published,
                                            const WiaCapability& capability) noexcept;
 
-/** Frees a tree, null included, that was built from a value of that type. */
-void FreeCapabilityValues(WiaCapabilityValues* values, uint32_t publishedType) noexcept;
+/** Frees the tree of a capability, null included, that was built from a value of that type. */
+void FreeCapabilityValues(const WiaCapability& capability, uint32_t publishedType) noexcept;
 
 }  // namespace vorn

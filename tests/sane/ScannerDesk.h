@@ -57,11 +57,13 @@ public:
         Vorn_WiaEndSession(session_);
     }
 
+    WiaSession* Session() const { return session_; }
+
     /** By SANE's names and in SANE's words. */
     void Set(const SaneOptions& options)
     {
         for (const Option& option : options) {
-            const bool number = option.value.find_first_not_of("0123456789") == std::string::npos;
+            const bool number = option.value.find_first_not_of("-0123456789") == std::string::npos;
             const bool is = option.value == "yes";
             const WString name = Wide(option.name);
             const int32_t status =

@@ -210,9 +210,13 @@ TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
     const struct {
         std::string setting;
         int exitCode;
+        const char* said = "";
     } kCases[] = {{"br-x=63.5", 0},
                   {"br-x=63,5", 1},
                   {"fixed-constraint-word-list=12.1", 0},  // no binary fraction
+                  {"fixed-constraint-word-list=12", 0, "made it 12.1"},
+                  {"fixed-constraint-word-list=-33", 0, "made it -32.7"},
+                  {"fixed-constraint-word-list=1000", 1, "it takes -32.7|12.1|42|129.5 and is at 42"},
                   {"fixed-constraint-range=-42.17", 0},
                   {"fixed-constraint-range=-42.18", 1},
                   {"string=short", 0},
@@ -222,6 +226,23 @@ TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
                                   "--set", row.setting};
         const ToolResult told = RunTool(Folder(), arguments);
         EXPECT_EQ(told.exitCode, row.exitCode) << row.setting.substr(0, 40) << told.err;
+        EXPECT_NE(told.err.find(row.said), std::string::npos) << told.err;
+    }
+    const Arguments all{"-A", "-d", "test:0", "--set", "enable-test-options=yes"};
+    const ToolResult shown = RunTool(Folder(), all);
+    for (const char* line : {"-32.7|12.1|42|129.5 [42]", "-42.17..32767.9999 (in steps of 2) [41.83]"})
+        EXPECT_NE(shown.out.find(line), std::string::npos) << shown.out;
+
+    // What an application is shown as a whole number can be written, and becomes what the scanner has.
+    ScannerDesk desk{2, false};
+    desk.Set({{"enable-test-options", "yes"}});
+    for (const auto& [written, read] : {std::pair{12, 12}, {130, 130}, {-33, -32}, {42, 42}}) {
+        desk.Set({{"fixed-constraint-word-list", std::to_string(written)}});
+        int32_t value = 0;
+        EXPECT_EQ(
+            Vorn_WiaGetPropertyLong(desk.Session(), desk.item, u"fixed-constraint-word-list", 0, &value),
+            SUCCESS);
+        EXPECT_EQ(value, read);
     }
 }
 

@@ -150,6 +150,7 @@ TEST_P(PropertiesTest, ConvertsNumbersToLong)
     struct Row {
         Value value;
         int32_t expected;
+        const char* text = "";
     };
     constexpr double infinity = std::numeric_limits<double>::infinity();
     const Row rows[] = {
@@ -161,11 +162,13 @@ TEST_P(PropertiesTest, ConvertsNumbersToLong)
         {Value::Integer(VT_UI4, 0xFFFFFFFF), -1},
         {Value::Integer(VT_INT, -7), -7},
         {Value::Integer(VT_UINT, 0x80000000), INT32_MIN},
-        {Value::Real(VT_R4, -2.7), -2},
+        {Value::Real(VT_R4, -2.7), -2, "-2.7"},
         {Value::Real(VT_R4, 8388609), 8388609},  // the half is added in double precision
         {Value::Real(VT_R4, std::nextafter(0.5F, 0.0F)), 0},
         {Value::Real(VT_R4, 3e9), INT32_MIN},
-        {Value::Real(VT_R8, 2.5), 3},
+        {Value::Real(VT_R8, 2.5), 3, "2.5"},
+        {Value::Real(VT_R8, 0.1 + 0.2), 0, "0.30000000000000004"},
+        {Value::Real(VT_R8, 42), 42, "42"},
         {Value::Real(VT_R8, -2.5), -2},
         {Value::Real(VT_R8, 2147483647.0), INT32_MAX},
         {Value::Real(VT_R8, 2147483647.5), INT32_MIN},
@@ -178,6 +181,12 @@ TEST_P(PropertiesTest, ConvertsNumbersToLong)
         int32_t value = kOtherLong;
         EXPECT_EQ(Call<Vorn_WiaGetPropertyLong>(kLong, &value), SUCCESS);
         EXPECT_EQ(value, row.expected) << "of type " << row.value.Type();
+        if (!*row.text)
+            continue;
+        WCHAR text[32] = {};
+        uint64_t size = std::size(text);
+        EXPECT_EQ(Call<Vorn_WiaGetPropertyString>(kLong, text, &size), SUCCESS);
+        EXPECT_EQ(Narrow(text), row.text) << "a float keeps its fraction as a text";
     }
 }
 

@@ -12,7 +12,13 @@ using namespace vorn::wia;
 constexpr PROPID kProbe = WIA_PRIVATE_DEVPROP + 100;
 const GUID kGuids[] = {WiaImgFmt_BMP, WiaImgFmt_TIFF, WiaImgFmt_PNG, WiaImgFmt_JPEG};
 
-/** "list 75 150", "range minimum nominal maximum step", "flags valid nominal"; a GUID as its first four bytes. */
+bool IsReal(const WiaCapability& capability)
+{
+    return capability.valueType == WIA_VALUE_FLOAT || capability.valueType == WIA_VALUE_DOUBLE;
+}
+
+/** "list 75 150", "range minimum nominal maximum step", "flags valid nominal"; a GUID as its first four bytes; the exact
+ * numbers behind a slash. */
 std::string Describe(const WiaCapability& capability)
 {
     std::ostringstream text;
@@ -23,6 +29,11 @@ std::string Describe(const WiaCapability& capability)
     if (const WiaRangeValues* range = capability.values->rangeValues)
         text << "range " << range->minimum << " " << range->nominal << " " << range->maximum << " "
              << range->step;
+    if (capability.values->rangeValues && IsReal(capability)) {
+        const auto& real = reinterpret_cast<const WiaRealRangeValues&>(*capability.values->rangeValues);
+        text << " / " << double{real.minimum} << " " << double{real.nominal} << " " << double{real.maximum}
+             << " " << double{real.step};
+    }
     if (const WiaListValues* list = capability.values->listValues) {
         text << "list";
         for (int32_t i = 0; i < list->count; ++i) {
@@ -35,6 +46,10 @@ std::string Describe(const WiaCapability& capability)
             else
                 text << *static_cast<const int32_t*>(item);
         }
+        const double* exact =
+            IsReal(capability) ? reinterpret_cast<const WiaRealListValues*>(list)->numbers : nullptr;
+        for (int32_t i = 0; exact && i < list->count; ++i)
+            text << (i ? " " : " / ") << exact[i];
     }
     return text.str();
 }
@@ -71,9 +86,10 @@ struct Heard {
 /** A property of that type which publishes these bits as its valid values. */
 Property Publishing(VARTYPE type, ULONG access, const PROPVARIANT& valid, PROPID id = kProbe)
 {
-    Property property = Writable(id, type == VT_BSTR    ? Value::Text(VORN_TEXT("a"))
-                                     : type == VT_CLSID ? Value::Guid(kGuids[0])
-                                                        : Value::I4(0));
+    Property property = Writable(id, type == VT_BSTR                  ? Value::Text(VORN_TEXT("a"))
+                                     : type == VT_CLSID               ? Value::Guid(kGuids[0])
+                                     : type == VT_R4 || type == VT_R8 ? Value::Real(type, 0)
+                                                                      : Value::I4(0));
     property.attributes = [access, valid](ULONG& flags, PROPVARIANT& copy) {
         flags = access;
         copy = valid;
@@ -149,6 +165,18 @@ TEST_P(CapabilitiesTest, TurnsWhateverIsPublishedIntoRecords)
         {"floats", VT_I4, range, Value::Reals({-2.7, 2.5, 1e300, 0.4}), "range -2 3 2147483647 0"},
         {"floats that are none", VT_I4, range, Value::Reals({-infinity, nan, infinity, 1}),
          "range -2147483648 0 2147483647 1"},
+        {"whole floats", VT_R8, range, Value::Reals({-100, -3, 100, 1}),
+         "range -100 -3 100 1 / -100 -3 100 1"},
+        {"ends inward", VT_R4, range, Value::Reals({-42.17, 41.83, 99.9, 2.5}),
+         "range -42 42 99 3 / -42.17 41.83 99.9 2.5"},
+        {"no whole number between", VT_R8, range, Value::Reals({0.2, 0.5, 0.8, 0}),
+         "range 0 1 1 0 / 0.2 0.5 0.8 0"},
+        {"negative floats", VT_R8, list, Value::Reals({3, -1, -2, -1, 0}), "list -2 -1 0 / -2 -1 0"},
+        {"fractions", VT_R8, list, Value::Reals({9, 42, -32.7, 12.1, 42, 129.5}),
+         "list -33 12 42 130 / -32.7 12.1 42 129.5"},
+        {"whole numbers of a fraction", VT_R4, list, Value::Longs({1, 2, 3}), "list 3 / 3"},
+        {"texts of a fraction", VT_R8, list, texts({{}, {}, {}}), "list"},
+        {"short, of a fraction", VT_R8, range, Value::Reals({0.5}), "range 1 0 0 0 / 0.5 0 0 0"},
         {"64 bits", VT_I4, range, Value::Of(wide), "range -2147483648 5 2147483647 0"},
         {"one number", VT_I4, list, number(VT_I4, 300), "list 300"},
         {"one huge number", VT_I4, list, number(VT_UI8, -1), "list 2147483647"},
@@ -201,15 +229,28 @@ TEST_P(CapabilitiesTest, CutsLongNamesBetweenCharacters)
 
 TEST_P(CapabilitiesTest, EndsTheTreeWhereMemoryDoes)
 {
-    const Value valid = Value::Longs({3, 150, 75, 150, 300});
-    const char* const trees[] = {"null", "", "list", "list", "list 75", "list 75 150", "list 75 150 300"};
-    for (uint64_t allocation = 1; allocation <= std::size(trees); ++allocation) {
-        const OpenSession& session =
-            Open(DeviceBuilder{}.RootProperty(Publishing(VT_I4, WIA_PROP_RW | WIA_PROP_LIST, valid.Get())));
-        Heard heard;
-        const ScopedFailingAllocator failing{allocation};
-        EXPECT_EQ(Vorn_WiaEnumCapabilities(session, session.Root(), 0, Heard::Capability, &heard), SUCCESS);
-        EXPECT_EQ(heard.values, trees[allocation - 1]) << allocation;
+    constexpr ULONG list = WIA_PROP_RW | WIA_PROP_LIST, range = WIA_PROP_RW | WIA_PROP_RANGE;
+    const Value whole = Value::Longs({3, 150, 75, 150, 300}), real = Value::Reals({2, 0, 0.25, 0.5});
+    const struct {
+        VARTYPE type;
+        ULONG access;
+        const Value& valid;
+        std::vector<const char*> trees;
+    } rows[] = {
+        {VT_I4, list, whole, {"null", "", "list", "list", "list 75", "list 75 150", "list 75 150 300"}},
+        {VT_R8, list, real, {"null", "", "list", "list", "list", "list 0 / 0.25", "list 0 1 / 0.25 0.5"}},
+        {VT_R8, range, real, {"null", "", "range 2 0 0 1 / 2 0 0.25 0.5"}},
+    };
+    for (const auto& row : rows) {
+        for (uint64_t allocation = 1; allocation <= row.trees.size(); ++allocation) {
+            const OpenSession& session =
+                Open(DeviceBuilder{}.RootProperty(Publishing(row.type, row.access, row.valid.Get())));
+            Heard heard;
+            const ScopedFailingAllocator failing{allocation};
+            EXPECT_EQ(Vorn_WiaEnumCapabilities(session, session.Root(), 0, Heard::Capability, &heard),
+                      SUCCESS);
+            EXPECT_EQ(heard.values, row.trees[allocation - 1]) << allocation;
+        }
     }
 }
 

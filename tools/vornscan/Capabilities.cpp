@@ -27,6 +27,10 @@ ValidValues CopyList(const WiaListValues& list, uint32_t type)
             copied.push_back(element(i));
         return copied;
     };
+    if (IsReal(type)) {
+        const double* const numbers = reinterpret_cast<const WiaRealListValues&>(list).numbers;
+        return copy([&](int32_t i) { return numbers[i]; });
+    }
     if (type == WIA_VALUE_TEXT)
         return copy([&](int32_t i) { return ToNarrow(static_cast<const WCHAR*>(list.items[i])); });
     if (type == WIA_VALUE_GUID)
@@ -36,6 +40,10 @@ ValidValues CopyList(const WiaListValues& list, uint32_t type)
 
 ValidValues CopyValues(const WiaCapabilityValues* values, uint32_t type)
 {
+    if (values && values->rangeValues && IsReal(type)) {
+        const auto& range = reinterpret_cast<const WiaRealRangeValues&>(*values->rangeValues);
+        return RealRange{range.minimum, range.maximum, range.step};
+    }
     if (values && values->rangeValues) {
         const WiaRangeValues& range = *values->rangeValues;
         return Range{range.minimum, range.maximum, range.step};
@@ -97,6 +105,11 @@ int32_t NearestInRange(const Range& range, int32_t wanted)
 
 }  // namespace
 
+bool IsReal(uint32_t type)
+{
+    return type == WIA_VALUE_FLOAT || type == WIA_VALUE_DOUBLE;
+}
+
 std::vector<Capability> Capabilities(const Session& session, const Item& item)
 {
     return Capabilities(session, item, nullptr);
@@ -115,6 +128,9 @@ Value ReadValue(const Item& item, const Capability& capability)
             return AsValue(item.Text(capability.id));
         case WIA_VALUE_GUID:
             return AsValue(item.Guid(capability.id));
+        case WIA_VALUE_FLOAT:
+        case WIA_VALUE_DOUBLE:
+            return AsValue(item.Real(capability.id));
         case kTypeTime:
             return AsValue(item.Time(capability.id));
         case kTypeBytes:

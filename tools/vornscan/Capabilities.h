@@ -15,13 +15,18 @@ struct Range {
     int32_t minimum, maximum, step;
 };
 
+/** A range of numbers with a fraction. */
+struct RealRange {
+    double minimum, maximum, step;
+};
+
 /** Any combination of these bits. */
 struct Flags {
     uint32_t valid;
 };
 
-using ValidValues = std::variant<std::monostate, Range, Flags, std::vector<int32_t>, std::vector<std::string>,
-                                 std::vector<GUID>>;
+using ValidValues = std::variant<std::monostate, Range, RealRange, Flags, std::vector<int32_t>,
+                                 std::vector<double>, std::vector<std::string>, std::vector<GUID>>;
 
 struct Capability {
     uint32_t id;
@@ -30,6 +35,9 @@ struct Capability {
     bool writable;
     ValidValues values;  ///< nothing when they are not restricted
 };
+
+/** True for numbers with a fraction. */
+bool IsReal(uint32_t type);
 
 /** @throws Failure when the device does not tell */
 std::vector<Capability> Capabilities(const Session& session, const Item& item);
@@ -40,11 +48,11 @@ struct Bytes {
 };
 
 /** What a property holds; nothing when it cannot be read. */
-using Value = std::variant<std::monostate, int32_t, std::string, GUID, SYSTEMTIME, Bytes>;
+using Value = std::variant<std::monostate, int32_t, double, std::string, GUID, SYSTEMTIME, Bytes>;
 
 Value ReadValue(const Item& item, const Capability& capability);
 
-/** The valid number that is nearest to `wanted`; nothing when the valid values are not numbers. */
+/** The valid number that is nearest to `wanted`; nothing when the valid values are not whole numbers. */
 std::optional<int32_t> Nearest(const ValidValues& values, int32_t wanted);
 
 /** A pair of medium (a WIA_MEDIUM_ value) and format that an item transfers. */

@@ -30,8 +30,13 @@ struct ValuesToJson {
     {
         return {{"minimum", range.minimum}, {"maximum", range.maximum}, {"step", range.step}};
     }
+    Json operator()(const RealRange& range) const
+    {
+        return {{"minimum", range.minimum}, {"maximum", range.maximum}, {"step", range.step}};
+    }
     Json operator()(const Flags& flags) const { return {{"flags", flags.valid}}; }
     Json operator()(const std::vector<int32_t>& list) const { return {{"list", list}}; }
+    Json operator()(const std::vector<double>& list) const { return {{"list", list}}; }
     Json operator()(const std::vector<std::string>& list) const { return {{"list", list}}; }
     Json operator()(const std::vector<GUID>& list) const
     {
@@ -47,6 +52,8 @@ Json Of(const Value& value)
     if (std::holds_alternative<std::monostate>(value))
         return nullptr;
     if (const int32_t* number = std::get_if<int32_t>(&value))
+        return *number;
+    if (const double* number = std::get_if<double>(&value))
         return *number;
     return InWords(value, Unit{});
 }

@@ -13,19 +13,13 @@
 namespace vornscan {
 namespace {
 
-// The platform's types of what can be typed: a text, numbers with a fraction, and numbers of 16 and 32 bits.
+// The platform's types of what can be typed, beside numbers with a fraction: a text, and numbers of 16 and 32 bits.
 constexpr uint32_t kText = 8;
-constexpr uint32_t kFractions[] = {4, 5};
 constexpr uint32_t kNumbers[] = {2, 3, 18, 19, 22, 23};
-
-bool IsFraction(const Capability& capability)
-{
-    return std::ranges::count(kFractions, capability.type) != 0;
-}
 
 bool CanBeTyped(const Capability& capability)
 {
-    return capability.type == kText || IsFraction(capability) ||
+    return capability.type == kText || IsReal(capability.type) ||
            std::ranges::count(kNumbers, capability.type) != 0;
 }
 
@@ -93,9 +87,22 @@ int32_t Set(const Setting& setting, const std::string& typed)
         return setting.holder.SetText(ToWide(setting.capability.name).c_str(),
                                       Meant(setting.capability.values, typed));
     const std::optional<int32_t> number = NumberOf(setting.capability, typed);
-    if (!number && IsFraction(setting.capability))
+    if (!number && IsReal(setting.capability.type))
         return setting.holder.SetText(ToWide(setting.capability.name).c_str(), typed);
     return number ? setting.holder.SetLong(setting.capability.id, *number) : ERR_INVALID_ARGUMENT;
+}
+
+/** A whole number can become the nearest one that the device has. */
+void SayIfOther(const Setting& setting, const Device& device, const std::string& option,
+                const std::string& typed)
+{
+    if (!IsReal(setting.capability.type))
+        return;
+    const std::optional<double> inForce = setting.holder.Real(setting.capability.id);
+    double number = 0;
+    const auto [end, error] = std::from_chars(typed.data(), typed.data() + typed.size(), number);
+    if (inForce && error == std::errc{} && end == typed.data() + typed.size() && *inForce != number)
+        Say("--set " + option + ": " + device.name + " made it " + InWords(*inForce));
 }
 
 void Apply(const Session& session, const Item& item, const Device& device, const std::string& option)
@@ -106,8 +113,10 @@ void Apply(const Session& session, const Item& item, const Device& device, const
                       "--set " + option + ": give a name and a value, as in --set name=value"};
     const Setting setting = Find(session, item, device, option.substr(0, equals));
     const std::string typed = option.substr(equals + 1);
-    if (Set(setting, typed) == SUCCESS)
+    if (Set(setting, typed) == SUCCESS) {
+        SayIfOther(setting, device, option, typed);
         return;
+    }
     const Unit unit = OwnUnit(setting.capability.id);
     const std::string choices = Printable(InWords(setting.capability.values, unit));
     throw Failure{ExitCode::Usage,

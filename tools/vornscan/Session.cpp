@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 #include "SlowNotice.h"
 #include "Text.h"
@@ -98,6 +99,15 @@ std::optional<int32_t> Item::Long(uint32_t id) const
 {
     int32_t value = 0;
     if (Vorn_WiaGetPropertyLong(session_, Handle(), nullptr, id, &value) != SUCCESS)
+        return std::nullopt;
+    return value;
+}
+
+std::optional<double> Item::Real(uint32_t id) const
+{
+    const std::optional<std::string> digits = Text(id);
+    double value = 0;
+    if (!digits || std::from_chars(digits->data(), digits->data() + digits->size(), value).ec != std::errc{})
         return std::nullopt;
     return value;
 }

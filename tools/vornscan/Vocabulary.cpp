@@ -1,7 +1,9 @@
 #include "Vocabulary.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 #include "PropertyIds.h"
 
@@ -114,11 +116,20 @@ struct ValuesToText {
             unit.perUnit == 1 && range.step > 0 ? " (in steps of " + std::to_string(range.step) + ")" : "";
         return Bare(range.minimum, unit) + ".." + Bare(range.maximum, unit) + unit.symbol + step;
     }
+    std::string operator()(const RealRange& range) const
+    {
+        return InWords(range.minimum) + ".." + InWords(range.maximum) +
+               (range.step > 0 ? " (in steps of " + InWords(range.step) + ")" : "");
+    }
     std::string operator()(const Flags& flags) const { return Bits(flags.valid, unit, ","); }
     std::string operator()(const std::vector<int32_t>& list) const
     {
         return Join(list, [this](int32_t number) { return Bare(number, unit); }) +
                (list.empty() ? "" : Symbol(list.back(), unit));
+    }
+    std::string operator()(const std::vector<double>& list) const
+    {
+        return Join(list, [](double number) { return InWords(number); });
     }
     std::string operator()(const std::vector<std::string>& list) const
     {
@@ -141,6 +152,7 @@ struct ValueToText {
                                      : std::string{};
         return bits.empty() ? InWords(number, unit) : bits;
     }
+    std::string operator()(double number) const { return InWords(number); }
     std::string operator()(const std::string& text) const { return text; }
     std::string operator()(const GUID& guid) const { return InWords(guid); }
     std::string operator()(const SYSTEMTIME& time) const
@@ -167,6 +179,12 @@ Unit OwnUnit(uint32_t property)
 std::string InWords(int32_t number, const Unit& unit)
 {
     return Bare(number, unit) + Symbol(number, unit);
+}
+
+std::string InWords(double number)
+{
+    char digits[32];
+    return {digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr};
 }
 
 std::string InWords(const ValidValues& values, const Unit& unit)

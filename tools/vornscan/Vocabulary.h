@@ -19,6 +19,8 @@ struct Unit {
 Unit OwnUnit(uint32_t property);
 
 std::string InWords(int32_t number, const Unit& unit);
+/** The shortest digits that are this number. */
+std::string InWords(double number);
 /** "75..1200dpi (in steps of 1)", "lineart|gray|color"; empty when the values are not restricted. */
 std::string InWords(const ValidValues& values, const Unit& unit);
 std::string InWords(const Value& value, const Unit& unit);

@@ -161,23 +161,47 @@ bool ToReal(const PROPVARIANT& value, double& number)
     return std::isfinite(number);
 }
 
-bool IsValidReal(const Property& property, double number) noexcept
+/** The numbers of a list; empty when the property has none. */
+std::span<const double> ListedReals(const Property& property) noexcept
 {
     const PROPVARIANT& valid = property.valid.Get();
-    if (valid.vt != (VT_VECTOR | VT_R8) || !valid.cadbl.pElems)
+    if (!(property.access & WIA_PROP_LIST) || valid.vt != (VT_VECTOR | VT_R8) || !valid.cadbl.pElems)
+        return {};
+    return Listed(valid.cadbl);
+}
+
+bool IsInRealRange(const Property& property, double number) noexcept
+{
+    const PROPVARIANT& valid = property.valid.Get();
+    if (!(property.access & WIA_PROP_RANGE) || valid.vt != (VT_VECTOR | VT_R8) || !valid.cadbl.pElems ||
+        valid.cadbl.cElems < WIA_RANGE_NUM_ELEMS)
         return true;
-    const std::span values{valid.cadbl.pElems, valid.cadbl.cElems};
-    if ((property.access & WIA_PROP_RANGE) && values.size() >= WIA_RANGE_NUM_ELEMS)
-        return number >= values[WIA_RANGE_MIN] && number <= values[WIA_RANGE_MAX];
-    if (!(property.access & WIA_PROP_LIST) || values.size() < WIA_LIST_NUM_ELEMS)
-        return true;
-    return std::find(values.begin() + WIA_LIST_VALUES, values.end(), number) != values.end();
+    return number >= valid.cadbl.pElems[WIA_RANGE_MIN] && number <= valid.cadbl.pElems[WIA_RANGE_MAX];
+}
+
+/** Brings a whole number to the nearest listed one: clients see a list rounded. One beyond the list is refused. */
+bool TakeNearestListed(std::span<const double> listed, double& number)
+{
+    const auto [least, greatest] = std::minmax_element(listed.begin(), listed.end());
+    if (number < std::round(*least) || number > std::round(*greatest))
+        return false;
+    const auto distance = [number](double value) { return std::abs(value - number); };
+    number = *std::min_element(listed.begin(), listed.end(),
+                               [&](double a, double b) { return distance(a) < distance(b); });
+    return true;
 }
 
 HRESULT AcceptReal(const Property& property, const PROPVARIANT& value, Value& accepted)
 {
     double number = 0;
-    if (!ToReal(value, number) || !IsValidReal(property, number))
+    int64_t integer = 0;
+    if (!ToReal(value, number) || !IsInRealRange(property, number))
+        return E_INVALIDARG;
+    const std::span<const double> listed = ListedReals(property);
+    const bool valid = listed.empty() || (IntegerOf(value, integer) ? TakeNearestListed(listed, number)
+                                                                    : std::find(listed.begin(), listed.end(),
+                                                                                number) != listed.end());
+    if (!valid)
         return E_INVALIDARG;
     accepted = Value::Real(property.Type(), number);
     return S_OK;
