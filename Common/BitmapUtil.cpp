@@ -143,7 +143,10 @@ int NotifyBitmapCopy(WiaSession* session, const BitmapHandle* bitmap, int32_t st
     auto* copy = static_cast<BitmapHandle*>(KrnAlloc(1, KRN_BITMAP_SIZE, UNIT_HERE));
     if (!copy)
         return 1;
-    KrnCopyBitmapHandle(copy, bitmap, KRN_BITMAP_SIZE);
+    if (KrnCopyBitmapHandle(copy, bitmap, KRN_BITMAP_SIZE) != KRN_SUCCESS) {
+        KrnFree(copy, UNIT_HERE);
+        return 1;
+    }
     const int32_t answer = callback(session, copy, nullptr, 100, state, userData);
     KrnFree(copy, UNIT_HERE);
     return answer;
@@ -161,8 +164,7 @@ void FreeBitmapRecord(BitmapHandle* bitmap) noexcept
 {
     if (!bitmap)
         return;
-    if (HasImage(bitmap))
-        KrnFreeBitmap(bitmap);
+    KrnFreeBitmap(bitmap);
     KrnFree(bitmap, UNIT_HERE);
 }
 

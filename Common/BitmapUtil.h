@@ -53,7 +53,7 @@ bool CopyBandToBitmap(const uint8_t* band, BitmapHandle* bitmap, int32_t length,
 
 /**
  * Hands a bitmap to a callback as a temporary copy of its record, at 100 percent and without a file name.
- * @return the callback's answer; 1 without a call when there is no memory for the copy
+ * @return the callback's answer; 1 without a call when the copy cannot be made
  */
 int NotifyBitmapCopy(WiaSession* session, const BitmapHandle* bitmap, int32_t state, AcquireCallback callback,
                      void* userData) noexcept;

@@ -22,21 +22,14 @@ constexpr LONG kFileHeaderBytes = 14;
 
 }  // namespace
 
-/** What a header band tells about the image to come. The palette is a tracked block of this record's. */
-struct CDataCallback::Geometry {
-    uint32_t width = 0, height = 0, bitsPerPixel = 0;
-    uint32_t viewPerspective = KRN_VIEW_BOTTOM_LEFT;
-    double xDpi = 0, yDpi = 0;
-    uint8_t* palette = nullptr;
+/** What a header band tells about the image to come: a record without an image, or with one that is not used. */
+struct CDataCallback::Header {
+    BitmapHandle record{};
 
-    Geometry() = default;
-    Geometry(const Geometry&) = delete;
-    Geometry& operator=(const Geometry&) = delete;
-    ~Geometry()
-    {
-        if (palette)
-            KrnFree(palette, __LINE__, "DataCallback");
-    }
+    Header() = default;
+    Header(const Header&) = delete;
+    Header& operator=(const Header&) = delete;
+    ~Header() { KrnFreeBitmap(&record); }
 };
 
 CDataCallback::CDataCallback(WiaSession* owner, const WCHAR* name, uint32_t medium, bool toFile,
@@ -122,8 +115,7 @@ HRESULT CDataCallback::OnData(DibBytes band, LONG offset, LONG percent)
         return OnEncodedImage(band, percent);
     if (offset == 0) {
         if (HasImage(bitmap)) {
-            if (ContradictsImage(band))
-                return kBandRefused;
+            pageRefused = ContradictsImage(band);
         } else if (const HRESULT result = OnHeaderBand(band, percent); result != S_OK) {
             return result;
         }
@@ -136,69 +128,58 @@ HRESULT CDataCallback::OnEncodedImage(DibBytes image, LONG percent)
 {
     const int32_t status = FilLoadMemory(image.data(), bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR,
                                          static_cast<int32_t>(image.size()), nullptr, nullptr);
-    return status == FIL_SUCCESS ? Announce(percent) : status;
+    if (status == FIL_SUCCESS)
+        return Announce(percent);
+    KrnFreeBitmap(bitmap);  // a header alone leaves its palette
+    return status;
 }
 
 HRESULT CDataCallback::OnHeaderBand(DibBytes band, LONG percent)
 {
-    Geometry geometry;
+    Header header;
     headerLength = static_cast<LONG>(band.size());
-    if (!isMemoryDib)
-        ReadFileHeader(band, geometry);
-    else if (!ReadMemoryHeader(band, geometry))
+    if (!isMemoryDib)  // a BMP file: without its rows the load fails, but it describes the header
+        FilLoadMemory(band.data(), &header.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
+                      static_cast<int32_t>(band.size()), nullptr, nullptr);
+    else if (!ReadMemoryHeader(band, header.record))
         return S_FALSE;
-    if (!bitmap)
-        return ERR_OUT_OF_MEMORY;
-    if (const int32_t status = CreateImage(geometry); status != KRN_SUCCESS)
+    if (const int32_t status = CreateImage(header.record); status != KRN_SUCCESS)
         return status;
     return Announce(percent);
 }
 
-bool CDataCallback::ReadMemoryHeader(DibBytes band, Geometry& geometry)
+bool CDataCallback::ReadMemoryHeader(DibBytes band, BitmapHandle& header)
 {
-    if (!GetDibInfo(band, &geometry.width, &geometry.height, &geometry.bitsPerPixel, &geometry.palette))
+    uint32_t width = 0, height = 0, bitsPerPixel = 0;
+    uint8_t* palette = nullptr;
+    if (!GetDibInfo(band, &width, &height, &bitsPerPixel, &palette))
         return false;
-    if (!geometry.palette)
-        geometry.palette = CopyImpliedPalette(band);
-    BitmapHandle resolution{};
-    CopyDibResolution(band, &resolution);
-    geometry.xDpi = resolution.xDpi;
-    geometry.yDpi = resolution.yDpi;
+    header.width = width;
+    header.height = height;
+    header.bitsPerPixel = bitsPerPixel;
+    header.viewPerspective = KRN_VIEW_BOTTOM_LEFT;
+    header.palette = palette ? palette : CopyImpliedPalette(band);
+    CopyDibResolution(band, &header);
     return true;
 }
 
-/** A BMP file: the file library reads what the header band tells, and the record is then made anew. */
-void CDataCallback::ReadFileHeader(DibBytes band, Geometry& geometry)
+int32_t CDataCallback::CreateImage(const BitmapHandle& header)
 {
-    FilLoadMemory(band.data(), bitmap, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_ANY,
-                  static_cast<int32_t>(band.size()), nullptr, nullptr);
-    geometry.width = bitmap->width;
-    geometry.height = bitmap->height;
-    geometry.bitsPerPixel = bitmap->bitsPerPixel;
-    geometry.viewPerspective = bitmap->viewPerspective;
-    geometry.xDpi = bitmap->xDpi;
-    geometry.yDpi = bitmap->yDpi;
-    geometry.palette = bitmap->palette;
-    bitmap->palette = nullptr;
-    FreeBitmapRecord(bitmap);
-    bitmap = NewBitmapRecord();
-}
-
-int32_t CDataCallback::CreateImage(const Geometry& geometry)
-{
-    const int32_t status = KrnCreateBitmap(bitmap, KRN_BITMAP_SIZE, KRN_MEMORY_PROCESS, geometry.width,
-                                           geometry.height, geometry.bitsPerPixel, KRN_COLOR_ORDER_BGR,
-                                           geometry.palette, geometry.viewPerspective, nullptr, 0);
+    const int32_t status = KrnCreateBitmap(bitmap, KRN_BITMAP_SIZE, KRN_MEMORY_PROCESS, header.width,
+                                           header.height, header.bitsPerPixel, KRN_COLOR_ORDER_BGR,
+                                           header.palette, header.viewPerspective, nullptr, 0);
     if (status != KRN_SUCCESS)
         return status;
-    bitmap->xDpi = geometry.xDpi;
-    bitmap->yDpi = geometry.yDpi;
+    bitmap->xDpi = header.xDpi;
+    bitmap->yDpi = header.yDpi;
     return KrnAccessBitmap(bitmap);
 }
 
-/** A later page's header that tells another geometry than the image at hand, which cannot take that page. */
+/** A later page's header of another length or geometry than that of the image at hand, which cannot take that page. */
 bool CDataCallback::ContradictsImage(DibBytes band) const
 {
+    if (band.size() != static_cast<size_t>(headerLength))
+        return true;
     const DibBytes dib = isMemoryDib ? band : band.subspan(std::min<size_t>(band.size(), kFileHeaderBytes));
     uint32_t width = 0, height = 0, bitsPerPixel = 0;
     if (!GetDibInfo(dib, &width, &height, &bitsPerPixel, nullptr))
@@ -208,7 +189,7 @@ bool CDataCallback::ContradictsImage(DibBytes band) const
 
 HRESULT CDataCallback::PlaceBand(DibBytes band, LONG offset, LONG percent)
 {
-    if (!HasImage(bitmap))
+    if (!HasImage(bitmap) || pageRefused)
         return kBandRefused;
     const auto length = static_cast<LONG>(band.size());
     const int64_t end = int64_t{headerSkip} + offset + length;
@@ -252,7 +233,7 @@ HRESULT CDataCallback::OnTermination()
         KrnReleaseBitmapAccess(bitmap);
     if (aborted)
         return S_FALSE;
-    if (acquireCallback)
+    if (acquireCallback && !pageRefused)
         NotifyBitmapCopy(session, bitmap, TRANSFER_STATE_END, acquireCallback, userData);
     return S_OK;
 }
@@ -271,6 +252,8 @@ HRESULT CDataCallback::OnNewPage()
         return S_FALSE;
     if (IsFileTransfer())
         return Answer(acquireCallback(session, nullptr, fileName, 100, TRANSFER_STATE_END, userData));
+    if (pageRefused)
+        return kBandRefused;
     if (HasImage(bitmap))
         KrnReleaseBitmapAccess(bitmap);
     const HRESULT result =

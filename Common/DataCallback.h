@@ -59,10 +59,9 @@ private:
     HRESULT OnTermination();
     HRESULT OnNewPage();
 
-    struct Geometry;
-    bool ReadMemoryHeader(vorn::DibBytes band, Geometry& geometry);
-    void ReadFileHeader(vorn::DibBytes band, Geometry& geometry);
-    int32_t CreateImage(const Geometry& geometry);
+    struct Header;
+    static bool ReadMemoryHeader(vorn::DibBytes band, BitmapHandle& header);
+    int32_t CreateImage(const BitmapHandle& header);
     bool ContradictsImage(vorn::DibBytes band) const;
     bool IsFileTransfer() const noexcept;
 
@@ -74,6 +73,7 @@ private:
     LONG headerLength = 0;  ///< length of the header band: where the image begins in the stream
     bool isDibFormat = false;
     bool isMemoryDib = false;
+    bool pageRefused = false;  ///< the present page's header contradicts the image
     WiaSession* session;
     AcquireCallback acquireCallback;
     AcquireToFileCallback fileCallback;

@@ -100,7 +100,6 @@ HRESULT CWiaTransferCallback::GetNextStream(LONG, BSTR, BSTR, IStream** destinat
         return S_FALSE;
     if (const HRESULT result = CreateStream(); FAILED(result))
         return result;
-    ++streamsGiven;
     *destination = stream;
     return TransferWorker(nullptr, reportName, 0, TRANSFER_STATE_BEGIN) ? S_OK : S_FALSE;
 }
@@ -170,10 +169,10 @@ HRESULT CWiaTransferCallback::OnEndOfStream(uint64_t transferredBytes)
     bool goOn = true;
     if (!IsMemoryTransfer()) {
         goOn = TransferWorker(nullptr, reportName, 100, TRANSFER_STATE_END);
-    } else if (DecodeBlock(transferredBytes)) {
-        goOn = TransferWorker(bitmap, nullptr, 100, TRANSFER_STATE_END);
-        if (HasImage(bitmap))
-            KrnFreeBitmap(bitmap);
+    } else {
+        if (DecodeBlock(transferredBytes))
+            goOn = TransferWorker(bitmap, nullptr, 100, TRANSFER_STATE_END);
+        KrnFreeBitmap(bitmap);  // after a failure too: a header alone leaves its palette
     }
     return goOn ? S_OK : S_FALSE;
 }
@@ -221,7 +220,7 @@ bool CWiaTransferCallback::TransferWorker(BitmapHandle* page, const WCHAR* name,
         if (!IsMemoryTransfer())
             answer = acquireCallback(session, nullptr, name, percent, state, userData);
         else if (page)
-            answer = CallWithCopy(*page, percent, state);
+            answer = NotifyBitmapCopy(session, page, state, acquireCallback, userData);
         else
             answer = acquireCallback(session, nullptr, nullptr, percent, state, userData);
     }
@@ -229,18 +228,6 @@ bool CWiaTransferCallback::TransferWorker(BitmapHandle* page, const WCHAR* name,
         return true;
     aborted = true;
     return false;
-}
-
-/** The application gets a copy of the record: the image stays this object's. */
-int32_t CWiaTransferCallback::CallWithCopy(const BitmapHandle& page, int32_t percent, int32_t state)
-{
-    BitmapHandle* copy = NewBitmapRecord();
-    if (!copy)
-        return 1;
-    KrnCopyBitmapHandle(copy, &page, KRN_BITMAP_SIZE);
-    const int32_t answer = acquireCallback(session, copy, nullptr, percent, state, userData);
-    KrnFree(copy, __LINE__, "WiaTransferCallback");
-    return answer;
 }
 
 bool CWiaTransferCallback::IsMemoryTransfer() const noexcept
@@ -255,8 +242,10 @@ const WCHAR* CWiaTransferCallback::NameToReport() const noexcept
 
 void CWiaTransferCallback::FreeMemoryBlock() noexcept
 {
-    if (memoryBlock)
-        GlobalFree(memoryBlock);
+    if (!memoryBlock)
+        return;
+    streamsFilled += GlobalSize(memoryBlock) > 0;
+    GlobalFree(memoryBlock);
     memoryBlock = nullptr;
 }
 

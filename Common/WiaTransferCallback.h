@@ -52,8 +52,8 @@ public:
 
     /** False when the bitmap record could not be allocated: the object must not be used. */
     bool IsUsable() const noexcept { return bitmap != nullptr; }
-    /** Number of streams given out so far: a download that asked for none brought nothing. */
-    uint32_t StreamsGiven() const noexcept { return streamsGiven; }
+    /** Number of memory streams so far into which something was written. */
+    uint32_t StreamsFilled() const noexcept { return streamsFilled; }
     /** Frees what a transfer that never reported its end left behind. */
     void FreeMemoryBlock() noexcept;
 
@@ -70,7 +70,6 @@ private:
     bool IsMemoryTransfer() const noexcept;
     const WCHAR* NameToReport() const noexcept;
     bool TransferWorker(BitmapHandle* page, const WCHAR* name, int32_t percent, int32_t state);
-    int32_t CallWithCopy(const BitmapHandle& page, int32_t percent, int32_t state);
 
     std::atomic<LONG> refCount{1};
     IStream* stream = nullptr;      ///< borrowed: its reference went to the platform
@@ -84,7 +83,7 @@ private:
     void* userData;
     WCHAR reportName[VORNWIA_NAME_CHARS] = {};
     WCHAR streamFileName[VORNWIA_NAME_CHARS] = {};
-    uint32_t streamsGiven = 0;
+    uint32_t streamsFilled = 0;
 };
 
 namespace vorn {

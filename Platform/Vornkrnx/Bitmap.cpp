@@ -183,9 +183,8 @@ int32_t KrnFreeBitmap(BitmapHandle* bitmap)
 {
     if (!bitmap)
         return KRN_ERR_INVALID_ARGUMENT;
-    if (!HasImage(*bitmap))
-        return KRN_SUCCESS;
-    FreeBlock(bitmap->image, "KrnFreeBitmap", {__LINE__, kFile});
+    if (HasImage(*bitmap))
+        FreeBlock(bitmap->image, "KrnFreeBitmap", {__LINE__, kFile});
     FreeBlock(bitmap->palette, "KrnFreeBitmap", {__LINE__, kFile});
     *bitmap = BitmapHandle{};
     return KRN_SUCCESS;

@@ -133,8 +133,8 @@ VORNFILX_API int32_t FilLoad(const WCHAR* fileName, BitmapHandle* bitmap, uint32
 /**
  * As FilLoad, from an encoded image of `size` bytes in memory. A BMP that is only its header and colour
  * table gives its geometry: FIL_ERR_CORRUPT is answered, and the record holds no image but the
- * width, height, depth, view perspective and resolution that the header tells, and its palette, a block of
- * KrnAlloc that the caller then frees with KrnFree.
+ * width, height, depth, view perspective and resolution that the header tells, and its palette, which KrnFreeBitmap
+ * frees.
  */
 VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uint32_t bitmapSize,
                                    uint32_t bitsPerPixel, uint32_t colorOrder, int32_t size,

@@ -182,7 +182,7 @@ VORNKRNX_API int32_t KrnCopyBitmapHandle(BitmapHandle* destination, const Bitmap
 VORNKRNX_API int32_t KrnDuplicateBitmap(BitmapHandle* destination, const BitmapHandle* source,
                                         uint32_t bitmapSize);
 
-/** Frees image and palette and empties the record. Without an image it does nothing. */
+/** Frees image and palette and empties the record. A record without an image can hold a palette. */
 VORNKRNX_API int32_t KrnFreeBitmap(BitmapHandle* bitmap);
 
 /** Bytes of one row of `width` pixels, padded to 4; in 64 bits, so that no width overflows. */

@@ -243,7 +243,6 @@ TEST(Bmp, EveryTruncationIsAnError)
             Picture picture;
             ASSERT_LT(LoadBytes(std::string_view{whole}.substr(0, size), picture), 0) << size;
             ASSERT_EQ(picture.record.flags, 0u) << size;
-            KrnFree(picture.record.palette, __LINE__, "BmpTest");
         }
     }
 }
@@ -266,7 +265,6 @@ TEST(Bmp, AHeaderWithoutRowsTellsItsGeometry)
         if (bits <= 8) {
             EXPECT_EQ(std::memcmp(record.palette + 4, bmp.behindHeader.data() + 4, 3), 0);
         }
-        KrnFree(record.palette, __LINE__, "BmpTest");
     }
     Picture picture;
     EXPECT_EQ(LoadBytes(Rle(1, {}).Build(), picture), FIL_ERR_CORRUPT);

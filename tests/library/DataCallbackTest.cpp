@@ -129,15 +129,27 @@ TEST_F(DataCallback, HandsOverEachPageOfAFeederFromTheSameImage)
 
 TEST_F(DataCallback, RefusesAPageWhoseHeaderContradictsTheImage)
 {
-    Sender device{Bitmaps()};
-    device.Announce(WiaImgFmt_MEMORYBMP);
-    device.Send(IT_MSG_DATA, 0, 0, HeaderBand());
-    device.Send(IT_MSG_NEW_PAGE);
-    EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, HeaderBand(6, 4)), -1);
-    EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, HeaderBand(5, 5)), -1);
-    EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, HeaderBand(5, 4, 24, 0)), -1);
-    EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, HeaderBand(5, -4)), S_OK);
-    EXPECT_EQ(notes_.pages.size(), 1u);
+    std::vector<uint8_t> fewerColors = HeaderBand(5, 4, 8, 2);
+    fewerColors.resize(48);
+    const std::pair<const char*, std::vector<uint8_t>> rows[] = {{"width", HeaderBand(6, 4)},
+                                                                 {"height", HeaderBand(5, 5)},
+                                                                 {"depth", HeaderBand(5, 4, 24, 0)},
+                                                                 {"length", fewerColors}};
+    for (const auto& [fault, header] : rows) {
+        SCOPED_TRACE(fault);
+        notes_ = Notes{};
+        Sender device{Bitmaps()};
+        device.Announce(WiaImgFmt_MEMORYBMP);
+        device.Send(IT_MSG_DATA, 0, 0, HeaderBand());
+        device.Send(IT_MSG_NEW_PAGE);
+        EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, header), -1);
+        EXPECT_EQ(device.Band(0, 1), -1) << "a device that goes on";
+        EXPECT_EQ(device.Send(IT_MSG_NEW_PAGE), -1);
+        EXPECT_EQ(notes_.pages.size(), 1u) << "page 1 arrives again";
+        EXPECT_EQ(device.Send(IT_MSG_DATA, 0, 0, HeaderBand(5, -4)), S_OK);
+        EXPECT_EQ(device.Send(IT_MSG_NEW_PAGE), S_OK);
+        EXPECT_EQ(notes_.pages.size(), 2u);
+    }
 }
 
 TEST_F(DataCallback, PlacesNoBandThatLiesOutsideTheImage)
@@ -284,19 +296,31 @@ TEST_F(DataCallback, KeepsToTheRulesOfItsInterface)
     EXPECT_EQ(device.Send(IT_MSG_STATUS), S_OK);  // still usable: a release never destroys it
 }
 
+/** A device that goes on whatever it is answered: every band comes twice, every end is told. */
 TEST_F(DataCallback, SurvivesEveryFailedAllocation)
 {
-    for (uint64_t nth = 1; nth <= 8; ++nth) {
-        KrnFailAllocations(nth, 1);
-        Sender device{Bitmaps()};
-        if (device.Receiver()) {
-            device.Announce(WiaImgFmt_MEMORYBMP);
-            device.Send(IT_MSG_DATA, 0, 0, HeaderBand());
-            device.Band(0, 1);
-            device.Send(IT_MSG_TERMINATION);
+    std::vector<uint8_t> file = HeaderBand();
+    file.insert(file.begin(), {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 0x36, 4, 0, 0});
+    for (const bool memory : {true, false}) {
+        for (const uint64_t count : {uint64_t{1}, uint64_t{2}, UINT64_MAX}) {
+            for (uint64_t nth = 1; nth <= 12; ++nth) {
+                KrnFailAllocations(nth, count);
+                Sender device{Bitmaps()};
+                if (device.Receiver()) {
+                    device.Announce(memory ? WiaImgFmt_MEMORYBMP : WiaImgFmt_BMP);
+                    device.Send(IT_MSG_DATA, 0, 0, memory ? HeaderBand() : file);
+                    device.Send(IT_MSG_DATA, 0, 0, memory ? HeaderBand() : file);
+                    device.Band(0, 1);
+                    device.Send(IT_MSG_NEW_PAGE);
+                    device.Send(IT_MSG_STATUS);
+                    device.Send(IT_MSG_TERMINATION);
+                }
+                KrnFailAllocations(0, 0);
+            }
         }
-        KrnFailAllocations(0, 0);
     }
+    for (const SeenPage& page : notes_.pages)
+        EXPECT_TRUE(page.width == 5 || (page.width == 0 && page.pixels.empty())) << "what nobody has written";
 }
 
 }  // namespace

@@ -25,6 +25,17 @@ std::vector<uint8_t> Bmp(uint8_t value, uint32_t headerSize = 40)
     return file;
 }
 
+/** The header and colour table of a BMP file of 2 x 1 pixels and 1 bit. */
+std::vector<uint8_t> BmpHeader()
+{
+    std::vector<uint8_t> header = Bmp(0);
+    header.resize(62);
+    header[10] = 62;
+    header[18] = 2;
+    header[22] = header[28] = 1;
+    return header;
+}
+
 class TransferCallback : public LibraryTest {
 protected:
     TransferCallbackPtr Make(uint32_t tymed, bool toFile = false)
@@ -110,6 +121,7 @@ TEST_F(TransferCallback, DeliversNothingFromDataThatIsNoPage)
         {"claims a negative size", Bmp(1), 0xFFFFFFFF, S_OK, 0},
         {"claims nothing", Bmp(1), 0, S_OK, 0},
         {"claims less than it wrote", Bmp(1), 77, S_OK, 0},
+        {"claims only its header, palette included", BmpHeader(), 62, S_OK, 0},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
