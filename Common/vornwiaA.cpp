@@ -215,16 +215,20 @@ void FreeFileList(WCHAR** wide, uint32_t count) noexcept
 template <class Acquire>
 int32_t AcquireInAnsi(const AcquireOptionsA* ansi, uint32_t* fileCount, char*** fileList, Acquire acquire)
 {
+    if (fileCount)
+        *fileCount = 0;
+    if (fileList)
+        *fileList = nullptr;
     AcquireOptions options;
     if (const int32_t status = ConvertOptionsA(ansi, options); status != SUCCESS)
         return status;
-    uint32_t count = fileCount ? *fileCount : 0;
+    uint32_t count = 0;
     WCHAR** list = nullptr;
     const int32_t status = acquire(&options, &count, &list);
     if (fileCount)
         *fileCount = count;
-    if (fileList)
-        *fileList = list ? ConvertFileListA(list, count) : nullptr;
+    if (fileList && list)
+        *fileList = ConvertFileListA(list, count);
     if (list)
         FreeFileList(list, count);
     return status;

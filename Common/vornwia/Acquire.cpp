@@ -62,7 +62,6 @@ void GiveFiles(const DialogFiles& written, const FileListTarget& files)
         *files.count = static_cast<uint32_t>(count);
     if (!files.list)
         return;
-    *files.list = nullptr;
     if (count == 0)
         return;
     auto** list = static_cast<WCHAR**>(KrnAlloc(static_cast<uint64_t>(count), sizeof(WCHAR*), VORN_HERE));
@@ -131,6 +130,7 @@ int32_t AcquireFromDevice(WiaSession* session, const AcquireRequest& request)
 
 int32_t AcquireFromSession(WiaSession* session, const AcquireRequest& request)
 {
+    request.files.Clear();
     if (const int32_t status = CheckSelectedDevice(session); status != SUCCESS)
         return status;
     return AcquireFromDevice(session, request);
@@ -178,14 +178,15 @@ int32_t Vorn_WiaAcquireSimple(uint32_t version, HWND parent, int32_t deviceType,
                               WiaItemHandle item, const AcquireOptions* options, uint32_t* fileCount,
                               WCHAR*** fileList, AcquireCallback callback, void* userData)
 {
+    const FileListTarget files{fileCount, fileList};
+    files.Clear();
     WiaSession* session = nullptr;
     if (const int32_t status = Vorn_WiaInitSession(version, &session); status != SUCCESS)
         return status;
     int32_t status = Vorn_WiaSelectDeviceDlg(session, parent, deviceType, static_cast<int32_t>(flags & 1));
     if (status == SUCCESS) {
-        status = AcquireFromDevice(
-            session,
-            {parent, flags, item, options, {fileCount, fileList}, BitmapCallback(callback, userData)});
+        status = AcquireFromDevice(session,
+                                   {parent, flags, item, options, files, BitmapCallback(callback, userData)});
     }
     Vorn_WiaEndSession(session);
     return status;

@@ -2,6 +2,8 @@
  * The acquisition engine: chooses the items, decides medium and page count from the device, drives memory and
  * file transfers, and puts the device's properties back.
  */
+#include <algorithm>
+
 #include "CallbackObjects.h"
 #include "Internal.h"
 
@@ -13,30 +15,46 @@ namespace {
 
 constexpr uint32_t kDefaultBufferBytes = 0x10000;
 
-/** Downloads in a row that ask for no stream before a device that never runs empty counts as empty. */
+/** Room for children at first. */
+constexpr int32_t kFirstSlots = 16;
+
+/** Downloads in a row that write nothing before a device that never runs empty counts as empty. */
 constexpr int kMaxBarrenDownloads = 1000;
 
 // ---- The root's children, while an acquisition chooses among them -----------------------------------------
 
+/** Makes room for one more child; what a device announces is no reason to allocate. */
+bool GrowCollectedItems()
+{
+    ProcessState& state = g_processState;
+    if (state.collectPosition < state.collectedSlots)
+        return true;
+    const int32_t slots = std::max(
+        kFirstSlots, static_cast<int32_t>(std::min<int64_t>(int64_t{state.collectedSlots} * 2, INT32_MAX)));
+    auto* const grown = static_cast<WiaItemHandle*>(
+        KrnRealloc(state.collectedItems, static_cast<uint64_t>(slots) * sizeof(WiaItemHandle), VORN_HERE));
+    if (!grown)
+        return false;
+    state.collectedItems = grown;
+    state.collectedSlots = slots;
+    return true;
+}
+
 int32_t CollectChildItem(WiaSession* session, uint32_t count, WiaItemHandle item, void*)
 {
     ProcessState& state = g_processState;
-    if (!state.collectedItems) {
-        const uint64_t slots = uint64_t{count} + 1;
-        state.collectedItems = static_cast<WiaItemHandle*>(KrnAlloc(slots, sizeof(WiaItemHandle), VORN_HERE));
-        if (!state.collectedItems) {
-            Vorn_WiaFreeItem(session, item);
-            return ERR_OUT_OF_MEMORY;
-        }
-        KrnMemSet(state.collectedItems, 0, slots * sizeof(WiaItemHandle));
-        state.collectedCount = static_cast<int32_t>(count);
+    if (!GrowCollectedItems()) {
+        Vorn_WiaFreeItem(session, item);
+        return ERR_OUT_OF_MEMORY;
     }
     // A device that delivers more children than it announced fills the slots anew.
     WiaItemHandle& slot = state.collectedItems[state.collectPosition];
-    if (slot)
+    if (state.collectPosition < state.collectedCount)
         Vorn_WiaFreeItem(session, slot);
     slot = item;
-    if (++state.collectPosition >= state.collectedCount)
+    ++state.collectPosition;
+    state.collectedCount = std::max(state.collectedCount, state.collectPosition);
+    if (static_cast<uint32_t>(state.collectPosition) >= count)
         state.collectPosition = 0;
     return SUCCESS;
 }
@@ -44,14 +62,11 @@ int32_t CollectChildItem(WiaSession* session, uint32_t count, WiaItemHandle item
 void FreeCollectedItems(WiaSession* session)
 {
     ProcessState& state = g_processState;
-    for (int32_t i = 0; state.collectedItems && i < state.collectedCount; ++i) {
-        if (state.collectedItems[i])
-            Vorn_WiaFreeItem(session, state.collectedItems[i]);
-    }
+    for (int32_t i = 0; i < state.collectedCount; ++i)
+        Vorn_WiaFreeItem(session, state.collectedItems[i]);
     KrnFree(state.collectedItems, VORN_HERE);
     state.collectedItems = nullptr;
-    state.collectedCount = 0;
-    state.collectPosition = 0;
+    state.collectedSlots = state.collectedCount = state.collectPosition = 0;
 }
 
 // ---- One acquisition --------------------------------------------------------------------------------------
@@ -115,9 +130,10 @@ private:
 
     int32_t SetPages(uint32_t pages) const;
     bool IsScanner() const { return deviceType_ == StiDeviceTypeScanner; }
-    WiaItemHandle Root() const { return RootItemOf(*session_); }
+    WiaItemHandle Root() const { return reinterpret_cast<WiaItemHandle>(root_.Get()); }
 
     WiaSession* session_;
+    ComPtr<IUnknown> root_;  ///< of the device that was selected at the start, whatever a callback selects
     AcquireOptions options_{};
     FileListTarget files_;
     UserCallback callback_;
@@ -131,17 +147,13 @@ private:
 
 Acquisition::Acquisition(WiaSession* session, const AcquireOptions* options, const FileListTarget& files,
                          const UserCallback& callback)
-    : session_{session}, files_{files}, callback_{callback}
+    : session_{session}, root_{AsUnknown(RootItemOf(*session))}, files_{files}, callback_{callback}
 {
     if (options)
         options_ = *options;
     else
         options_.structSize = sizeof(AcquireOptions);
     g_processState.savedFileCounter = 0;
-    if (files_.count)
-        *files_.count = 0;
-    if (files_.list)
-        *files_.list = nullptr;
 }
 
 Acquisition::~Acquisition()
@@ -166,7 +178,7 @@ int32_t Acquisition::Run(WiaItemHandle item, const ItemList* dialogItems)
     if (const int32_t status = Vorn_WiaEnumChildItems(session_, Root(), CollectChildItem, nullptr);
         status != SUCCESS)
         return status;
-    if (!g_processState.collectedItems || !g_processState.collectedItems[0])
+    if (g_processState.collectedCount == 0)
         return ERR_NO_CHILD_ITEMS;
     return RunItem(g_processState.collectedItems[0]);
 }
@@ -233,7 +245,7 @@ void Acquisition::ReadPageCount(const ItemTransfer& target)
     pageCount_ = static_cast<uint32_t>(pages);
 
     deviceType_ = StiDeviceTypeDefault;
-    runningStatus_ = Vorn_WiaGetSelectedDeviceType(session_, &deviceType_);
+    runningStatus_ = DeviceTypeOf(session_, Root(), &deviceType_);
     if (runningStatus_ != SUCCESS)
         return;
     bool onePage = deviceType_ == StiDeviceTypeDigitalCamera || deviceType_ == StiDeviceTypeStreamingVideo;
@@ -317,12 +329,12 @@ HRESULT Acquisition::DownloadPages(ItemTransfer& target, CWiaTransferCallback* r
     HRESULT result = S_OK;
     int barren = 0;
     for (uint32_t page = 0; (pageCount_ == 0 || page < pageCount_) && barren < kMaxBarrenDownloads; ++page) {
-        const uint32_t streamsBefore = receiver->StreamsGiven();
+        const uint32_t filledBefore = receiver->StreamsFilled();
         result = target.transfer->Download(DownloadFlags(type), receiver);
         if (!IsGoodDownload(result, *receiver))
             break;
         ++transferredCount_;
-        barren = receiver->StreamsGiven() == streamsBefore ? barren + 1 : 0;
+        barren = receiver->StreamsFilled() == filledBefore ? barren + 1 : 0;
     }
     return result;
 }

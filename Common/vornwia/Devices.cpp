@@ -134,6 +134,16 @@ void KeepDeviceId(WiaSession* session, Bstr id)
 }
 
 }  // namespace
+
+int32_t DeviceTypeOf(WiaSession* session, WiaItemHandle root, uint32_t* deviceType) noexcept
+{
+    int32_t value = 0;
+    const int32_t status = Vorn_WiaGetPropertyLong(session, root, nullptr, WIA_DIP_DEV_TYPE, &value);
+    if (status == SUCCESS)
+        *deviceType = static_cast<uint32_t>(value) >> 16;  // the low half is the subtype
+    return status;
+}
+
 }  // namespace vorn
 
 using namespace vorn;
@@ -188,10 +198,5 @@ int32_t Vorn_WiaGetSelectedDeviceType(WiaSession* session, uint32_t* deviceType)
     if (const int32_t status = CheckSelectedDevice(session); status != SUCCESS)
         return status;
 
-    int32_t value = 0;
-    const int32_t status =
-        Vorn_WiaGetPropertyLong(session, RootItemOf(*session), nullptr, WIA_DIP_DEV_TYPE, &value);
-    if (status == SUCCESS)
-        *deviceType = static_cast<uint32_t>(value) >> 16;  // the low half is the subtype
-    return status;
+    return DeviceTypeOf(session, RootItemOf(*session), deviceType);
 }

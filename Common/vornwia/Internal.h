@@ -76,6 +76,9 @@ inline IUnknown* AsUnknown(WiaItemHandle item) noexcept
     return reinterpret_cast<IUnknown*>(item);
 }
 
+/** The device type that a root item states; as Vorn_WiaGetSelectedDeviceType. */
+int32_t DeviceTypeOf(WiaSession* session, WiaItemHandle root, uint32_t* deviceType) noexcept;
+
 /** The session's root item as a handle, without a reference of its own. */
 WiaItemHandle RootItemOf(const WiaSession& session) noexcept;
 
@@ -123,6 +126,15 @@ struct UserCallback {
 struct FileListTarget {
     uint32_t* count = nullptr;
     WCHAR*** list = nullptr;
+
+    /** No files: what the caller is left with unless a transfer or a dialog writes some. */
+    void Clear() const noexcept
+    {
+        if (count)
+            *count = 0;
+        if (list)
+            *list = nullptr;
+    }
 };
 
 /** The items that an acquisition dialog chose. */
@@ -133,7 +145,7 @@ struct ItemList {
 
 /**
  * Transfers items: those of `dialogItems` when given, else `item`, else the root's first child.
- * Sets the caller's file count to 0 and the list to null before it starts.
+ * The caller's file count is 0 and the list null before.
  */
 int32_t RunAcquisition(WiaSession* session, WiaItemHandle item, const AcquireOptions* options,
                        const ItemList* dialogItems, const FileListTarget& files,
@@ -203,7 +215,8 @@ int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, SourceFile 
 struct ProcessState {
     WiaItemHandle* collectedItems =
         nullptr;                    ///< the root's children, while an acquisition chooses among them
-    int32_t collectedCount = 0;     ///< slots that hold them
+    int32_t collectedSlots = 0;     ///< room for them; grows with what the device delivers
+    int32_t collectedCount = 0;     ///< slots that hold one
     int32_t collectPosition = 0;    ///< the next slot to fill
     uint32_t savedFileCounter = 0;  ///< single-file copies since the acquisition started
 };

@@ -270,8 +270,9 @@ void Desk::SetMedium(bool file)
 
 Outcome Desk::Acquire(const AcquireOptions* options, Notes notes)
 {
-    uint32_t count = 0;
-    WCHAR** list = nullptr;
+    uint32_t count = wantCount ? 77 : 0;  // garbage, until the acquisition says otherwise
+    WCHAR* garbage = nullptr;
+    WCHAR** list = wantList ? &garbage : nullptr;
     uint32_t* const countOut = wantCount ? &count : nullptr;
     WCHAR*** const listOut = wantList ? &list : nullptr;
     const int32_t status =
@@ -279,6 +280,7 @@ Outcome Desk::Acquire(const AcquireOptions* options, Notes notes)
                                        callback ? Notes::FileCallback : nullptr, &notes)
                : Vorn_WiaAcquire(session_, nullptr, flags, item, options, countOut, listOut,
                                  callback ? Notes::Callback : nullptr, &notes);
+    EXPECT_NE(list, &garbage);
     return Collect(status, wantCount ? count : listLength, list, std::move(notes));
 }
 

@@ -25,11 +25,16 @@ protected:
 
 TEST_F(EntryPoints, RefuseWhatTheyCannotStartFrom)
 {
-    EXPECT_EQ(Vorn_WiaAcquire(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-              ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(
-        Vorn_WiaAcquireToFile(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-        ERR_INVALID_ARGUMENT);
+    const auto refused = [](auto acquire) {
+        uint32_t count = 77;
+        WCHAR* garbage = nullptr;
+        WCHAR** list = &garbage;
+        EXPECT_EQ(acquire(nullptr, nullptr, 0, nullptr, nullptr, &count, &list, nullptr, nullptr),
+                  ERR_INVALID_ARGUMENT);
+        EXPECT_TRUE(count == 0 && !list) << "the caller's garbage stays";
+    };
+    refused(Vorn_WiaAcquire);
+    refused(Vorn_WiaAcquireToFile);
     for (const Generation generation : kGenerations) {
         for (const bool toFile : {false, true}) {
             Desk desk{generation, ScannerWith(NumberedPages(1)).NoType()};
@@ -249,8 +254,13 @@ TEST_F(EntryPoints, AcquireWithoutASessionAndLeaveNone)
         {"dialog 2.0 without a name", 2, 7, S_OK, scanner, ERR_INVALID_ARGUMENT, "device 1 1"},
     };
     const auto acquire = [](uint32_t version, uint32_t flags) {
-        return Vorn_WiaAcquireSimple(version, nullptr, StiDeviceTypeScanner, flags, nullptr, nullptr, nullptr,
-                                     nullptr, nullptr, nullptr);
+        uint32_t count = 77;
+        WCHAR* garbage = nullptr;
+        WCHAR** list = &garbage;
+        const int32_t status = Vorn_WiaAcquireSimple(version, nullptr, StiDeviceTypeScanner, flags, nullptr,
+                                                     nullptr, &count, &list, nullptr, nullptr);
+        EXPECT_TRUE(count == 0 && !list) << "no file was written";
+        return status;
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.fault);
@@ -280,6 +290,40 @@ TEST_F(EntryPoints, TransferTheFirstChildWithoutAnItemAndFreeThemAll)
         EXPECT_EQ(Delivered(outcome, Folder()), "65");
         for (const char* release : {"A.Release", "B.Release", "C.Release"})
             EXPECT_GE(log.Count(release), 1u) << release;
+    }
+}
+
+/** What a device announces is no reason to allocate: room for INT32_MAX children is 17 GB. */
+TEST_F(EntryPoints, TransferTheFirstOfMoreChildrenThanThereCanBe)
+{
+    for (const Generation generation : kGenerations) {
+        DeviceBuilder device{StiDeviceTypeScanner};
+        for (uint8_t number = 1; number <= 40; ++number)
+            device.Child(generation, PictureItem(generation, WString{static_cast<WCHAR>(number + 64)},
+                                                 PlainPage(16, 8, 24, number)));
+        Desk desk{generation, device.NullAt(Step::GetChildCount)};
+        const Outcome outcome = Scan(desk);
+        EXPECT_EQ(outcome.status, SUCCESS);
+        EXPECT_EQ(Delivered(outcome, Folder()), "1");
+    }
+}
+
+TEST_F(EntryPoints, FinishOnTheDeviceTheyBeganWith)
+{
+    for (const Road& road : kRoads) {
+        SCOPED_TRACE(road.name);
+        Desk desk{road, ScannerWith(NumberedPages(3)), 3};
+        Notes notes;
+        notes.answer = [&](size_t call) {
+            if (call == 1)
+                Vorn_WiaSelectDevice(desk.Session(), VORN_TEXT("no such device"));
+            return 1;
+        };
+        const Outcome outcome = Scan(desk, std::move(notes));
+        EXPECT_EQ(outcome.status, SUCCESS);
+        EXPECT_EQ(Delivered(outcome, Folder()), "1 2 3");
+        EXPECT_EQ(desk.Acquire().status, ERR_NO_DEVICE_SELECTED);
+        EmptyFolder();
     }
 }
 

@@ -68,6 +68,9 @@ TEST_F(HostileDevice, BandsOf10)
         int32_t status;
         const char* pages;
     };
+    // A BMP of 2 x 1 pixels and 1 bit without its rows.
+    const BYTE bmpHeader[62] = {'B', 'M', 66, 0, 0, 0, 0, 0, 0, 0, 62, 0, 0, 0, 40,
+                                0,   0,   0,  2, 0, 0, 0, 1, 0, 0, 0,  1, 0, 1};
     const Row rows[] = {
         {"nothing at all", [](Teller&) {}, SUCCESS, ""},
         {"no format", [](Teller& t) { t.Header().Band().End(); }, ERR_WIA_UNEXPECTED, ""},
@@ -80,10 +83,20 @@ TEST_F(HostileDevice, BandsOf10)
         {"too long", [](Teller& t) { t.Format().Header().Band(25).End(); }, ERR_WIA_UNEXPECTED, "0"},
         {"no width", [](Teller& t) { t.Format().Header(0).End(); }, ERR_WIA_UNEXPECTED, ""},
         {"no data", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 40).End(); }, ERR_WIA_UNEXPECTED, ""},
-        {"half a header", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28\0\0").End(); }, RESULT_FALSE,
-         ""},
+        {"half a header", [](Teller& t) { t.Format().Tell(IT_MSG_DATA, 0, 4, "\x28\0\0").End(); },
+         RESULT_FALSE, ""},
         {"data after the end", [](Teller& t) { t.Format().Header().Band().End().Band(); }, SUCCESS, "5"},
         {"unknown messages", [](Teller& t) { t.Tell(0).Tell(8).Tell(-1).Tell(6).Tell(99); }, SUCCESS, ""},
+        {"a header as JPEG",
+         [&](Teller& t) { t.Format(WiaImgFmt_JPEG).Tell(IT_MSG_DATA, 0, 62, bmpHeader).End(); },
+         ERR_WIA_UNEXPECTED, ""},
+        {"a header of fewer colours for page 2",
+         [&](Teller& t) {
+             t.Format(WiaImgFmt_BMP).Tell(IT_MSG_DATA, 0, 62, bmpHeader).Tell(IT_MSG_DATA, 62, 4, "\5\0\0");
+             t.Tell(IT_MSG_NEW_PAGE).Tell(IT_MSG_DATA, 0, 58, bmpHeader).Tell(IT_MSG_DATA, 58, 4, "\7\0\0");
+             t.Tell(IT_MSG_STATUS).Tell(IT_MSG_NEW_PAGE).Tell(IT_MSG_STATUS).End();
+         },
+         ERR_WIA_UNEXPECTED, "5"},
         {"noise as JPEG", [](Teller& t) { t.Format(WiaImgFmt_JPEG).Band().End(); }, ERR_WIA_UNEXPECTED, ""},
     };
     const std::function<void(Teller&)> good = [](Teller& t) { t.Format().Header().Band().End(); };
@@ -185,11 +198,27 @@ TEST_F(HostileDevice, StreamsOf20)
         EXPECT_EQ(memory.Pages(), row.memory);
         EXPECT_EQ(Download(kFile2, download).status, row.fileStatus);
     }
-    for (const HRESULT answer : {S_OK, S_FALSE}) {
-        const Outcome endless = Download(
-            kMemory2, [=](IWiaTransferCallback*) { return answer; }, 0);
-        EXPECT_EQ(endless.status, SUCCESS) << "downloads that never bring anything";
-        EXPECT_TRUE(endless.calls.empty());
+    const struct {
+        const char* what;
+        HRESULT answer;
+        bool stream;
+        LONG pages;
+    } endless[] = {{"no stream", S_OK, false, 0},
+                   {"no stream, and no success", S_FALSE, false, 0},
+                   {"an empty stream", S_OK, true, 0},
+                   {"no stream, of a count", S_OK, false, 5000},
+                   {"an empty stream, of a count", S_OK, true, 5000}};
+    for (const auto& row : endless) {
+        SCOPED_TRACE(row.what);
+        size_t downloads = 0;
+        const auto bringNothing = [&](IWiaTransferCallback* receiver) {
+            ++downloads;
+            if (row.stream)
+                Stream{receiver}.Begin().End(0);
+            return row.answer;
+        };
+        EXPECT_EQ(Download(kMemory2, bringNothing, row.pages).status, SUCCESS);
+        EXPECT_EQ(downloads, 1000u);
     }
 }
 

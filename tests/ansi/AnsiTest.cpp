@@ -406,23 +406,29 @@ TEST_P(AnsiAcquireTest, RefusesOptionsThatItCannotRead)
     WiaSession* const session = OpenScanner(true);
     AcquireOptionsA endless{};
     std::memset(endless.fileName, 'x', sizeof(endless.fileName));
-    uint32_t count = 77;
-    char* kept = nullptr;
-    char** list = &kept;
     const ScopedCallLog log;
     for (const auto& [options, status] :
          {std::pair<const AcquireOptionsA*, int32_t>{nullptr, ERR_OUT_OF_MEMORY},
           {&endless, ERR_INVALID_ARGUMENT}}) {
-        EXPECT_EQ(Vorn_WiaAcquireA(session, nullptr, 0, nullptr, options, &count, &list, nullptr, nullptr),
-                  status);
-        EXPECT_EQ(
-            Vorn_WiaAcquireToFileA(session, nullptr, 0, nullptr, options, &count, &list, nullptr, nullptr),
-            status);
-        EXPECT_EQ(Vorn_WiaAcquireSimpleA(Version(), nullptr, 1, 0, nullptr, options, &count, &list, nullptr,
-                                         nullptr),
-                  status);
+        const auto refused = [status = status](auto acquire) {
+            char* kept = nullptr;
+            char** list = &kept;
+            uint32_t count = 77;
+            EXPECT_EQ(acquire(&count, &list), status);
+            EXPECT_TRUE(count == 0 && !list) << "the caller's garbage stays";
+        };
+        refused([&, options = options](uint32_t* count, char*** list) {
+            return Vorn_WiaAcquireA(session, nullptr, 0, nullptr, options, count, list, nullptr, nullptr);
+        });
+        refused([&, options = options](uint32_t* count, char*** list) {
+            return Vorn_WiaAcquireToFileA(session, nullptr, 0, nullptr, options, count, list, nullptr,
+                                          nullptr);
+        });
+        refused([&, options = options](uint32_t* count, char*** list) {
+            return Vorn_WiaAcquireSimpleA(Version(), nullptr, 1, 0, nullptr, options, count, list, nullptr,
+                                          nullptr);
+        });
     }
-    EXPECT_TRUE(count == 77 && list == &kept);
     EXPECT_TRUE(log.Lines().empty()) << "the platform was called";
 }
 

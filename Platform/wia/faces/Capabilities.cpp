@@ -26,7 +26,10 @@ private:
 
     void TakeBack(WIA_FORMAT_INFO&) noexcept override {}
     ListEnumerator* MakeCopy() const override { return new FormatEnumerator{Entries(), device_}; }
-    HRESULT BeforeCount() override { return Interrupted(*device_, Step::GetFormatCount).value_or(S_OK); }
+    HRESULT BeforeCount(ULONG&) override
+    {
+        return Interrupted(*device_, Step::GetFormatCount).value_or(S_OK);
+    }
 
     DevicePtr device_;
 };

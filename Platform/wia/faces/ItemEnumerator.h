@@ -38,9 +38,12 @@ private:
 
     Base* MakeCopy() const override { return new ItemEnumerator{tree_, this->Entries()}; }
 
-    HRESULT BeforeCount() override
+    HRESULT BeforeCount(ULONG& announced) override
     {
-        return Interrupted(tree_->Device(), Step::GetChildCount).value_or(S_OK);
+        const std::optional<HRESULT> result = Interrupted(tree_->Device(), Step::GetChildCount);
+        if (result == S_OK)
+            announced = INT32_MAX;
+        return result.value_or(S_OK);
     }
 
     std::shared_ptr<ItemTree> tree_;

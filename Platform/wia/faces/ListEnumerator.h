@@ -105,14 +105,15 @@ public:
     {
         if (!count)
             return E_POINTER;
-        if (const HRESULT result = BeforeCount(); result != S_OK)
+        ULONG announced = static_cast<ULONG>(this->Entries()->size());
+        if (const HRESULT result = BeforeCount(announced); result != S_OK)
             return result;
-        *count = static_cast<ULONG>(this->Entries()->size());
+        *count = announced;
         return S_OK;
     }
 
 protected:
-    virtual HRESULT BeforeCount() { return S_OK; }
+    virtual HRESULT BeforeCount(ULONG&) { return S_OK; }
 };
 
 }  // namespace vorn::wia

@@ -31,7 +31,7 @@ enum class Step {
     GetRootItem,
     EnumChildItems,
     NextChildItem,  ///< the child enumerator's Next, once for each child
-    GetChildCount,  ///< the child enumerator's GetCount
+    GetChildCount,  ///< the child enumerator's GetCount; instead of nothing it stores INT32_MAX
     GetItemType,
     GetItemCategory,
     EnumFormats,
