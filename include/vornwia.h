@@ -125,8 +125,8 @@ VORNWIA_API int32_t Vorn_WiaEnumDevices(WiaSession* session, EnumDevicesCallback
  *
  * @param session   an open session
  * @param deviceId  the ID, as the enumeration tells it; copied
- * @return SUCCESS; ERR_INVALID_ARGUMENT; the mapped platform error of opening, for example
- *         ERR_WIA_NO_DEVICE_AVAILABLE for an unknown ID
+ * @return SUCCESS; ERR_INVALID_ARGUMENT; ERR_OUT_OF_MEMORY, with the device selected before left as it was; the mapped
+ *         platform error of opening, for example ERR_WIA_NO_DEVICE_AVAILABLE for an unknown ID
  */
 VORNWIA_API int32_t Vorn_WiaSelectDevice(WiaSession* session, const WCHAR* deviceId);
 
@@ -169,7 +169,7 @@ VORNWIA_API int32_t Vorn_WiaGetSelectedDeviceType(WiaSession* session, uint32_t*
  * @param item      null: the session's own root item is lent, without a reference; it stays valid while the
  *                  device stays selected and must not be freed. An item: it is consumed, whatever the result,
  *                  and the root item received is freed with Vorn_WiaFreeItem.
- * @param rootItem  receives the root item
+ * @param rootItem  receives the root item; null after a failure
  * @return SUCCESS; ERR_INVALID_ARGUMENT for a null session or `rootItem`, and `item` is then not consumed;
  *         ERR_NO_DEVICE_SELECTED; a mapped platform error
  */
@@ -221,7 +221,7 @@ VORNWIA_API int32_t Vorn_WiaFreeItem(WiaSession* session, WiaItemHandle item);
  *   id       the property's numeric WIA ID; ignored when `name` is given
  *
  * All return SUCCESS; ERR_INVALID_ARGUMENT for a null session, item or required value pointer;
- * ERR_WIA_UNEXPECTED for an item without properties; a mapped platform error (ERR_INVALID_ARGUMENT for a
+ * ERR_WIA_UNEXPECTED for an item without a property storage; a mapped platform error (ERR_INVALID_ARGUMENT for a
  * value that the device refuses, ERR_ACCESS_DENIED for a read-only property). The readers also return
  * RESULT_FALSE, with nothing written, when the item has no such property or it is of a type that the
  * operation does not take. The writers also return ERR_OUT_OF_MEMORY.
@@ -234,7 +234,9 @@ VORNWIA_API int32_t Vorn_WiaGetPropertyLong(WiaSession* session, WiaItemHandle i
 VORNWIA_API int32_t Vorn_WiaSetPropertyLong(WiaSession* session, WiaItemHandle item, const WCHAR* name,
                                             uint32_t id, int32_t value);
 
-/** Reads a GUID, also from a text that holds one in braces; ERR_WIA_UNEXPECTED when that text is malformed.
+/**
+ * Reads a GUID, also from a text that holds one in braces: ERR_WIA_UNEXPECTED when that text is malformed, RESULT_FALSE
+ * when it is null.
  */
 VORNWIA_API int32_t Vorn_WiaGetPropertyGUID(WiaSession* session, WiaItemHandle item, const WCHAR* name,
                                             uint32_t id, GUID* value);
@@ -245,8 +247,8 @@ VORNWIA_API int32_t Vorn_WiaSetPropertyGUID(WiaSession* session, WiaItemHandle i
 /**
  * Reads a text, or a float as decimal digits: all of its fraction, with a point whatever the locale.
  *
- * Call once with `buffer` null to learn the size, then again with a buffer of that size. An empty text writes
- * neither buffer nor size.
+ * Call once with `buffer` null to learn the size, then again with a buffer of that size. An empty text, and one
+ * that is null, writes neither buffer nor size.
  *
  * @param buffer  receives the text and its terminator, the rest of the capacity cleared; or null
  * @param size    in: capacity of `buffer` in characters, left as it is when the text fits;
@@ -350,7 +352,7 @@ typedef int32_t (*AcquireToFileCallback)(WiaSession* session, const WCHAR* fileN
  * @param flags      WIA_ACQUIRE_SHOW_DIALOG or 0; other bits go to the platform's dialog
  * @param item       the item to transfer; null: the first child of the root item
  * @param options    see AcquireOptions; file transfers need `fileName`
- * @param fileCount  receives the number of files written, 0 when the transfer wrote none; may be null
+ * @param fileCount  receives the number of files written, 0 when none was, also when no transfer began; may be null
  * @param fileList   receives the files' names: an array of strings of 260 characters, one for each file in
  *                   the order of writing; in the multi-page and append modes the name repeats for every page
  *                   transferred. Set to null when no file was written. Strings and array are freed with

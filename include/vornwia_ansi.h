@@ -132,11 +132,14 @@ typedef struct AcquireOptionsA {
 } AcquireOptionsA;
 #pragma pack(pop)
 
-/** As AcquireCallback; `fileName` is never null, and empty where the wide form has none. */
+/**
+ * As AcquireCallback; `fileName` is never null, and empty where the wide form has none. It is whole: 259 characters can be
+ * more than 259 bytes.
+ */
 typedef int32_t (*AcquireCallbackA)(WiaSession* session, BitmapHandle* bitmap, const char* fileName,
                                     int32_t percent, int32_t state, void* userData);
 
-/** As AcquireToFileCallback; `fileName` is never null. */
+/** As AcquireToFileCallback; `fileName` is as for AcquireCallbackA. */
 typedef int32_t (*AcquireToFileCallbackA)(WiaSession* session, const char* fileName, int32_t percent,
                                           int32_t state, void* userData);
 
@@ -148,7 +151,7 @@ typedef int32_t (*AcquireToFileCallbackA)(WiaSession* session, const char* fileN
  *   fileList   receives the files' names in ANSI, also after an error that left some files; strings and array are
  *              freed with KrnFree, the strings before the array. Null when no file was written, and when there is no
  *              memory for the array.
- *   fileCount  as in the wide form. Both may be null.
+ *   fileCount  as in the wide form. Both may be null; after any failure before a transfer they are 0 and null.
  */
 
 VORNWIA_API int32_t Vorn_WiaAcquireA(WiaSession* session, HWND parent, uint32_t flags, WiaItemHandle item,

@@ -125,7 +125,7 @@ typedef int32_t (*EnumCapabilitiesCallback)(WiaSession* session, uint32_t count,
  * @param userData  handed to the callback
  * @return the last value of the callback, or SUCCESS when it was not called; ERR_INVALID_ARGUMENT;
  *         ERR_NO_DEVICE_SELECTED; RESULT_FALSE when the device does not tell its type; ERR_WIA_UNEXPECTED for an
- *         item without properties; a mapped platform error
+ *         item without a property storage; a mapped platform error
  */
 VORNWIA_API int32_t Vorn_WiaEnumCapabilities(WiaSession* session, WiaItemHandle item, uint32_t reserved,
                                              EnumCapabilitiesCallback callback, void* userData);
@@ -234,7 +234,7 @@ typedef struct WiaScanProperties {
  * @param record   the record, sizes set in all four parts; `formatGuid` may be null and is then not read
  * @return SUCCESS, whatever could be read; ERR_INVALID_ARGUMENT for a null session, item, record or part;
  *         ERR_BAD_STRUCT_SIZE; ERR_NO_DEVICE_SELECTED, checked last; ERR_WIA_UNEXPECTED when the item or the root
- *         item has no properties at all, the record being left as it was
+ *         item has no property storage, the record being left as it was
  */
 VORNWIA_API int32_t Vorn_WiaGetProperties(WiaSession* session, WiaItemHandle item, WiaScanProperties* record);
 
@@ -277,7 +277,7 @@ typedef int32_t (*PropertyWriteCallback)(WiaSession* session, uint32_t id, int32
  * @return SUCCESS; ERR_ABORTED when the callback stopped; ERR_INVALID_ARGUMENT for a null session, item, record or
  *         part, a part of a wrong size, or a null `formatGuid` where the format is writable; ERR_NO_DEVICE_SELECTED;
  *         ERR_BAD_STRUCT_SIZE for the record's own size; ERR_WIA_UNEXPECTED when the item or the root item has no
- *         properties at all. What was written before an error stays written.
+ *         property storage. What was written before an error stays written.
  */
 VORNWIA_API int32_t Vorn_WiaSetProperties(WiaSession* session, WiaItemHandle item, WiaScanProperties* record,
                                           PropertyWriteCallback callback, void* userData);

@@ -4,24 +4,20 @@
 namespace vorn {
 namespace {
 
-/** Asks an item for the format enumerator of its generation's transfer interface. */
-template <typename Transfer>
-HRESULT QueryFormats(WiaItemHandle item, REFIID iid,
-                     HRESULT (STDMETHODCALLTYPE Transfer::*enumerate)(IEnumWIA_FORMAT_INFO**),
-                     IEnumWIA_FORMAT_INFO** formats)
+/** Calls `use` with the format enumerator of an item's transfer interface, which is held as long. */
+template <typename Transfer, typename Use>
+int32_t WithFormats(WiaItemHandle item, REFIID iid,
+                    HRESULT (STDMETHODCALLTYPE Transfer::*enumerate)(IEnumWIA_FORMAT_INFO**), Use use)
 {
     ComPtr<Transfer> transfer;
-    const HRESULT result = AsUnknown(item)->QueryInterface(iid, transfer.OutVoid());
-    if (result != S_OK)
-        return result;
-    return transfer ? (transfer.Get()->*enumerate)(formats) : E_NOINTERFACE;
-}
-
-HRESULT FormatsOf(const WiaSession& session, WiaItemHandle item, IEnumWIA_FORMAT_INFO** formats)
-{
-    return session.wiaVersion == 1
-               ? QueryFormats(item, IID_IWiaDataTransfer, &IWiaDataTransfer::idtEnumWIA_FORMAT_INFO, formats)
-               : QueryFormats(item, IID_IWiaTransfer, &IWiaTransfer::EnumWIA_FORMAT_INFO, formats);
+    if (const HRESULT result = AsUnknown(item)->QueryInterface(iid, transfer.OutVoid()); result != S_OK)
+        return MapWiaResult(result);
+    if (!transfer)
+        return ERR_WIA_UNEXPECTED;
+    ComPtr<IEnumWIA_FORMAT_INFO> formats;
+    if (const HRESULT result = (transfer.Get()->*enumerate)(formats.Out()); result != S_OK)
+        return MapWiaResult(result);
+    return formats ? use(*formats.Get()) : ERR_WIA_UNEXPECTED;
 }
 
 }  // namespace
@@ -38,21 +34,20 @@ int32_t Vorn_WiaEnumFormats(WiaSession* session, WiaItemHandle item, uint32_t, E
     if (const int32_t status = Vorn_WiaGetSelectedDeviceType(session, &deviceType); status != SUCCESS)
         return status;
 
-    ComPtr<IEnumWIA_FORMAT_INFO> formats;
-    if (const HRESULT result = FormatsOf(*session, item, formats.Out()); result != S_OK)
-        return MapWiaResult(result);
-    if (!formats)
-        return ERR_WIA_UNEXPECTED;
-
-    ULONG count = 0;
-    formats->GetCount(&count);
-    int32_t status = SUCCESS;
-    for (int32_t i = 0; i < static_cast<int32_t>(count) && status != ERR_ABORTED; ++i) {
-        WIA_FORMAT_INFO pair{};
-        ULONG fetched = 0;
-        if (IsPlainSuccess(formats->Next(1, &pair, &fetched)))
-            status =
-                callback(session, count, static_cast<uint32_t>(pair.lTymed), &pair.guidFormatID, userData);
-    }
-    return status;
+    const auto deliver = [&](IEnumWIA_FORMAT_INFO& formats) {
+        ULONG count = 0;
+        formats.GetCount(&count);
+        int32_t status = SUCCESS;
+        for (int32_t i = 0; i < static_cast<int32_t>(count) && status != ERR_ABORTED; ++i) {
+            WIA_FORMAT_INFO pair{};
+            ULONG fetched = 0;
+            if (IsPlainSuccess(formats.Next(1, &pair, &fetched)))
+                status = callback(session, count, static_cast<uint32_t>(pair.lTymed), &pair.guidFormatID,
+                                  userData);
+        }
+        return status;
+    };
+    return session->wiaVersion == 1
+               ? WithFormats(item, IID_IWiaDataTransfer, &IWiaDataTransfer::idtEnumWIA_FORMAT_INFO, deliver)
+               : WithFormats(item, IID_IWiaTransfer, &IWiaTransfer::EnumWIA_FORMAT_INFO, deliver);
 }

@@ -88,6 +88,8 @@ using namespace vorn;
 
 int32_t Vorn_WiaGetRootItem(WiaSession* session, WiaItemHandle item, WiaItemHandle* rootItem)
 {
+    if (rootItem)
+        *rootItem = nullptr;
     if (!session || !rootItem)
         return ERR_INVALID_ARGUMENT;
     if (const int32_t status = CheckSelectedDevice(session); status != SUCCESS)

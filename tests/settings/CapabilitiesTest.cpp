@@ -306,7 +306,12 @@ TEST_P(CapabilitiesTest, DeliversTheFormatsOfAnItem)
             device.FailAt(row.step, row.result, row.nth);
         const OpenSession& session = Open(device);
         const WiaItemHandle child = FirstChild(session);
-        Heard heard{kProbe, [&](size_t) { return row.answer; }};
+        Heard heard;
+        const ScopedCallLog log;
+        heard.answer = [&](size_t) {
+            EXPECT_EQ(log.Count("Item.ReleaseTransfer"), 0u) << "held while its formats are listed";
+            return row.answer;
+        };
         EXPECT_EQ(Vorn_WiaEnumFormats(session, child, 0, Heard::Format, &heard), row.status);
         EXPECT_EQ(heard.lines, row.lines);
         EXPECT_TRUE(heard.lines.empty() || heard.count == 3);

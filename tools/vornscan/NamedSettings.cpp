@@ -102,7 +102,7 @@ void SayIfOther(const Setting& setting, const Device& device, const std::string&
     double number = 0;
     const auto [end, error] = std::from_chars(typed.data(), typed.data() + typed.size(), number);
     if (inForce && error == std::errc{} && end == typed.data() + typed.size() && *inForce != number)
-        Say("--set " + option + ": " + device.name + " made it " + InWords(*inForce));
+        Say("--set " + option + ": " + device.Shown() + " made it " + InWords(*inForce));
 }
 
 void Apply(const Session& session, const Item& item, const Device& device, const std::string& option)
