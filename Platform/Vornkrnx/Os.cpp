@@ -59,6 +59,21 @@ void WriteWide(const char* text, WCHAR* buffer, uint64_t needed) noexcept
     MultiByteToWideChar(CP_ACP, 0, text, -1, buffer, static_cast<int>(needed));
 }
 
+uint64_t NameCharsNeeded(const char* name) noexcept
+{
+    return WideCharsNeeded(name);
+}
+
+void WriteName(const char* name, WCHAR* buffer, uint64_t needed) noexcept
+{
+    WriteWide(name, buffer, needed);
+}
+
+bool IsWellFormed(const char* text) noexcept
+{
+    return MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, text, -1, nullptr, 0) > 0;
+}
+
 #else
 
 namespace {
@@ -133,6 +148,21 @@ void WriteAnsi(const WCHAR* text, char* buffer, uint64_t) noexcept
 void WriteWide(const char* text, WCHAR* buffer, uint64_t) noexcept
 {
     utf::Transcode(text, buffer);
+}
+
+uint64_t NameCharsNeeded(const char* name) noexcept
+{
+    return utf::CountUnits<WCHAR>(utf::FileName{name});
+}
+
+void WriteName(const char* name, WCHAR* buffer, uint64_t) noexcept
+{
+    utf::Transcode(utf::FileName{name}, buffer);
+}
+
+bool IsWellFormed(const char* text) noexcept
+{
+    return utf::IsWellFormed(text);
 }
 
 #endif

@@ -27,8 +27,15 @@ bool IsMapped(const void* address, size_t bytes) noexcept;
 uint64_t AnsiCharsNeeded(const WCHAR* text) noexcept;
 uint64_t WideCharsNeeded(const char* text) noexcept;
 
+/** As WideCharsNeeded, for a file name of which no byte may be lost. */
+uint64_t NameCharsNeeded(const char* name) noexcept;
+
 /** Convert into a buffer of just the characters that the functions above have told. */
 void WriteAnsi(const WCHAR* text, char* buffer, uint64_t needed) noexcept;
 void WriteWide(const char* text, WCHAR* buffer, uint64_t needed) noexcept;
+void WriteName(const char* name, WCHAR* buffer, uint64_t needed) noexcept;
+
+/** True for a text that is valid in the system's code page. */
+bool IsWellFormed(const char* text) noexcept;
 
 }  // namespace vorn::krn

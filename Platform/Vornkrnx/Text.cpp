@@ -19,6 +19,16 @@ bool FitsBuffer(uint64_t needed, const void* buffer, uint64_t capacity, uint64_t
     return buffer && status == KRN_SUCCESS;
 }
 
+/** A block of `needed` characters, filled by `write`; null without memory, and for a text that needs none. */
+WCHAR* NewWide(const char* text, uint64_t needed, void (*write)(const char*, WCHAR*, uint64_t) noexcept)
+{
+    WCHAR* const copy =
+        needed ? static_cast<WCHAR*>(KrnAlloc(needed, sizeof(WCHAR), __LINE__, kFile)) : nullptr;
+    if (copy)
+        write(text, copy, needed);
+    return copy;
+}
+
 }  // namespace
 
 char* KrnAllocAnsiCopy(const WCHAR* text)
@@ -39,14 +49,12 @@ void KrnFreeAnsiCopy(char* copy)
 
 WCHAR* KrnAllocWideCopy(const char* text)
 {
-    if (!text)
-        return nullptr;
-    const uint64_t needed = WideCharsNeeded(text);
-    WCHAR* const copy =
-        needed ? static_cast<WCHAR*>(KrnAlloc(needed, sizeof(WCHAR), __LINE__, kFile)) : nullptr;
-    if (copy)
-        WriteWide(text, copy, needed);
-    return copy;
+    return text ? NewWide(text, WideCharsNeeded(text), WriteWide) : nullptr;
+}
+
+WCHAR* KrnAllocWideName(const char* name)
+{
+    return name ? NewWide(name, NameCharsNeeded(name), WriteName) : nullptr;
 }
 
 int32_t KrnWideToAnsi(const WCHAR* text, char* buffer, uint64_t capacity, uint64_t* needed)
@@ -75,12 +83,14 @@ Vorn_A2W::~Vorn_A2W()
 int32_t Vorn_A2W::Convert(const char* text) noexcept
 {
     KrnFree(value_, __LINE__, kFile);
-    value_ = KrnAllocWideCopy(text);
+    value_ = text && IsWellFormed(text) ? KrnAllocWideCopy(text) : nullptr;
     return !text || value_ ? KRN_SUCCESS : 0;
 }
 
 int32_t Vorn_A2W::Convert(const char* text, WCHAR* buffer, uint64_t capacity) noexcept
 {
+    if (text && !IsWellFormed(text))
+        return KRN_ERR_OUT_OF_MEMORY;
     return KrnAnsiToWide(text, buffer, capacity, nullptr);
 }
 

@@ -1,6 +1,7 @@
 /**
  * @file Utf.h
- * UTF-16 to UTF-8 and back, over terminated texts. What is malformed becomes U+FFFD.
+ * UTF-16 to UTF-8 and back, over terminated texts. What is malformed becomes U+FFFD, but for file names: their stray bytes,
+ * those that are no UTF-8, are the lone surrogates U+DC80 to U+DCFF in UTF-16, and become the bytes again.
  */
 #pragma once
 
@@ -9,6 +10,14 @@
 namespace vorn::krn::utf {
 
 constexpr char32_t kReplacement = 0xFFFD;
+
+/** The lone surrogates that stand for a stray byte begin here; the byte is added. */
+constexpr char32_t kStrayByte = 0xDC00;
+
+constexpr bool IsStrayByte(char32_t character) noexcept
+{
+    return character >= kStrayByte + 0x80 && character <= kStrayByte + 0xFF;
+}
 
 /** Takes the next character off a UTF-16 text; 0 at its terminator, which stays. */
 constexpr char32_t TakeChar(const char16_t*& text) noexcept
@@ -19,45 +28,79 @@ constexpr char32_t TakeChar(const char16_t*& text) noexcept
     ++text;
     if (unit < 0xD800 || unit > 0xDFFF)
         return unit;
+    if (IsStrayByte(unit))
+        return unit;
     if (unit > 0xDBFF || *text < 0xDC00 || *text > 0xDFFF)
         return kReplacement;
     return 0x10000 + ((unit - 0xD800) << 10) + (char32_t{*text++} - 0xDC00);
 }
 
-/** The same for UTF-8. A malformed sequence is taken up to the byte that breaks it and gives one replacement.
- */
-constexpr char32_t TakeChar(const char*& text) noexcept
+/** Takes the next character off a UTF-8 text. False for a malformed sequence, which is taken up to the byte that breaks it. */
+constexpr bool TakeWellFormed(const char*& text, char32_t& character) noexcept
 {
     const auto byte = [&text]() noexcept { return static_cast<uint8_t>(*text); };
     const uint8_t lead = byte();
+    character = lead;
     if (lead == 0)
-        return 0;
+        return true;
     ++text;
     if (lead < 0x80)
-        return lead;
+        return true;
     if (lead < 0xC2 || lead > 0xF4)
-        return kReplacement;
+        return false;
 
     int trailing = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
     // The second byte's range excludes overlong forms, surrogates and what lies above U+10FFFF.
     uint8_t low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     uint8_t high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    char32_t character = lead & (0x3F >> trailing);
+    character = lead & (0x3F >> trailing);
     for (; trailing > 0; --trailing) {
         if (byte() < low || byte() > high)
-            return kReplacement;
+            return false;
         character = character << 6 | (byte() & 0x3F);
         ++text;
         low = 0x80;
         high = 0xBF;
     }
-    return character;
+    return true;
+}
+
+/** As for UTF-16; a malformed sequence gives one replacement. */
+constexpr char32_t TakeChar(const char*& text) noexcept
+{
+    char32_t character = 0;
+    return TakeWellFormed(text, character) ? character : kReplacement;
+}
+
+/** A file name in UTF-8, of which no byte may be lost. */
+struct FileName {
+    const char* text;
+};
+
+constexpr char32_t TakeChar(FileName& name) noexcept
+{
+    const char* const start = name.text;
+    char32_t character = 0;
+    if (TakeWellFormed(name.text, character))
+        return character;
+    name.text = start + 1;
+    return kStrayByte + static_cast<uint8_t>(*start);
+}
+
+constexpr bool IsWellFormed(const char* text) noexcept
+{
+    char32_t character = 1;
+    while (character != 0) {
+        if (!TakeWellFormed(text, character))
+            return false;
+    }
+    return true;
 }
 
 /** Writes a character and returns its length in units. `out` has room for 4. */
 constexpr unsigned PutChar(char32_t character, char* out) noexcept
 {
-    if (character < 0x80) {
+    if (character < 0x80 || IsStrayByte(character)) {
         out[0] = static_cast<char>(character);
         return 1;
     }
@@ -81,8 +124,8 @@ constexpr unsigned PutChar(char32_t character, char16_t* out) noexcept
 }
 
 /** Units of type `To` that `text` needs, terminator included. */
-template <typename To, typename From>
-constexpr uint64_t CountUnits(const From* text) noexcept
+template <typename To, typename Text>
+constexpr uint64_t CountUnits(Text text) noexcept
 {
     To unused[4];
     uint64_t units = 1;
@@ -92,8 +135,8 @@ constexpr uint64_t CountUnits(const From* text) noexcept
 }
 
 /** Writes `text` and a terminator to `out`, which has CountUnits units. */
-template <typename To, typename From>
-constexpr void Transcode(const From* text, To* out) noexcept
+template <typename Text, typename To>
+constexpr void Transcode(Text text, To* out) noexcept
 {
     To encoded[4];
     while (const char32_t character = TakeChar(text)) {

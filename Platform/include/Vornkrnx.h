@@ -199,7 +199,7 @@ VORNKRNX_API int32_t KrnPelsPerMeterFromDpi(double dpi);
 
 /*
  * ANSI is the system's code page; on Linux it is UTF-8. A lone surrogate or a malformed byte becomes the
- * replacement character. Nothing cuts a multi-byte character in half.
+ * replacement character, but for the bytes of file names: see KrnAllocWideName. Nothing cuts a multi-byte character in half.
  */
 
 /** A new ANSI copy of a wide text, released with KrnFreeAnsiCopy; null for null or without memory. */
@@ -208,6 +208,12 @@ VORNKRNX_API void KrnFreeAnsiCopy(char* copy);
 
 /** A new wide copy of an ANSI text, a block released with KrnFree; null for null or without memory. */
 VORNKRNX_API WCHAR* KrnAllocWideCopy(const char* text);
+
+/**
+ * As KrnAllocWideCopy, for file names: where names are bytes, each byte that is not valid UTF-8 becomes a lone surrogate,
+ * U+DC80 to U+DCFF, which every conversion to ANSI turns into that byte again.
+ */
+VORNKRNX_API WCHAR* KrnAllocWideName(const char* name);
 
 /**
  * Converts into the caller's buffer.
@@ -231,12 +237,12 @@ public:
     Vorn_A2W& operator=(const Vorn_A2W&) = delete;
     ~Vorn_A2W();
 
-    /** Nonzero on success. A null text succeeds and holds null. */
+    /** Nonzero on success; 0 without memory and for a text that is not valid ANSI. A null text succeeds and holds null. */
     int32_t Convert(const char* text) noexcept;
     /** The wide text, owned by this object. */
     const WCHAR* Value() const noexcept { return value_; }
 
-    /** Converts into a buffer of `capacity` characters, as KrnAnsiToWide does. */
+    /** Converts into a buffer of `capacity` characters, as KrnAnsiToWide does; KRN_ERR_OUT_OF_MEMORY for invalid ANSI. */
     static int32_t Convert(const char* text, WCHAR* buffer, uint64_t capacity) noexcept;
 
 private:

@@ -148,7 +148,7 @@ TEST_P(AnsiTest, AddressesPropertiesByNameInAnyScriptAndByIdWithout)
     }
 }
 
-TEST_P(AnsiTest, DoesNothingWithoutMemoryForItsTexts)
+TEST_P(AnsiTest, DoesNothingWithTextsThatItCannotConvert)
 {
     Publish(VORN_TEXT("Name"));
     const ScopedCallLog log;
@@ -156,6 +156,15 @@ TEST_P(AnsiTest, DoesNothingWithoutMemoryForItsTexts)
         const ScopedFailingAllocator failing;
         EXPECT_EQ(form.call(Session(), Root(), "Name", form.id), ERR_OUT_OF_MEMORY) << form.title;
     }
+#ifndef _WIN32  // where every byte is some character of the code page
+    for (const Form& form : kForms)
+        EXPECT_EQ(form.call(Session(), Root(), "Na\xe9me", form.id), ERR_OUT_OF_MEMORY) << form.title;
+    EXPECT_EQ(Vorn_WiaSetPropertyStringA(Session(), Root(), "Name2", 0, "te\xe9xt"), ERR_OUT_OF_MEMORY);
+    AcquireOptionsA malformed{};
+    std::memcpy(malformed.fileName, "caf\xe9.bmp", 9);
+    EXPECT_EQ(Vorn_WiaAcquireA(Session(), nullptr, 0, Root(), &malformed, nullptr, nullptr, nullptr, nullptr),
+              ERR_OUT_OF_MEMORY);
+#endif
     const ScopedFailingAllocator second{2};
     EXPECT_EQ(Vorn_WiaSetPropertyStringA(Session(), Root(), "Name2", 0, "text"), ERR_OUT_OF_MEMORY);
     EXPECT_TRUE(log.Lines().empty()) << "the platform was called";

@@ -60,12 +60,26 @@ const MalformedCase kMalformed[] = {
     {"bytes that never occur", "\xff\xfe", u"\ufffd\ufffd"},
 };
 
-TEST(Text, MalformedBytesBecomeReplacements)
+TEST(Text, MalformedBytesBecomeReplacementsAndAreRefusedAndKeptInNames)
 {
     for (const MalformedCase& row : kMalformed) {
+        SCOPED_TRACE(row.fault);
         WCHAR* const wide = KrnAllocWideCopy(row.ansi);
-        EXPECT_TRUE(wide && WString{wide} == row.wide) << row.fault;
+        EXPECT_TRUE(wide && WString{wide} == row.wide);
         KrnFree(wide, __LINE__, "TextTest");
+        Vorn_A2W converter;
+        WCHAR buffer[16] = {'#'};
+        EXPECT_EQ(converter.Convert(row.ansi), 0);
+        EXPECT_EQ(converter.Value(), nullptr);
+        EXPECT_EQ(Vorn_A2W::Convert(row.ansi, buffer, 16), KRN_ERR_OUT_OF_MEMORY);
+        EXPECT_EQ(buffer[0], '#');
+        // Between characters of two and four bytes, which must not be taken for a part of the strays.
+        const std::string name = std::string{"\xc3\xa9"} + row.ansi + "/\xf0\x9f\x96\xa8" + row.ansi;
+        WCHAR* const wideName = KrnAllocWideName(name.c_str());
+        char* const back = KrnAllocAnsiCopy(wideName);
+        EXPECT_EQ(back, name);
+        KrnFreeAnsiCopy(back);
+        KrnFree(wideName, __LINE__, "TextTest");
     }
 }
 
@@ -109,6 +123,7 @@ TEST(Text, NullIsATextThatIsNotThere)
     char buffer[] = "#";
     EXPECT_EQ(KrnAllocAnsiCopy(nullptr), nullptr);
     EXPECT_EQ(KrnAllocWideCopy(nullptr), nullptr);
+    EXPECT_EQ(KrnAllocWideName(nullptr), nullptr);
     KrnFreeAnsiCopy(nullptr);
     EXPECT_EQ(Vorn_W2A::Convert(nullptr, buffer, 1), KRN_SUCCESS);
     EXPECT_STREQ(buffer, "#");

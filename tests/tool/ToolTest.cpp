@@ -46,6 +46,31 @@ TEST_F(Tool, MultiPageFileGrowsByAppending)
         }
 }
 
+TEST_F(Tool, ANameOfAnyBytesIsTheFilesName)
+{
+    const std::string base = "caf\xe9 \xf0\x9f";
+    const struct {
+        const char* option;
+        const char* extension;
+    } rows[] = {{kFiles, ".tif"}, {kMemory, ".png"}, {kMemory, ".pdf"}, {"--overwrite", ".jpg"}};
+    for (const char* generation : {"1", "2"})
+        for (const auto& row : rows) {
+            const std::string file = base + row.extension, next = base + " (1)" + row.extension;
+            SCOPED_TRACE(row.option + file + generation);
+            const Arguments scan{"-o", file, "--wia", generation, row.option, "--dpi", "75", "--json"};
+            ToolResult result = Run(scan);
+            EXPECT_EQ(0, result.exitCode) << result.err;
+            EXPECT_EQ(Names{file}, Files());
+            result = Run(scan);
+            EXPECT_EQ(0, result.exitCode) << result.err;
+            const bool replaced = row.option == std::string_view{"--overwrite"};
+            EXPECT_EQ(replaced ? Names{file} : (Names{file, next}), Files());
+            EXPECT_NE(std::string::npos, result.out.find("\"width\"")) << "the file could be read back";
+            fs::remove(Out() / file);
+            fs::remove(Out() / next);
+        }
+}
+
 TEST_F(Tool, VirtualDevicesAreThereForThoseWhoAskForThem)
 {
     unsetenv("VORNWIA_VIRTUAL_DEVICES");

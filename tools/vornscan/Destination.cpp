@@ -94,14 +94,14 @@ void CheckName(const Destination& destination)
     if (destination.wideName.size() >= VORNWIA_NAME_CHARS)
         throw Failure{ExitCode::Usage, destination.fileName + ": the name is longer than the " +
                                            std::to_string(VORNWIA_NAME_CHARS - 1) + " characters possible"};
-    if (fs::path{destination.wideName}.extension().native().size() > kMaxExtension)
+    if (ToPath(destination.fileName).extension().native().size() > kMaxExtension)
         throw Failure{ExitCode::Usage, destination.fileName + ": the extension is longer than the " +
                                            std::to_string(kMaxExtension - 1) + " characters possible"};
 }
 
 void CheckDirectory(const Destination& destination, bool fileExists)
 {
-    fs::path directory = fs::path{destination.wideName}.parent_path();
+    fs::path directory = ToPath(destination.fileName).parent_path();
     if (directory.empty())
         directory = ".";
     std::error_code error;
@@ -137,7 +137,7 @@ void CheckAppending(const Destination& destination)
 
 void CheckExistingFile(const Destination& destination, const Options& options)
 {
-    const fs::path file{destination.wideName};
+    const fs::path file = ToPath(destination.fileName);
     if (fs::is_directory(file))
         throw Failure{ExitCode::InputOutput,
                       destination.fileName + ": this is a directory; name a file in it"};
@@ -168,7 +168,7 @@ Destination CheckDestination(const Options& options)
     if (destination.format->manyPages && options.pages != 1 && !options.batch)
         destination.oneFile = true;
     std::error_code error;
-    const bool exists = fs::exists(fs::path{destination.wideName}, error);
+    const bool exists = fs::exists(ToPath(destination.fileName), error);
     CheckDirectory(destination, exists && options.append);
     if (exists)
         CheckExistingFile(destination, options);

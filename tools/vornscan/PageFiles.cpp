@@ -96,8 +96,8 @@ fs::path PageFiles::NextName() const
 {
     const size_t saved = files_.size();
     if (options_.batch)
-        return ToWide(options_.batch->Name(static_cast<uint64_t>(options_.batchStart) + saved));
-    const fs::path named{destination_.wideName};
+        return ToPath(options_.batch->Name(static_cast<uint64_t>(options_.batchStart) + saved));
+    const fs::path named = ToPath(destination_.fileName);
     return options_.overwrite && saved > 0 ? Numbered(named, saved) : named;
 }
 
@@ -139,7 +139,7 @@ void PageFiles::SaveBy(Saving save)
     how.jpegQuality = delivery_.quality;
     const bool later = destination_.oneFile && !files_.empty();
     if (options_.append || later) {
-        const fs::path named = later ? fs::path{ToWide(files_.back())} : NextName();
+        const fs::path named = later ? ToPath(files_.back()) : NextName();
         Check(named.string(), save(Target(named), FIL_SAVE_ADD_PAGE, &how));
         files_.push_back(named.string());
         return;

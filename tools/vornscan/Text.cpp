@@ -64,10 +64,20 @@ std::string Printable(std::string_view text, Keep keep)
 
 WideText ToWide(const std::string& text)
 {
-    Vorn_A2W wide;
-    if (!wide.Convert(text.c_str()))
+    const auto free = [](WCHAR* block) { KrnFree(block, __LINE__, "Text"); };
+    const std::unique_ptr<WCHAR, decltype(free)> wide{KrnAllocWideName(text.c_str()), free};
+    if (!wide)
         throw std::bad_alloc{};
-    return wide.Value();
+    return wide.get();
+}
+
+std::filesystem::path ToPath(const std::string& name)
+{
+#ifdef _WIN32
+    return ToWide(name);
+#else
+    return name;
+#endif
 }
 
 std::string ToNarrow(const WCHAR* text)

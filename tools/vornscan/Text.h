@@ -1,6 +1,7 @@
 // Text between the library's UTF-16 and the tool's UTF-8.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -10,7 +11,10 @@ namespace vornscan {
 
 using WideText = std::basic_string<WCHAR>;
 
+/** Any bytes, as a file's name may have them; ToNarrow gives the same bytes. */
 WideText ToWide(const std::string& text);
+/** The file of that name, which need not be valid UTF-8. */
+std::filesystem::path ToPath(const std::string& name);
 /** Null gives an empty text. */
 std::string ToNarrow(const WCHAR* text);
 

@@ -59,7 +59,7 @@ Device OpenVideoDevice(Session& session, const std::optional<std::string>& wante
 
 void CheckPictureFile(const Options& options)
 {
-    const fs::path file{ToWide(*options.picture)};
+    const fs::path file = ToPath(*options.picture);
     fs::path directory = file.parent_path();
     if (directory.empty())
         directory = ".";
@@ -149,7 +149,7 @@ private:
     /** The name given, for the first; "name (1).jpg" and so on for the others. */
     fs::path NextName() const
     {
-        const fs::path first{ToWide(*options_.picture)};
+        const fs::path first = ToPath(*options_.picture);
         fs::path name = first;
         std::error_code error;
         for (unsigned number = 1; count_ > 0 && fs::exists(name, error); ++number) {
