@@ -246,6 +246,18 @@ TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
     }
 }
 
+TEST_F(ScannerTest, DepthThatNoFileGetsIsRefused)
+{
+    for (const char* generation : {"1", "2"})
+        for (const char* file : {"a.png", "a.tif", "a.pdf"}) {
+            const ToolResult told = RunTool(Folder(), {"-d", "test:0", "--wia", generation, "--mode", "gray",
+                                                       "--set", "depth=16", "-o", file});
+            EXPECT_EQ(told.exitCode, 1) << told.err;
+            EXPECT_NE(told.err.find("depth=8"), std::string::npos) << told.err;
+            EXPECT_TRUE(std::filesystem::is_empty(Folder() / "out"));
+        }
+}
+
 TEST_F(ScannerTest, TextOfADeviceNeverReachesATerminalRaw)
 {
     const std::string folder = "pa\x1B[2Jge\ns\t\xE2\x80\xAE\xC2\x9B";

@@ -103,6 +103,14 @@ std::optional<int32_t> Item::Long(uint32_t id) const
     return value;
 }
 
+std::optional<int32_t> Item::Long(const WCHAR* name) const
+{
+    int32_t value = 0;
+    if (Vorn_WiaGetPropertyLong(session_, Handle(), name, 0, &value) != SUCCESS)
+        return std::nullopt;
+    return value;
+}
+
 std::optional<double> Item::Real(uint32_t id) const
 {
     const std::optional<std::string> digits = Text(id);

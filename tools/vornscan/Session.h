@@ -43,6 +43,7 @@ public:
 
     /** A value that the item does not have is nothing. */
     std::optional<int32_t> Long(uint32_t id) const;
+    std::optional<int32_t> Long(const WCHAR* name) const;
     /** A number with all of its fraction. */
     std::optional<double> Real(uint32_t id) const;
     std::optional<GUID> Guid(uint32_t id) const;

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "Capabilities.h"
+#include "Choice.h"
 #include "Failure.h"
 #include "NamedSettings.h"
 #include "PropertyIds.h"
@@ -82,6 +83,18 @@ void CheckCompression(const Item& item, const Destination& destination)
 /** What JPEG data has when nobody asks for another quality. */
 constexpr int32_t kUsualQuality = 90;
 
+/** Files hold 8 bits a sample at most: who asks the scanner for more must not find out from the file. */
+void CheckSampleDepth(const Item& item, const Device& device, const Options& options)
+{
+    constexpr int32_t kMostBits = 8;
+    for (const std::string& setting : options.named)
+        if (SmallLetters(setting).starts_with("depth=") &&
+            item.Long(VORN_TEXT("depth")).value_or(0) > kMostBits)
+            throw Failure{ExitCode::Usage,
+                          device.Shown() + ": --set " + setting +
+                              " is not possible: files get 8 bits a sample; use --set depth=8"};
+}
+
 bool Offers(const std::vector<TransferFormat>& formats, uint32_t medium, const GUID& format)
 {
     return std::ranges::any_of(formats, [&](const TransferFormat& offered) {
@@ -125,6 +138,7 @@ Delivery PrepareTransfer(const Session& session, const Item& item, const Device&
                          const Options& options, const Destination& destination)
 {
     CheckCompression(item, destination);
+    CheckSampleDepth(item, device, options);
     const std::vector<TransferFormat> formats = TransferFormats(session, item);
     const auto offers = [&](const std::optional<GUID>& format) {
         return format && Offers(formats, WIA_MEDIUM_FILE, *format);
