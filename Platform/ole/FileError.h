@@ -1,15 +1,13 @@
 /**
  * @file FileError.h
- * From the kernel's names and errors to the platform's, and the file descriptor's owner.
+ * From the kernel's names and errors to the platform's.
  */
 #pragma once
 
-#include <unistd.h>
-
 #include <new>
 #include <string>
-#include <utility>
 
+#include "../process/Descriptor.h"
 #include "winfiles.h"
 
 namespace vorn::ole {
@@ -44,30 +42,6 @@ Result FileCall(Result failure, Body body) noexcept
     return failure;
 }
 
-/** Owns a file descriptor. */
-class Descriptor {
-public:
-    explicit Descriptor(int value = -1) noexcept : value_{value} {}
-    Descriptor(Descriptor&& other) noexcept : value_{std::exchange(other.value_, -1)} {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(value_, other.value_);
-        return *this;
-    }
-    ~Descriptor() { Close(); }
-
-    int Get() const noexcept { return value_; }
-    explicit operator bool() const noexcept { return value_ >= 0; }
-
-    /** False when the kernel reports, at the last moment, that something was not written. */
-    bool Close() noexcept
-    {
-        const int closing = std::exchange(value_, -1);
-        return closing < 0 || close(closing) == 0 || errno == EINTR;
-    }
-
-private:
-    int value_;
-};
+using process::Descriptor;
 
 }  // namespace vorn::ole

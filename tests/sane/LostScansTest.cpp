@@ -62,17 +62,20 @@ TEST_F(ScannerTest, ADeviceThatKeepsOrLosesACallIsFreeForTheNextScan)
         std::string manner;
         int32_t status;  ///< of the scan that the device spoils
     } kCases[] = {
-        {"start", ERR_ABORTED},
-        {"read", ERR_ABORTED},
-        {"deaf", ERR_ABORTED},
-        {"lost", ERR_WIA_DEVICE_COMMUNICATION},
-        {"exited", ERR_WIA_DEVICE_COMMUNICATION},
+        {"start-wait", ERR_ABORTED},  // ends when it is cancelled
+        {"start-hang", ERR_ABORTED},
+        {"read-wait", ERR_ABORTED},
+        {"read-hang", ERR_ABORTED},
+        {"read-spin", ERR_ABORTED},
+        {"read-lost", ERR_WIA_DEVICE_COMMUNICATION},
+        {"read-crash", ERR_WIA_EXCEPTION_IN_DRIVER},
     };
     setenv("LD_LIBRARY_PATH", VORN_BACK_ENDS, 1);
     for (const auto& row : kCases) {
         for (const uint32_t generation : {1u, 2u}) {
-            const std::string device = "manners:" + row.manner + std::to_string(generation);
-            SCOPED_TRACE(device);
+            const std::string device = "misbehaving:" + row.manner;
+            SCOPED_TRACE(device + " " + std::to_string(generation));
+            std::filesystem::remove(SaneFolder() / ("shown-" + row.manner));
             ScannerDesk desk{generation, false, Wide(device).c_str()};
             Notes notes;
             const auto begin = Clock::now();
@@ -83,24 +86,9 @@ TEST_F(ScannerTest, ADeviceThatKeepsOrLosesACallIsFreeForTheNextScan)
             EXPECT_LT(Clock::now() - begin, std::chrono::seconds{2});
             EXPECT_FALSE(std::filesystem::exists(Folder() / "a.tif"));
             Notes next;
-            int32_t status = desk.Acquire("", next);
-            while (status == ERR_WIA_BUSY && Clock::now() - begin < std::chrono::seconds{5}) {
-                std::this_thread::sleep_for(std::chrono::milliseconds{100});
-                status = desk.Acquire("", next);
-            }
-            EXPECT_EQ(status, SUCCESS);
+            EXPECT_EQ(desk.Acquire("", next), SUCCESS);
             EXPECT_EQ(Pages("", next).size(), 1u);
         }
-    }
-    unsetenv("LD_LIBRARY_PATH");
-}
-
-TEST_F(ScannerTest, TheLastLineIsAskedForOnceTheDeviceHasComeToRest)
-{
-    setenv("LD_LIBRARY_PATH", VORN_BACK_ENDS, 1);
-    for (const uint32_t generation : {1u, 2u}) {
-        Notes notes;
-        EXPECT_EQ(ScannerDesk(generation, false, VORN_TEXT("manners:hasty")).Acquire("", notes), SUCCESS);
     }
     unsetenv("LD_LIBRARY_PATH");
 }
@@ -182,19 +170,13 @@ TEST_F(ScannerTest, AHostThatNeverAnswersHidesNoScanner)
     };
     EXPECT_EQ(select(), ERR_WIA_OFFLINE);
     EXPECT_LT(Clock::now() - begin, std::chrono::seconds{20});
-    EXPECT_EQ(select(), ERR_WIA_BUSY) << "the first call has not come back yet";
     const ToolResult told = tool.Wait();
     EXPECT_EQ(told.exitCode, 0);
     EXPECT_EQ(told.out.find("test:0\t"), 0u);
     EXPECT_NE(told.err.find("still looking for devices"), std::string::npos);
     host.reset();
     Notes notes;
-    int32_t status = ERR_WIA_BUSY;
-    for (int i = 0; i < 50 && status == ERR_WIA_BUSY; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds{100});
-        status = desk.Acquire("", notes);
-    }
-    EXPECT_EQ(status, SUCCESS);
+    EXPECT_EQ(desk.Acquire("", notes), SUCCESS) << "a machine that is silent keeps no other scanner";
     Vorn_WiaEndSession(session);
 }
 
@@ -243,14 +225,6 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
     EXPECT_LT(Clock::now() - killed, std::chrono::seconds{7});
     saned->Signal(SIGCONT);
     Notes notes;
-    const auto acquireOnceFree = [&] {
-        int32_t status = ERR_WIA_BUSY;
-        for (int i = 0; i < 50 && status == ERR_WIA_BUSY; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds{100});
-            status = desk.Acquire("", notes);
-        }
-        return status;
-    };
     notes.answer = [&](size_t call) {
         if (call == 3) {
             saned->Signal(SIGKILL);
@@ -258,19 +232,21 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
         }
         return 1;
     };
-    EXPECT_EQ(acquireOnceFree(), ERR_WIA_DEVICE_COMMUNICATION) << "its host has gone";
+    const int32_t status = desk.Acquire("", notes);
+    EXPECT_TRUE(status == ERR_WIA_DEVICE_COMMUNICATION || status == ERR_WIA_EXCEPTION_IN_DRIVER)
+        << status << ": its host has gone, and the driver may crash on that";
     EXPECT_LT(Clock::now() - killed, std::chrono::seconds{2});
 
     saned.reset();
     EXPECT_EQ(desk.Acquire("", notes), ERR_WIA_DEVICE_COMMUNICATION) << "it is not back yet";
     saned = std::make_unique<Process>(command);
     notes.answer = [](size_t) { return 1; };
-    int32_t status = ERR_WIA_DEVICE_COMMUNICATION;
-    for (int i = 0; i < 50 && status != SUCCESS; ++i) {
+    int32_t back = ERR_WIA_DEVICE_COMMUNICATION;
+    for (int i = 0; i < 50 && back != SUCCESS; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds{100});
-        status = desk.Acquire("", notes);
+        back = desk.Acquire("", notes);
     }
-    EXPECT_EQ(status, SUCCESS) << "it is back";
+    EXPECT_EQ(back, SUCCESS) << "it is back";
     WriteBytes(SaneFolder() / "net.conf", "");
 }
 

@@ -223,10 +223,10 @@ std::optional<Device> Session::OpenById(const std::string& id)
     if (id.find_first_of(":\\") == id.npos)  // every system's ids have the one or the other
         return std::nullopt;
     const int32_t status = Vorn_WiaSelectDevice(session_, ToWide(id).c_str());
-    if (status == ERR_WIA_BUSY)
-        throw StatusFailure("cannot open " + id, status);
-    if (status != SUCCESS)
+    if (status == ERR_WIA_NO_DEVICE_AVAILABLE || status == ERR_INVALID_ARGUMENT)
         return std::nullopt;
+    if (status != SUCCESS)
+        throw StatusFailure("cannot open " + id, status);
     return Device{id, id, ""};
 }
 

@@ -46,7 +46,7 @@ Area AreaOf(Scanner& scanner, Role first, Role last)
     if (!start || !end || !start->CanBeRead() || !end->CanBeRead() || !end->IsSingleNumber())
         return area;
     area.dpi = resolution ? resolution->Number() : 0;
-    if (end->descriptor->unit == SANE_UNIT_MM)
+    if (end->unit == SANE_UNIT_MM)
         area.perUnit = area.dpi / kMillimetersPerInch;
     area.known = area.perUnit > 0;
 

@@ -1,7 +1,6 @@
 /**
  * @file FindScanners.h
- * Looks for scanners in a process of its own: SANE may wait for ever for a host that is down, loads each of its back
- * ends, and cannot be called off.
+ * The search for scanners, which may wait for ever for a machine that is down: it has a driver host of its own.
  */
 #pragma once
 
@@ -9,7 +8,7 @@
 #include <vector>
 
 #include "../Export.h"
-#include "SaneDevice.h"
+#include "DriverHost.h"
 
 namespace vorn::wia {
 

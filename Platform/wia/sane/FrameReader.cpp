@@ -1,18 +1,22 @@
 #include "FrameReader.h"
 
 #include <algorithm>
-#include <system_error>
+#include <thread>
+
+#include "Statuses.h"
 
 namespace vorn::wia {
 
 namespace {
 
-/** How often who waits hears that the scan goes on, and may stop it. */
-constexpr auto kBetweenPulses = std::chrono::milliseconds{250};
+constexpr auto kBetweenReports = std::chrono::milliseconds{250};
 constexpr auto kMoment = std::chrono::milliseconds{100};
 
-/** A page that stands still for so long will not go on. Before its first lines there may be a button to press. */
-constexpr auto kStandstill = std::chrono::seconds{60};
+/** A page that does not go on for so long never will. */
+constexpr auto kPagePatience = std::chrono::seconds{60};
+
+/** A scanner that says it is busy is asked again for so long. */
+constexpr auto kBusyPatience = std::chrono::seconds{15};
 
 /** What a device sends beyond the lines that it announced is taken up to here. */
 constexpr uint64_t kMostBeyond = 64 * 1024 * 1024;
@@ -21,74 +25,125 @@ constexpr uint64_t kMostBeyond = 64 * 1024 * 1024;
 
 uint32_t FrameReader::Percent() const noexcept
 {
-    if (!piece_)
-        return 0;
-    const uint64_t all = static_cast<uint64_t>(std::max(0, Parameters().lines)) * ahead_->Head().LineBytes();
+    const uint64_t all = static_cast<uint64_t>(std::max(0, parameters_.lines)) * LineBytes();
     return all ? static_cast<uint32_t>(std::min<uint64_t>(100, (takenBefore_ + taken_) * 100 / all)) : 0;
 }
 
-HRESULT FrameReader::TellNowAndThen()
+HRESULT FrameReader::ReportNowAndThen()
 {
     const auto now = Clock::now();
-    if (!pulse_ || now - lastTold_ < kBetweenPulses)
+    if (!progress_ || now - lastReport_ < kBetweenReports)
         return S_OK;
-    lastTold_ = now;
-    return pulse_(Percent());
+    lastReport_ = now;
+    return progress_(Percent());
 }
 
-HRESULT FrameReader::Start()
-try {
-    ahead_.reset();  // the frame before is over for the device, too
-    ahead_ = std::make_unique<ReadAhead>(scanner_);
-    piece_ = nullptr;
-    takenBefore_ = taken_ = 0;
-    const HRESULT result = NextPiece();
-    // A page without any data is none.
-    return result == S_OK && !piece_ ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
-} catch (const std::system_error&) {
-    return E_OUTOFMEMORY;
-}
-
-HRESULT FrameReader::NextPiece()
+/** Waits moment by moment until `wait` has something, and reports meanwhile. */
+template <typename Wait>
+HRESULT FrameReader::Await(Wait&& wait)
 {
-    HRESULT result = S_FALSE;
-    const Piece* next = nullptr;
-    const auto begin = Clock::now();
-    while ((result = ahead_->Take(kMoment, next)) == S_FALSE) {
-        if (const HRESULT answer = TellNowAndThen(); answer != S_OK)
+    for (const auto begin = Clock::now(); !wait(kMoment);) {
+        if (const HRESULT answer = ReportNowAndThen(); answer != S_OK)
             return answer;
-        if (piece_ && Clock::now() - begin > kStandstill) {
+        if (Clock::now() - begin > kPagePatience) {
             scanner_->Lose();
             return WIA_ERROR_DEVICE_COMMUNICATION;
         }
     }
-    takenBefore_ += taken_;
+    return S_OK;
+}
+
+HRESULT FrameReader::BeginFrame()
+{
+    const auto end = Clock::now() + kBusyPatience;
+    for (;;) {
+        std::optional<SANE_Status> status;
+        scanner_->Start();
+        if (const HRESULT result = Await([&](auto moment) {
+                status = scanner_->AwaitStarted(moment);
+                return status.has_value();
+            });
+            result != S_OK)
+            return result;
+        if (*status != SANE_STATUS_DEVICE_BUSY || Clock::now() >= end)
+            return ResultOf(*status);
+        const auto pauseEnd = Clock::now() + kMoment;
+        if (const HRESULT result = Await([&](auto moment) {
+                std::this_thread::sleep_for(moment);
+                return Clock::now() >= pauseEnd;
+            });
+            result != S_OK)
+            return result;
+    }
+}
+
+HRESULT FrameReader::CheckParameters()
+{
+    parameters_ = scanner_->Parameters();
+    if (parameters_.pixels_per_line <= 0 || parameters_.lines == 0)
+        return WIA_ERROR_INVALID_DRIVER_RESPONSE;
+    format_ = LineFormatOf(parameters_.format, parameters_.depth);
+    if (!format_)
+        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
+    return parameters_.bytes_per_line < 0 || LineBytes() < format_->LineBytes(Pixels()) ||
+                   LineBytes() > sane::RingLayout::kMostLineBytes
+               ? WIA_ERROR_INVALID_DRIVER_RESPONSE
+               : S_OK;
+}
+
+HRESULT FrameReader::Start()
+{
+    lines_ = {};
+    takenBefore_ = taken_ = 0;
+    ended_ = false;
+    if (const HRESULT result = BeginFrame(); result != S_OK)
+        return result;
+    if (const HRESULT result = CheckParameters(); result != S_OK)
+        return result;
+    scanner_->Read();
+    const HRESULT result = NextLines();
+    // A page without any data is none.
+    return result == S_OK && ended_ ? WIA_ERROR_INVALID_DRIVER_RESPONSE : result;
+}
+
+HRESULT FrameReader::NextLines()
+{
+    takenBefore_ += lines_.size();
     taken_ = 0;
-    piece_ = next;
-    return result == S_OK ? TellNowAndThen() : result;
+    lines_ = {};
+    DriverHost::Lines next;
+    const HRESULT result = Await([&](auto moment) {
+        next = scanner_->AwaitLines(moment);
+        return next.ended || !next.bytes.empty();
+    });
+    if (result != S_OK)
+        return result;
+    lines_ = next.bytes;
+    ended_ = next.ended.has_value();
+    return ended_ ? ResultOf(*next.ended) : ReportNowAndThen();
 }
 
 HRESULT FrameReader::NextLine(const uint8_t*& line)
 {
     line = nullptr;
-    if (piece_ && taken_ == piece_->size)
-        if (const HRESULT result = NextPiece(); result != S_OK)
+    if (!ended_ && taken_ == lines_.size())
+        if (const HRESULT result = NextLines(); result != S_OK)
             return result;
-    if (!piece_)
+    if (ended_)
         return S_OK;
-    line = piece_->bytes.get() + taken_;
-    taken_ += ahead_->Head().LineBytes();
+    line = lines_.data() + taken_;
+    taken_ += LineBytes();
     return S_OK;
 }
 
-void FrameReader::Finish()
+bool FrameReader::Finish()
 {
-    const uint64_t announced = takenBefore_;
-    while (piece_ && takenBefore_ - announced < kMostBeyond) {
-        taken_ = piece_->size;
-        if (NextPiece() != S_OK)
-            return;
-    }
+    const uint64_t before = takenBefore_;
+    const auto end = Clock::now() + kPagePatience;
+    while (!ended_ && takenBefore_ - before < kMostBeyond && Clock::now() < end)
+        if (NextLines() != S_OK)
+            break;
+    return ended_;
 }
 
 }  // namespace vorn::wia

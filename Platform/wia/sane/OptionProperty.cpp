@@ -21,7 +21,7 @@ RawValue WordValue(SANE_Word word)
 
 bool IsFixed(const SaneOption& option) noexcept
 {
-    return option.descriptor->type == SANE_TYPE_FIXED;
+    return option.type == SANE_TYPE_FIXED;
 }
 
 double NumberOf(const SaneOption& option, SANE_Word word) noexcept
@@ -39,7 +39,7 @@ Property Plain(const SaneOption& option, Value value)
 {
     Property property;
     property.id = OptionId(option);
-    property.name = ToWide(option.Name());
+    property.name = ToWide(option.name);
     property.value = std::move(value);
     property.access = AccessOf(option) | WIA_PROP_NONE;
     return property;
@@ -126,41 +126,30 @@ Property Text(const SaneOption& option)
 
 bool RangeOf(const SaneOption& option, NumberRange& range)
 {
-    const SANE_Range* const limits = option.descriptor->constraint_type == SANE_CONSTRAINT_RANGE
-                                         ? option.descriptor->constraint.range
-                                         : nullptr;
-    if (!option.IsNumber() || !limits)
+    if (!option.IsNumber() || !option.range)
         return false;
-    range = {NumberOf(option, limits->min), NumberOf(option, limits->max), NumberOf(option, limits->quant)};
+    const SANE_Range& limits = *option.range;
+    range = {NumberOf(option, limits.min), NumberOf(option, limits.max), NumberOf(option, limits.quant)};
     return true;
 }
 
 std::vector<double> NumbersOf(const SaneOption& option)
 {
     std::vector<double> numbers;
-    const bool listed = option.descriptor->constraint_type == SANE_CONSTRAINT_WORD_LIST;
-    if (!option.IsNumber() || !listed || !option.descriptor->constraint.word_list)
-        return numbers;
-    const SANE_Word* const words = option.descriptor->constraint.word_list;
-    for (SANE_Word i = 1; i <= words[0]; ++i)
-        numbers.push_back(NumberOf(option, words[i]));
+    if (option.IsNumber())
+        for (const SANE_Word word : option.words)
+            numbers.push_back(NumberOf(option, word));
     return numbers;
 }
 
 std::vector<std::string> TextsOf(const SaneOption& option)
 {
-    std::vector<std::string> texts;
-    const bool listed = option.descriptor->constraint_type == SANE_CONSTRAINT_STRING_LIST;
-    if (option.descriptor->type != SANE_TYPE_STRING || !listed || !option.descriptor->constraint.string_list)
-        return texts;
-    for (const SANE_String_Const* text = option.descriptor->constraint.string_list; *text; ++text)
-        texts.emplace_back(*text);
-    return texts;
+    return option.type == SANE_TYPE_STRING ? option.texts : std::vector<std::string>{};
 }
 
 Property PropertyOf(const SaneOption& option)
 {
-    switch (option.descriptor->type) {
+    switch (option.type) {
         case SANE_TYPE_BOOL:
             return WithValid(option, Value::I4(option.Word() ? 1 : 0), WIA_PROP_LIST, ListValues(0, {0, 1}));
         case SANE_TYPE_BUTTON:
@@ -208,7 +197,7 @@ RawValue RawOf(const SaneOption& option, const Value& value)
     const PROPVARIANT& variant = value.Get();
     if (value.Type() == VT_BSTR) {
         RawValue text = TextValue(ToNarrow(value.ToText()));
-        if (text.size() > static_cast<size_t>(option.descriptor->size))
+        if (text.size() > static_cast<size_t>(option.size))
             throw Failure{E_INVALIDARG};  // without its end a back end would read on
         return text;
     }

@@ -78,12 +78,16 @@ DevicePtr DeviceAtHand(WStringView id)
     try {
         scanner = Scanner::Open(name);
     } catch (const Failure& failure) {
-        if (failure.result == WIA_ERROR_BUSY || failure.result == WIA_ERROR_OFFLINE)
+        if (failure.result == WIA_ERROR_BUSY || failure.result == WIA_ERROR_OFFLINE ||
+            failure.result == WIA_ERROR_EXCEPTION_IN_DRIVER)
             throw;
         return nullptr;
     }
-    if (!Find(*scanner, Role::Source))
-        return nullptr;
+    {
+        const Scanner::Use use{*scanner};
+        if (!Find(*scanner, Role::Source))
+            return nullptr;
+    }
     DeviceDefinition definition = DefineSaneDevice({name, "", "", ""});
     const auto texts = std::make_shared<LateTexts>(name);
     for (Property& property : definition.properties)

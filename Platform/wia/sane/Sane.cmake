@@ -16,15 +16,10 @@ set(VORN_HAVE_SANE ON CACHE INTERNAL "Real scanners are built in")
 
 target_sources(vorn_wia PRIVATE
   sane/Area.cpp
-  sane/BoundedCall.cpp
+  sane/DriverHost.cpp
   sane/FindScanners.cpp
-  sane/FrameInput.cpp
   sane/FrameReader.cpp
-  sane/Library.cpp
-  sane/OpenDevice.cpp
   sane/OptionProperty.cpp
-  sane/PieceQueue.cpp
-  sane/ReadAhead.cpp
   sane/RealDevices.cpp
   sane/Samples.cpp
   sane/SaneDevice.cpp
@@ -35,12 +30,19 @@ target_sources(vorn_wia PRIVATE
   sane/Statuses.cpp
   sane/Text.cpp
   sane/Views.cpp
-  sane/Vocabulary.cpp)
+  sane/Vocabulary.cpp
+  sane/host/Protocol.cpp)
 target_include_directories(vorn_wia PRIVATE ${SANE_INCLUDE_DIR})
+target_link_libraries(vorn_wia PUBLIC vorn_process)
 
-# Beside the libraries, where FindScanners.cpp looks for it.
-add_executable(vorn_find_scanners sane/finder/main.cpp)
-set_target_properties(vorn_find_scanners PROPERTIES
-  OUTPUT_NAME find-scanners RUNTIME_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vornwia)
-target_include_directories(vorn_find_scanners PRIVATE ${SANE_INCLUDE_DIR})
-target_link_libraries(vorn_find_scanners PRIVATE vorn_options ${SANE_LIBRARY})
+# The driver host: the only program that calls libsane. It lies beside the libraries, where DriverHost.cpp looks for it.
+add_executable(vorn_sane_host
+  sane/host/Driver.cpp
+  sane/host/PageSender.cpp
+  sane/host/Protocol.cpp
+  sane/host/Watchdog.cpp
+  sane/host/main.cpp)
+set_target_properties(vorn_sane_host PROPERTIES
+  OUTPUT_NAME sane-host RUNTIME_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vornwia)
+target_include_directories(vorn_sane_host PRIVATE ${SANE_INCLUDE_DIR})
+target_link_libraries(vorn_sane_host PRIVATE vorn_options vorn_process ${SANE_LIBRARY})

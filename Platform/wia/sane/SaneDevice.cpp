@@ -1,5 +1,6 @@
 #include "SaneDevice.h"
 
+#include "../../include/comobject.h"
 #include "../model/TransferSettings.h"
 #include "../virtual/DeviceBuilder.h"
 #include "../virtual/DeviceProperties.h"
@@ -51,6 +52,26 @@ HRESULT CheckRootHandling(const Value& value)
     return feeder == flatbed || (flatbed && (flags & ~FLATBED)) ? E_INVALIDARG : CheckSides(flags);
 }
 
+/** A callback of the model that has the scanner for itself. Throws Failure where it cannot. */
+template <typename Body>
+auto Using(const ScannerPtr& scanner, Body body)
+{
+    return [scanner, body = std::move(body)](auto&&... arguments) {
+        const Scanner::Use use{*scanner};
+        return body(std::forward<decltype(arguments)>(arguments)...);
+    };
+}
+
+/** A client that changes something between two pages is not about to fetch the next one of a batch. */
+void EndBatchOf(Scanner& scanner, const void* owner)
+try {
+    const Scanner::Use use{scanner};
+    if ((!owner || scanner.owner == owner) && !scanner.IsScanning())
+        scanner.EndBatch();
+} catch (const Failure&) {
+    // Another thread scans: the batch is not this client's.
+}
+
 /** What has no value of its own but does something, or changes by itself. */
 void Animate(Property& property, const ScannerPtr& scanner)
 {
@@ -58,18 +79,18 @@ void Animate(Property& property, const ScannerPtr& scanner)
         if (OptionId(option) != property.id)
             continue;
         const size_t at = static_cast<size_t>(&option - scanner->Options().data());
-        if (option.descriptor->type == SANE_TYPE_BUTTON) {
-            property.applied = [scanner, at](const Value& value) {
+        if (option.type == SANE_TYPE_BUTTON) {
+            property.applied = Using(scanner, [scanner, at](const Value& value) {
                 if (value.Long() == 1)
                     scanner->Press(scanner->Options().at(at));
-            };
-        } else if (!SANE_OPTION_IS_SETTABLE(option.descriptor->cap)) {
-            property.read = [scanner, at](PROPVARIANT& value) {
+            });
+        } else if (!SANE_OPTION_IS_SETTABLE(option.capabilities)) {
+            property.read = Using(scanner, [scanner, at](PROPVARIANT& value) {
+                scanner->OpenIfLost();
                 SaneOption& sensor = scanner->Options().at(at);
-                if (!scanner->IsScanning())
-                    scanner->Refresh(sensor);
+                scanner->Refresh(sensor);
                 return PropertyOf(sensor).value.CopyTo(&value);
-            };
+            });
         }
         return;
     }
@@ -93,34 +114,31 @@ ItemDefinition ItemAsSet(const ScannerPtr& scanner, Generation generation)
         .Set(ReadOnly(WIA_IPS_ORIENTATION, Value::I4(PORTRAIT)))
         .Set(OneOf(WIA_IPS_ROTATION, PORTRAIT, std::vector<LONG>{PORTRAIT, LANSCAPE, ROT180, ROT270}));
 
-    item.follow = [scanner](Item& changed, PROPID id) {
+    item.follow = Using(scanner, [scanner](Item& changed, PROPID id) {
         if (id == WIA_IPA_TYMED)
             FollowMedium(changed);
         else if (id == WIA_IPA_FORMAT)
             FollowFormat(changed.Properties());
         else
             Settings{*scanner, changed.Properties()}.Follow(id);
-    };
-    // A client that changes something between two pages is not about to fetch the next one of a batch.
-    item.written = [scanner](Item& written, PROPID) {
-        if (scanner->owner == &written.Properties() && !scanner->IsScanning())
-            scanner->EndBatch();
-    };
+    });
+    item.written = [scanner](Item& written, PROPID) { EndBatchOf(*scanner, &written.Properties()); };
     return item;
 }
 
 Property StatusProperty(const ScannerPtr& scanner, const Sources& sources)
 {
     Property status = ReadOnly(WIA_DPS_DOCUMENT_HANDLING_STATUS, Value::I4(0));
-    status.read = [scanner, sources](PROPVARIANT& value) {
+    status.read = Using(scanner, [scanner, sources](PROPVARIANT& value) {
+        scanner->OpenIfLost();
         SaneOption* const sensor = Find(*scanner, Role::PaperSensor);
-        if (sensor && !scanner->IsScanning())
+        if (sensor)
             scanner->Refresh(*sensor);
         const bool empty = sensor && sensor->CanBeRead() && sensor->Word() == 0;
         const LONG feeder =
             sources.hasFeeder && !empty ? FEED_READY | (sources.hasDuplex ? DUP_READY : 0) : 0;
         return Value::I4((sources.hasFlatbed ? FLAT_READY : 0) | feeder).CopyTo(&value);
-    };
+    });
     return status;
 }
 
@@ -134,10 +152,7 @@ ItemDefinition RootItem(const ScannerPtr& scanner, const Sources& sources, REFGU
         .Set(ReadOnly(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES, Value::I4(capabilities)))
         .Set(StatusProperty(scanner, sources))
         .Set(InRange(WIA_DPS_PAGES, 1, sources.hasFeeder ? 0 : 1, sources.hasFeeder ? kMostPages : 1));
-    root.written = [scanner](Item&, PROPID) {
-        if (!scanner->IsScanning())
-            scanner->EndBatch();
-    };
+    root.written = [scanner](Item&, PROPID) { EndBatchOf(*scanner, nullptr); };
     return root;
 }
 
@@ -175,6 +190,7 @@ void AddSizesOfSources(ItemDefinition& root, Scanner& scanner, const Sources& so
 ItemDefinition Tree1(const FoundScanner& found)
 {
     const ScannerPtr scanner = Scanner::Open(found.name);
+    const Scanner::Use use{*scanner};
     const Sources sources = SourcesOf(*scanner, found.type);
     ItemDefinition root = RootItem(scanner, sources);
     AddSizesOfSources(root, *scanner, sources);
@@ -188,14 +204,14 @@ ItemDefinition Tree1(const FoundScanner& found)
         (sources.hasFlatbed ? FLATBED : 0) | (sources.hasFeeder ? FEEDER : 0) | HandlingFlags(sources));
     handling.check = CheckRootHandling;
     root.Set(std::move(handling));
-    root.follow = [scanner, sources](Item& changed, PROPID id) {
+    root.follow = Using(scanner, [scanner, sources](Item& changed, PROPID id) {
         if (id != WIA_DPS_DOCUMENT_HANDLING_SELECT)
             return;
         const LONG flags = changed.Properties().Long(id);
         for (const auto& item : changed.Children())
             Settings{*scanner, item->Properties()}.Use(
                 sources, flags & FLATBED ? SourceKind::Flatbed : KindOfHandling(flags));
-    };
+    });
 
     ItemDefinition item = ItemAsSet(scanner, Generation::One);
     item.name = VORN_TEXT("Scan");
@@ -230,19 +246,21 @@ ItemDefinition FeederItem(const ScannerPtr& scanner, const Sources& sources)
     Property pages = InRange(WIA_IPS_PAGES, 1, 0, kMostPages);
     pages.ofRoot = true;
     item.Set(std::move(handling)).Set(std::move(pages));
-    item.follow = [scanner, sources, follow = std::move(item.follow)](Item& changed, PROPID id) {
-        if (id == WIA_IPS_DOCUMENT_HANDLING_SELECT)
-            Settings{*scanner, changed.Properties()}.Use(sources,
-                                                         KindOfHandling(changed.Properties().Long(id)));
-        else
-            follow(changed, id);
-    };
+    item.follow =
+        Using(scanner, [scanner, sources, follow = std::move(item.follow)](Item& changed, PROPID id) {
+            if (id == WIA_IPS_DOCUMENT_HANDLING_SELECT)
+                Settings{*scanner, changed.Properties()}.Use(sources,
+                                                             KindOfHandling(changed.Properties().Long(id)));
+            else
+                follow(changed, id);
+        });
     return item;
 }
 
 ItemDefinition Tree2(const FoundScanner& found)
 {
     const ScannerPtr scanner = Scanner::Open(found.name);
+    const Scanner::Use use{*scanner};
     const Sources sources = SourcesOf(*scanner, found.type);
     ItemDefinition root = RootItem(scanner, sources, WIA_CATEGORY_ROOT);
     AddSizesOfSources(root, *scanner, sources);

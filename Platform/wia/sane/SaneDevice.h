@@ -7,14 +7,9 @@
 #include <string>
 
 #include "../model/Device.h"
+#include "DriverHost.h"
 
 namespace vorn::wia {
-
-/** What SANE tells of a scanner that it has found. */
-struct FoundScanner {
-    std::string name;  ///< the device's id as well
-    std::string vendor, model, type;
-};
 
 /** What it means for a device: its name, its description or its vendor. */
 Value DeviceText(const FoundScanner& found, PROPID id);

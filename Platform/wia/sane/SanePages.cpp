@@ -12,6 +12,9 @@ namespace vorn::wia {
 
 namespace {
 
+constexpr uint64_t kMostBytesOfUnknownArea = uint64_t{1} << 30;
+constexpr uint32_t kMoreLines = 1000;
+
 /** White where the device delivered fewer lines than it had announced: the rest of the paper was not there. */
 void ClearRow(uint8_t* row, uint64_t bytes) noexcept
 {
@@ -21,6 +24,14 @@ void ClearRow(uint8_t* row, uint64_t bytes) noexcept
 uint8_t* RowIn(uint8_t* rows, uint32_t i, uint32_t count, RowOrder order, uint64_t rowBytes) noexcept
 {
     return rows + (order == RowOrder::TopDown ? i : count - 1 - i) * rowBytes;
+}
+
+/** Also where another thread has the scanner: what it does next ends the batch. */
+void EndBatch(Scanner& scanner) noexcept
+try {
+    const Scanner::Use use{scanner};
+    scanner.EndBatch();
+} catch (const Failure&) {
 }
 
 /** Ends the scan on every way out that is not the end of the page. */
@@ -34,14 +45,15 @@ public:
     ~PageGuard()
     {
         if (!done_)
-            scanner_->EndBatch();
+            EndBatch(*scanner_);
     }
 
-    void PageIsDone() noexcept
+    /** @param ended  the device has come to the end of the page: another one of the batch can follow */
+    void PageIsDone(bool ended) noexcept
     {
         done_ = true;
         scanner_->EndPage();
-        if (!feeder_)
+        if (!feeder_ || !ended)
             scanner_->EndBatch();
     }
 
@@ -54,8 +66,12 @@ private:
 /** A page in one frame of a height that is known: its lines go straight to where they are wanted. */
 class StreamedPage final : public Page {
 public:
-    StreamedPage(PageGeometry geometry, FrameReader reader, std::unique_ptr<PageGuard> guard)
-        : geometry_{std::move(geometry)}, guard_{std::move(guard)}, reader_{std::move(reader)}
+    StreamedPage(std::shared_ptr<Scanner> scanner, PageGeometry geometry, FrameReader reader,
+                 std::unique_ptr<PageGuard> guard)
+        : scanner_{std::move(scanner)},
+          geometry_{std::move(geometry)},
+          guard_{std::move(guard)},
+          reader_{std::move(reader)}
     {
     }
 
@@ -90,20 +106,22 @@ private:
     template <typename Put>
     HRESULT ReadLines(uint32_t count, Put&& put)
     {
-        for (uint32_t i = 0; i < count; ++i) {
-            const uint8_t* line = nullptr;
-            if (const HRESULT result = reader_.NextLine(line); result != S_OK)
-                return result;
-            put(i, line);
-        }
-        rowsRead_ += count;
-        if (rowsRead_ >= geometry_.height) {
-            reader_.Finish();
-            guard_->PageIsDone();
-        }
-        return S_OK;
+        return NoThrow([&]() -> HRESULT {
+            const Scanner::Use use{*scanner_};
+            for (uint32_t i = 0; i < count; ++i) {
+                const uint8_t* line = nullptr;
+                if (const HRESULT result = reader_.NextLine(line); result != S_OK)
+                    return result;
+                put(i, line);
+            }
+            rowsRead_ += count;
+            if (rowsRead_ >= geometry_.height)
+                guard_->PageIsDone(reader_.Finish());
+            return S_OK;
+        });
     }
 
+    std::shared_ptr<Scanner> scanner_;
     PageGeometry geometry_;
     std::unique_ptr<PageGuard> guard_;  ///< ends the scan when no one reads any more
     FrameReader reader_;
@@ -175,9 +193,10 @@ public:
 
     HRESULT NextPage(const PageRequest& request, std::unique_ptr<Page>& page) override
     {
+        const Scanner::Use use{*scanner_};
         if (scanner_->IsScanning())
             return WIA_ERROR_BUSY;
-        scanner_->RenewIfLost();
+        scanner_->OpenIfLost();
         settings_ = request.settings;
         Settings{*scanner_, *settings_}.PutInForce();
         auto guard = std::make_unique<PageGuard>(scanner_, feeder_);
@@ -185,16 +204,17 @@ public:
         if (const HRESULT result = reader.Start(); result != S_OK)
             return result;
 
+        const SANE_Parameters& parameters = reader.Parameters();
         PageGeometry geometry;
         geometry.width = reader.Pixels();
-        geometry.height = static_cast<uint32_t>(std::max(0, reader.Parameters().lines));
+        geometry.height = static_cast<uint32_t>(std::max(0, parameters.lines));
         geometry.bitsPerPixel = reader.Format().bitsPerPixel;
         geometry.xDpi = Dpi(Role::Left);
         geometry.yDpi = Dpi(Role::Top);
-        const bool oneFrame =
-            reader.Parameters().format == SANE_FRAME_GRAY || reader.Parameters().format == SANE_FRAME_RGB;
-        if (oneFrame && reader.Parameters().lines > 0) {
-            page = std::make_unique<StreamedPage>(std::move(geometry), std::move(reader), std::move(guard));
+        const bool oneFrame = parameters.format == SANE_FRAME_GRAY || parameters.format == SANE_FRAME_RGB;
+        if (oneFrame && parameters.lines > 0 && geometry.ImageBytes() <= MostBytes(geometry)) {
+            page = std::make_unique<StreamedPage>(scanner_, std::move(geometry), std::move(reader),
+                                                  std::move(guard));
             return S_OK;
         }
         return StorePage(std::move(geometry), reader, *guard, page);
@@ -204,7 +224,7 @@ public:
     void EndTransfer() noexcept override
     {
         if (settings_ && scanner_->owner == settings_)
-            scanner_->EndBatch();
+            EndBatch(*scanner_);
     }
 
 private:
@@ -212,6 +232,16 @@ private:
     {
         const SaneOption* const option = ResolutionOf(*scanner_, first);
         return option ? option->Number() : 0;
+    }
+
+    /** A page is believed to be no larger than the area asked for, and some more since devices round; one of unknown area
+     * no larger than this. */
+    uint64_t MostBytes(const PageGeometry& geometry)
+    {
+        const Area down = AreaOf(*scanner_, Role::Top, Role::Bottom);
+        const LONG lines = down.known ? down.Pixels(down.end - down.start) : 0;
+        return lines > 0 ? (uint64_t{2} * static_cast<uint32_t>(lines) + kMoreLines) * geometry.RowBytes()
+                         : kMostBytesOfUnknownArea;
     }
 
     /** Frames of one colour each follow one another until the device says that it was the last. */
@@ -222,7 +252,8 @@ private:
         for (int frame = 0;; ++frame) {
             if (const HRESULT result = StoreFrame(geometry, reader, rows, frame == 0); result != S_OK)
                 return result;
-            reader.Finish();
+            if (!reader.Finish())
+                return WIA_ERROR_INVALID_DRIVER_RESPONSE;
             if (reader.Parameters().last_frame || frame == 2)
                 break;
             if (const HRESULT result = reader.Start(); result != S_OK)
@@ -230,19 +261,22 @@ private:
             if (reader.Pixels() != geometry.width || reader.Format().bitsPerPixel != geometry.bitsPerPixel)
                 return WIA_ERROR_INVALID_DRIVER_RESPONSE;
         }
-        guard.PageIsDone();
+        guard.PageIsDone(true);
         page = std::make_unique<StoredPage>(std::move(geometry), std::move(rows));
         return S_OK;
     }
 
-    static HRESULT StoreFrame(const PageGeometry& geometry, FrameReader& reader, RowStore& rows, bool first)
+    HRESULT StoreFrame(const PageGeometry& geometry, FrameReader& reader, RowStore& rows, bool first)
     {
+        const uint64_t most = MostBytes(geometry) / geometry.RowBytes();
         for (size_t i = 0;; ++i) {
             const uint8_t* line = nullptr;
             if (const HRESULT result = reader.NextLine(line); result != S_OK)
                 return result;
             if (!line)
                 return i > 0 ? S_OK : WIA_ERROR_INVALID_DRIVER_RESPONSE;
+            if (i >= most)
+                return WIA_ERROR_INVALID_DRIVER_RESPONSE;
             if (first)
                 reader.Format().convert(line, rows.Add(), geometry.width);
             else if (i < rows.Count())

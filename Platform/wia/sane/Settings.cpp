@@ -21,7 +21,7 @@ bool IsInForce(const SaneOption& option, const Value& value)
 {
     if (option.value.empty())
         return true;  // nobody can tell
-    if (option.descriptor->type == SANE_TYPE_STRING)
+    if (option.type == SANE_TYPE_STRING)
         return option.Text() == ToNarrow(value.ToText());
     return RawOf(option, value) == option.value;
 }
@@ -46,7 +46,7 @@ struct Kept {
 std::vector<Kept> KeptNumbers(Scanner& scanner, std::optional<Role> changing)
 {
     const SaneOption* const right = Find(scanner, Role::Right);
-    const bool areaInPixels = right && right->descriptor->unit == SANE_UNIT_PIXEL;
+    const bool areaInPixels = right && right->unit == SANE_UNIT_PIXEL;
     const bool resolution = changing == Role::Resolution || changing == Role::ResolutionDown;
     std::vector<Kept> kept;
     for (const Role role : kKept) {
@@ -136,6 +136,7 @@ void Settings::ChangeNumber(Role role, double number)
 
 void Settings::Use(const Sources& sources, SourceKind kind)
 {
+    scanner_.OpenIfLost();
     PutInForce();
     const std::vector<Kept> kept = KeptNumbers(scanner_, Role::Source);
     UseSource(scanner_, sources, kind);
@@ -198,7 +199,7 @@ void Settings::UseArea(Role first, Role last, LONG position, LONG extent)
     if (!area.known || !end || same)
         return;
     // A device cuts off fractions of a pixel; the least step beyond saves the last one.
-    const double grain = end->descriptor->type == SANE_TYPE_FIXED ? 1.0 / (1 << SANE_FIXED_SCALE_SHIFT) : 0;
+    const double grain = end->type == SANE_TYPE_FIXED ? 1.0 / (1 << SANE_FIXED_SCALE_SHIFT) : 0;
     const double start = area.Place(position);
     const bool toTheEnd = position + extent >= area.Pixels(area.size);
     const double stop = (toTheEnd ? area.origin + area.size : area.Place(position + extent)) + grain;
@@ -274,7 +275,7 @@ bool Settings::FollowView(PROPID changed)
 
 void Settings::Follow(PROPID changed)
 {
-    scanner_.RenewIfLost();
+    scanner_.OpenIfLost();
     const uint64_t before = scanner_.Changes();
     try {
         PutInForce();
@@ -283,7 +284,7 @@ void Settings::Follow(PROPID changed)
         for (SaneOption& option : scanner_.Options()) {
             // What cannot be read back cannot be compared either: it is set whenever it is written.
             if (OptionId(option) == changed && option.value.empty() && option.CanBeSet() &&
-                option.descriptor->type != SANE_TYPE_BUTTON) {
+                option.type != SANE_TYPE_BUTTON) {
                 Change(option, RawOf(option, table_.Find(changed)->value));
                 break;
             }

@@ -15,7 +15,7 @@ bool HasDuplexSwitch(Scanner& scanner)
     if (!option)
         return false;
     const auto isDuplex = [](const std::string& text) { return HasWord(text, kDuplexWord); };
-    return option->descriptor->type == SANE_TYPE_BOOL || !FirstText(TextsOf(*option), isDuplex).empty();
+    return option->type == SANE_TYPE_BOOL || !FirstText(TextsOf(*option), isDuplex).empty();
 }
 
 bool IsDuplexSwitchedOn(Scanner& scanner)
@@ -23,8 +23,7 @@ bool IsDuplexSwitchedOn(Scanner& scanner)
     const SaneOption* const option = Find(scanner, Role::DuplexSwitch);
     if (!option || !option->IsActive())
         return false;
-    return option->descriptor->type == SANE_TYPE_BOOL ? option->Word() != 0
-                                                      : HasWord(option->Text(), kDuplexWord);
+    return option->type == SANE_TYPE_BOOL ? option->Word() != 0 : HasWord(option->Text(), kDuplexWord);
 }
 
 /** Some devices have an option of its own for scanning both sides. */
@@ -33,7 +32,7 @@ void UseDuplexSwitch(Scanner& scanner, bool duplex)
     SaneOption* const option = Find(scanner, Role::DuplexSwitch);
     if (!option || !option->CanBeSet() || IsDuplexSwitchedOn(scanner) == duplex)
         return;
-    if (option->descriptor->type == SANE_TYPE_BOOL) {
+    if (option->type == SANE_TYPE_BOOL) {
         const SANE_Word word = duplex ? SANE_TRUE : SANE_FALSE;
         const auto* bytes = reinterpret_cast<const uint8_t*>(&word);
         scanner.Set(*option, {bytes, bytes + sizeof word});

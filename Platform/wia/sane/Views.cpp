@@ -159,8 +159,7 @@ void PutSizes(const SANE_Parameters& parameters, const Put& put)
 
 void DescribeViews(Scanner& scanner, const Put& put)
 {
-    SANE_Parameters parameters{};
-    scanner.Parameters(parameters);
+    const SANE_Parameters parameters = scanner.Parameters();
     PutDataType(scanner, parameters, put);
     PutAxis(scanner, kAxes[0], parameters.pixels_per_line, put);
     PutAxis(scanner, kAxes[1], parameters.lines, put);
@@ -175,7 +174,7 @@ void Describe(Scanner& scanner, const Put& put)
 {
     DescribeViews(scanner, put);
     for (const SaneOption& option : scanner.Options()) {
-        if (!option.Name().empty())
+        if (!option.name.empty())
             put(PropertyOf(option));
     }
 }

@@ -89,7 +89,7 @@ SaneOption* Find(Scanner& scanner, Role role) noexcept
 std::optional<Role> RoleOf(const SaneOption& option) noexcept
 {
     for (const RoleName& row : kRoles) {
-        if (row.option == option.Name())
+        if (row.option == option.name)
             return row.role;
     }
     return std::nullopt;

@@ -1,0 +1,199 @@
+// sane-host APPLICATION: serves SANE's drivers to the process of that id, which started this one. Third-party driver code
+// runs here and nowhere else: what goes wrong in it ends with this process.
+
+#include <csignal>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+
+#include <nlohmann/json.hpp>
+
+#include "../../../process/Channel.h"
+#include "PageSender.h"
+#include "Watchdog.h"
+
+namespace vorn::sane {
+
+namespace {
+
+using nlohmann::json;
+using process::Descriptor;
+
+/** A driver that never stops allocating gets no more than this. */
+constexpr rlim_t kAddressSpace = rlim_t{4} << 30;
+
+/** Above what drivers close by mistake; closed in the programs that they start. */
+Descriptor Secure(int passed)
+{
+    constexpr int kAbove = 100;
+    Descriptor descriptor{fcntl(passed, F_DUPFD_CLOEXEC, kAbove)};
+    close(passed);
+    return descriptor;
+}
+
+void LimitResources()
+{
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which reserve more themselves
+    const rlimit space{kAddressSpace, kAddressSpace};
+    setrlimit(RLIMIT_AS, &space);
+#endif
+    const rlimit noFile{0, 0};
+    setrlimit(RLIMIT_CORE, &noFile);
+}
+
+class Host {
+public:
+    Host(pid_t application, Descriptor control, Descriptor ring, process::SharedMemory memory)
+        : channel_{std::move(control)},
+          ring_{std::move(ring)},
+          memory_{std::move(memory)},
+          watchdog_{application, channel_.Get()}
+    {
+    }
+
+    /** Until the application closes the channel. */
+    void Serve()
+    try {
+        for (;;) {
+            const json request = channel_.Receive(process::Clock::time_point::max());
+            json answer{{"id", request.at("id")}};
+            answer["status"] = static_cast<int>(Answer(request, answer));
+            channel_.Send(answer, process::Clock::time_point::max());
+        }
+    } catch (const process::Lost&) {
+        driver_.Close();
+    }
+
+private:
+    SANE_Status Answer(const json& request, json& answer)
+    {
+        const auto& what = request.at("do").get_ref<const std::string&>();
+        if (what == "search")
+            return Search(request.at("local"), answer);
+        if (what == "open")
+            return Open(request.at("name"), answer);
+        if (!driver_.Handle())
+            return SANE_STATUS_INVAL;
+        if (what == "set")
+            return Set(request, answer);
+        if (what == "get")
+            return Get(request.at("index"), answer);
+        if (what == "parameters")
+            return Parameters(answer);
+        if (what == "start")
+            return Start(answer);
+        if (what == "read")
+            return Read();
+        driver_.Cancel();
+        return SANE_STATUS_GOOD;
+    }
+
+    SANE_Status Search(bool local, json& answer)
+    {
+        std::vector<FoundScanner> found;
+        const SANE_Status status = driver_.Search(local, found);
+        json& devices = answer["devices"] = json::array();
+        for (const FoundScanner& each : found)
+            devices.push_back(ToMessage(each));
+        return status;
+    }
+
+    SANE_Status Open(const std::string& name, json& answer)
+    {
+        const SANE_Status status = driver_.Open(name);
+        if (status == SANE_STATUS_GOOD)
+            PutOptions(answer);
+        return status;
+    }
+
+    void PutOptions(json& answer)
+    {
+        answer["all"] = true;
+        json& options = answer["options"] = json::array();
+        for (const Option& option : driver_.Options())
+            options.push_back(ToMessage(option));
+    }
+
+    /** Settings change between scans only: a batch ends. */
+    SANE_Status Set(const json& request, json& answer)
+    {
+        driver_.Cancel();
+        std::optional<RawValue> value;
+        if (const auto bytes = request.find("value"); bytes != request.end())
+            value = bytes->get_binary();
+        SANE_Int info = 0;
+        const SANE_Int index = request.at("index");
+        const SANE_Status status = driver_.Set(index, value, info);
+        if (info & SANE_INFO_RELOAD_OPTIONS) {
+            PutOptions(answer);
+        } else if (const std::optional<Option> option = driver_.Describe(index)) {
+            answer["all"] = false;
+            answer["options"] = json::array({ToMessage(*option)});
+        }
+        return status;
+    }
+
+    SANE_Status Get(SANE_Int index, json& answer)
+    {
+        const std::optional<Option> option = driver_.Describe(index);
+        answer["value"] = json::binary(option ? option->value : RawValue{});
+        return SANE_STATUS_GOOD;
+    }
+
+    SANE_Status Parameters(json& answer)
+    {
+        SANE_Parameters parameters{};
+        const SANE_Status status = driver_.Parameters(parameters);
+        lineBytes_ = parameters.bytes_per_line;
+        answer["parameters"] = ToMessage(parameters);
+        return status;
+    }
+
+    SANE_Status Start(json& answer)
+    {
+        watchdog_.BeginScan(driver_.Handle());
+        const SANE_Status status = driver_.Start();
+        if (watchdog_.EndScan())
+            driver_.NoteCancelled();
+        return status == SANE_STATUS_GOOD ? Parameters(answer) : status;
+    }
+
+    SANE_Status Read()
+    {
+        if (lineBytes_ <= 0 || static_cast<size_t>(lineBytes_) > RingLayout::kMostLineBytes)
+            return SANE_STATUS_INVAL;
+        watchdog_.BeginScan(driver_.Handle());
+        const SANE_Status status =
+            PageSender{driver_, memory_, ring_.Get(), channel_.Get()}.Send(static_cast<size_t>(lineBytes_));
+        if (watchdog_.EndScan())
+            driver_.NoteCancelled();
+        return status;
+    }
+
+    process::Channel channel_;
+    Descriptor ring_;
+    process::SharedMemory memory_;
+    Watchdog watchdog_;
+    Driver driver_;
+    SANE_Int lineBytes_ = 0;
+};
+
+}  // namespace
+
+}  // namespace vorn::sane
+
+int main(int argc, char** argv)
+{
+    using namespace vorn::sane;
+    const pid_t application = argc > 1 ? std::atoi(argv[1]) : 0;
+    if (application != getppid() || getpgrp() != getpid())
+        return 1;  // the application has gone already, or is none
+    LimitResources();
+    signal(SIGPIPE, SIG_IGN);  // a network host that has gone is an error of the call that writes to it
+    Descriptor control = Secure(kControl), ring = Secure(kRing);
+    Host host{application, std::move(control), std::move(ring),
+              vorn::process::SharedMemory::Open(Secure(kRingMemory), RingLayout::kBytes)};
+    host.Serve();
+    kill(0, SIGKILL);  // with the processes that the driver has left behind
+}
