@@ -61,8 +61,9 @@ bool PageSender::AwaitSlot(Slots& slots) const
 bool PageSender::Announce(Slots& slots, size_t bytes) const
 {
     const auto announced = static_cast<uint32_t>(bytes);
-    if (send(ring_, &announced, sizeof announced, MSG_NOSIGNAL) != sizeof announced)
-        return false;
+    while (send(ring_, &announced, sizeof announced, MSG_NOSIGNAL) < 0)
+        if (errno != EINTR)
+            return false;
     slots.current = slots.Next();
     --slots.free;
     return true;

@@ -71,6 +71,12 @@ bool Watchdog::IsScanning()
     return scanning_ != nullptr;
 }
 
+bool Watchdog::HasMessage() const
+{
+    pollfd control{control_, POLLIN, 0};
+    return poll(&control, 1, 0) > 0;
+}
+
 bool Watchdog::ApplicationEndsWithin(std::chrono::milliseconds time) const
 {
     std::array<pollfd, 2> waiting{{{application_.Get(), POLLIN, 0}, {control_, POLLRDHUP, 0}}};
@@ -94,8 +100,9 @@ void Watchdog::Run()
             eventfd_read(wake_.Get(), &ignored);
             interrupted = false;
         } else if (waiting[1].revents & POLLIN) {
-            interrupted = true;
-            if (!ApplicationEndsWithin(kToReturn))
+            // A message that the other thread reads meanwhile was a request for it.
+            interrupted = !ApplicationEndsWithin(kToReturn) && HasMessage();
+            if (interrupted)
                 Interrupt();
         }
     }

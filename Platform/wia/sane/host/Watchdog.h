@@ -30,6 +30,7 @@ public:
 private:
     [[noreturn]] void Run();
     bool IsScanning();
+    bool HasMessage() const;
     void Interrupt();
     [[noreturn]] void EndProcess();
     bool ApplicationEndsWithin(std::chrono::milliseconds time) const;
