@@ -1,9 +1,6 @@
 // Drivers at their worst: the caller gets a status in bounded time, the tool says what happened to which scanner, and the
 // next opening works.
 
-#include <fstream>
-#include <optional>
-
 #include "ScannerDesk.h"
 #include "tool/ToolRun.h"
 
@@ -22,7 +19,6 @@ protected:
     }
     void TearDown() override
     {
-        EXPECT_EQ(HostsLeft(), 0) << "driver hosts outlive who started them";
         unsetenv("LD_LIBRARY_PATH");
         ScannerTest::TearDown();
     }
@@ -31,21 +27,6 @@ protected:
     {
         fs::remove(SaneFolder() / ("shown-" + name));
         return Wide("misbehaving:" + name);
-    }
-
-    /** Processes of the driver host that use this test's configuration. */
-    static int HostsLeft()
-    {
-        int hosts = 0;
-        std::error_code gone;
-        for (const auto& process : fs::directory_iterator{"/proc"}) {
-            const std::string command = fs::read_symlink(process.path() / "exe", gone);
-            const bool host = !gone && command.ends_with("/sane-host");
-            std::ifstream stream{process.path() / "environ", std::ios::binary};
-            const std::string environment{std::istreambuf_iterator<char>{stream}, {}};
-            hosts += host && environment.find(SaneFolder()) != std::string::npos ? 1 : 0;
-        }
-        return hosts;
     }
 
     /** The tool with a folder of its own, so that several run side by side. */

@@ -14,7 +14,7 @@ const fs::path& SaneFolder()
         WriteBytes(folder.Path() / "net.conf", "connect_timeout = 2\n");
         WriteBytes(folder.Path() / "saned.conf", "127.0.0.1\n");
         WriteBytes(folder.Path() / "test.conf",
-                   "number_of_devices 1\nmode Color\ndepth 8\nresolution_min 1\nresolution_max 1200\n"
+                   "number_of_devices 4\nmode Color\ndepth 8\nresolution_min 1\nresolution_max 1200\n"
                    "resolution_quant 1\nresolution 50\ntest-picture \"Color pattern\"\ngeometry_min 0\n"
                    "geometry_max 200\ngeometry_quant 0\ntl_x 0\ntl_y 0\nbr_x 80\nbr_y 100\n");
         return true;

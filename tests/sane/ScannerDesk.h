@@ -4,6 +4,8 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include "Scanimage.h"
 #include "Vornfilx.h"
@@ -79,6 +81,10 @@ public:
         EXPECT_EQ(Vorn_WiaSetPropertyLong(session_, target ? target : item, nullptr, id, value), SUCCESS)
             << id;
     }
+    int32_t TrySet(PROPID id, LONG value)
+    {
+        return Vorn_WiaSetPropertyLong(session_, item, nullptr, id, value);
+    }
     LONG Get(PROPID id)
     {
         int32_t value = -1;
@@ -119,6 +125,22 @@ private:
     std::vector<WiaItemHandle> children_;
 };
 
+/** Driver host processes that use the tests' configuration. */
+inline int HostsLeft()
+{
+    int hosts = 0;
+    std::error_code gone;
+    for (const auto& process : std::filesystem::directory_iterator{"/proc"}) {
+        const std::string program = std::filesystem::read_symlink(process.path() / "exe", gone);
+        if (gone || !program.ends_with("/sane-host"))
+            continue;
+        std::ifstream stream{process.path() / "environ", std::ios::binary};
+        const std::string environment{std::istreambuf_iterator<char>{stream}, {}};
+        hosts += environment.find(SaneFolder()) != std::string::npos ? 1 : 0;
+    }
+    return hosts;
+}
+
 class ScannerTest : public LibraryTest {
 protected:
     void SetUp() override
@@ -130,6 +152,7 @@ protected:
 
     void TearDown() override
     {
+        EXPECT_EQ(HostsLeft(), 0) << "driver hosts outlive who started them";
         LibraryTest::TearDown();
         setenv("SANE_CONFIG_DIR", "/nonexistent", 1);  // other tests see no scanner
     }
