@@ -67,7 +67,7 @@ private:
 }  // namespace
 
 Child::Child(const std::string& program, const std::vector<std::string>& arguments,
-             const std::vector<std::string>& environment, std::span<const int> descriptors, bool verbose)
+             std::span<const int> descriptors, bool verbose)
     : owner_{getpid()}
 {
     FileActions actions;
@@ -85,18 +85,13 @@ Child::Child(const std::string& program, const std::vector<std::string>& argumen
     }
     posix_spawn_file_actions_addclosefrom_np(actions.Get(), place);
 
-    std::vector<char*> words{const_cast<char*>(program.c_str())}, variables;
+    std::vector<char*> words{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)
         words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
-    for (const std::string& variable : environment)
-        variables.push_back(const_cast<char*>(variable.c_str()));
-    for (char** variable = environ; *variable; ++variable)
-        variables.push_back(*variable);
-    variables.push_back(nullptr);
     Attributes attributes;
-    if (const int error = posix_spawn(&process_, program.c_str(), actions.Get(), attributes.Get(),
-                                      words.data(), variables.data()))
+    if (const int error =
+            posix_spawn(&process_, program.c_str(), actions.Get(), attributes.Get(), words.data(), environ))
         Fail(error, program);
     pidDescriptor_ = Descriptor{static_cast<int>(syscall(SYS_pidfd_open, process_, 0))};
 }

@@ -23,12 +23,11 @@ public:
     /**
      * Starts a program in a process group of its own, with default signal handlers and an empty input.
      * What it prints goes to this process's standard error when `verbose`, else nowhere.
-     * @param environment  variables, as NAME=VALUE, beside those of this process
      * @param descriptors  the program has them as 3, 4, ..., and no others
      * Throws std::system_error when it cannot be started.
      */
     Child(const std::string& program, const std::vector<std::string>& arguments,
-          const std::vector<std::string>& environment, std::span<const int> descriptors, bool verbose);
+          std::span<const int> descriptors, bool verbose);
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
     /** End at once. */

@@ -3,18 +3,15 @@
 
 #include <arpa/inet.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <thread>
 
+#include "Saned.h"
 #include "ScannerDesk.h"
 #include "tool/ToolRun.h"
 #include "wia/sane/FindScanners.h"
-
-extern char** environ;
 
 namespace vorn::test {
 namespace {
@@ -93,38 +90,6 @@ TEST_F(ScannerTest, ADeviceThatKeepsOrLosesACallIsFreeForTheNextScan)
     unsetenv("LD_LIBRARY_PATH");
 }
 
-/** A process that ends with the object. */
-class Process {
-public:
-    explicit Process(std::vector<std::string> words)
-    {
-        std::vector<char*> arguments;
-        for (std::string& word : words)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        posix_spawnattr_t attributes;
-        posix_spawnattr_init(&attributes);
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-        if (posix_spawnp(&id_, arguments[0], nullptr, &attributes, arguments.data(), environ) != 0)
-            id_ = 0;
-        posix_spawnattr_destroy(&attributes);
-    }
-    Process(const Process&) = delete;
-    ~Process()
-    {
-        if (id_ <= 0)
-            return;
-        kill(id_, SIGTERM);
-        waitpid(id_, nullptr, 0);
-    }
-    /** With the processes that it has started. */
-    void Signal(int number) const { kill(-id_, number); }
-    bool Started() const { return id_ > 0; }
-
-private:
-    pid_t id_ = 0;
-};
-
 /** A socket on loopback: who connects waits for ever. */
 struct SilentHost {
     explicit SilentHost(in_addr_t where)
@@ -184,7 +149,7 @@ TEST_F(ScannerTest, AScannerOfAnotherMachineIsOneOfOurs)
 {
     if (!SilentHost{INADDR_LOOPBACK}.bound)
         GTEST_SKIP() << "something listens at 127.0.0.1:6566 already";
-    const std::vector<std::string> command{"/usr/sbin/saned", "-l", "-b", "127.0.0.1", "-e"};
+    const std::vector<std::string> command = SanedCommand();
     auto saned = std::make_unique<Process>(command);
     if (!saned->Started())
         GTEST_SKIP() << "saned (package sane-utils) is not installed";

@@ -19,7 +19,7 @@ TEST_F(SearchTest, ASearchThatFailsIsSaidWithWhatWasFound)
 {
     struct Case {
         const char* fault;
-        const char* deed;    ///< of a driver in the search of the network
+        const char* deed;  ///< of a driver in the search of the network
         const char* listed;
         const char* said;
     };

@@ -64,11 +64,7 @@ try : memory_{process::SharedMemory::Create(sane::RingLayout::kBytes)}, control_
     control_ = process::Channel{std::move(ourControl)};
     ring_ = std::move(ourRing);
     const std::array<int, 3> passed{itsControl.Get(), itsRing.Get(), memory_.Get()};
-    // Some back ends cancel their reader thread wherever it is: one that looked up a function at its first call would take
-    // the dynamic linker's lock with it, and the next look-up would wait for ever. So all are looked up at once.
-    const std::vector<std::string> environment{"LD_BIND_NOW=1"};
-    child_.emplace(HostPath(), std::vector{std::to_string(getpid())}, environment, passed,
-                   WantsDebugMessages());
+    child_.emplace(HostPath(), std::vector{std::to_string(getpid())}, passed, WantsDebugMessages());
 }
 catch (const std::system_error&)
 {

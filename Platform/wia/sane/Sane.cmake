@@ -43,6 +43,7 @@ add_executable(vorn_sane_host
   sane/host/Watchdog.cpp
   sane/host/main.cpp)
 set_target_properties(vorn_sane_host PROPERTIES
+  ENABLE_EXPORTS ON  # what back ends are to find in place of the C library's
   OUTPUT_NAME sane-host RUNTIME_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vornwia)
 target_include_directories(vorn_sane_host PRIVATE ${SANE_INCLUDE_DIR})
 target_link_libraries(vorn_sane_host PRIVATE vorn_options vorn_process ${SANE_LIBRARY})

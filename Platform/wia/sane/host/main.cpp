@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/resource.h>
 
 #include <nlohmann/json.hpp>
@@ -182,6 +183,18 @@ private:
 }  // namespace
 
 }  // namespace vorn::sane
+
+/**
+ * In place of the C library's: a thread stays cancellable at its system calls only. Some back ends let their reader thread be
+ * cancelled wherever it is; one that holds a lock then, of the memory allocation or of the dynamic linker, never gives it back,
+ * and the scan never ends.
+ */
+extern "C" __attribute__((visibility("default"))) int pthread_setcanceltype(int, int* before)
+{
+    if (before)
+        *before = PTHREAD_CANCEL_DEFERRED;
+    return 0;
+}
 
 int main(int argc, char** argv)
 {
