@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstring>
+#include <random>
 
 namespace vorn::test {
 namespace {

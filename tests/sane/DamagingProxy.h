@@ -6,8 +6,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -22,7 +20,7 @@ public:
 
     bool Listens() const noexcept { return listens_; }
 
-    static constexpr uint16_t kPort = 6566, kFirstDataPort = 16570, kLastDataPort = 16589;
+    static constexpr uint16_t kPort = 6566, kFirstDataPort = 16570, kLastDataPort = 16629;
 
 private:
     void Run();
