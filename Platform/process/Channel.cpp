@@ -2,57 +2,19 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <system_error>
 
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <nlohmann/json.hpp>
-
 namespace vorn::process {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr size_t kMostBytes = 16 * 1024 * 1024;
 constexpr size_t kPieceBytes = 64 * 1024;
-constexpr size_t kDeepest = 8;
-
-/** Builds the value, unless it is nested so deeply that reading it could overflow the stack. */
-class ShallowParser : public nlohmann::detail::json_sax_dom_parser<json> {
-public:
-    using Base = nlohmann::detail::json_sax_dom_parser<json>;
-    explicit ShallowParser(json& value) : Base{value, false} {}
-
-    bool start_object(size_t count) { return ++depth_ <= kDeepest && Base::start_object(count); }
-    bool end_object()
-    {
-        --depth_;
-        return Base::end_object();
-    }
-    bool start_array(size_t count) { return ++depth_ <= kDeepest && Base::start_array(count); }
-    bool end_array()
-    {
-        --depth_;
-        return Base::end_array();
-    }
-
-private:
-    size_t depth_ = 0;
-};
-
-json Parse(const std::vector<uint8_t>& bytes)
-try {
-    json message;
-    ShallowParser parser{message};
-    if (!json::sax_parse(bytes, &parser, json::input_format_t::cbor))
-        throw Lost{Lost::Reason::BadMessage};
-    return message;
-} catch (const json::exception&) {
-    throw Lost{Lost::Reason::BadMessage};
-}
 
 int MillisecondsUntil(Clock::time_point end) noexcept
 {
@@ -60,7 +22,74 @@ int MillisecondsUntil(Clock::time_point end) noexcept
     return static_cast<int>(std::clamp<long long>(left, 0, 1'000'000'000));
 }
 
+template <typename Number>
+std::span<uint8_t> BytesOf(Number& number) noexcept
+{
+    return {reinterpret_cast<uint8_t*>(&number), sizeof number};
+}
+
 }  // namespace
+
+MessageWriter& MessageWriter::Number(int32_t number)
+{
+    const auto bytes = BytesOf(number);
+    content_.insert(content_.end(), bytes.begin(), bytes.end());
+    return *this;
+}
+
+MessageWriter& MessageWriter::Bytes(std::span<const uint8_t> bytes)
+{
+    Number(static_cast<int32_t>(bytes.size()));
+    content_.insert(content_.end(), bytes.begin(), bytes.end());
+    return *this;
+}
+
+MessageWriter& MessageWriter::Text(std::string_view text)
+{
+    return Bytes({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+}
+
+MessageWriter& MessageWriter::Append(const MessageWriter& other)
+{
+    content_.insert(content_.end(), other.content_.begin(), other.content_.end());
+    return *this;
+}
+
+std::span<const uint8_t> MessageReader::Take(size_t bytes)
+{
+    if (bytes > content_.size() - read_)
+        throw Lost{Lost::Reason::BadMessage};
+    const std::span<const uint8_t> taken{content_.data() + read_, bytes};
+    read_ += bytes;
+    return taken;
+}
+
+int32_t MessageReader::Number()
+{
+    int32_t number = 0;
+    std::ranges::copy(Take(sizeof number), BytesOf(number).begin());
+    return number;
+}
+
+size_t MessageReader::Count(size_t most)
+{
+    const int32_t count = Number();
+    if (count < 0 || static_cast<size_t>(count) > most)
+        throw Lost{Lost::Reason::BadMessage};
+    return static_cast<size_t>(count);
+}
+
+std::vector<uint8_t> MessageReader::Bytes()
+{
+    const auto bytes = Take(Count(kMostBytes));
+    return {bytes.begin(), bytes.end()};
+}
+
+std::string MessageReader::Text()
+{
+    const auto bytes = Take(Count(kMostBytes));
+    return {bytes.begin(), bytes.end()};
+}
 
 std::pair<Descriptor, Descriptor> SocketPair(int type)
 {
@@ -70,17 +99,12 @@ std::pair<Descriptor, Descriptor> SocketPair(int type)
     return {Descriptor{ends[0]}, Descriptor{ends[1]}};
 }
 
-void Channel::Send(const json& message, Clock::time_point end)
+void Channel::SendBytes(std::span<const uint8_t> bytes, Clock::time_point end)
 {
-    std::vector<uint8_t> bytes(sizeof(uint32_t));
-    json::to_cbor(message, bytes);
-    const auto length = static_cast<uint32_t>(bytes.size() - sizeof(uint32_t));
-    std::memcpy(bytes.data(), &length, sizeof length);
-    for (size_t sent = 0; sent < bytes.size();) {
-        const ssize_t count =
-            send(Get(), bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+    while (!bytes.empty()) {
+        const ssize_t count = send(Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count > 0) {
-            sent += static_cast<size_t>(count);
+            bytes = bytes.subspan(static_cast<size_t>(count));
             continue;
         }
         if (errno != EAGAIN && errno != EINTR)
@@ -92,13 +116,19 @@ void Channel::Send(const json& message, Clock::time_point end)
     }
 }
 
-void Channel::ReceiveBytes(uint8_t* bytes, size_t count, Clock::time_point end, int endDescriptor)
+void Channel::Send(const MessageWriter& message, Clock::time_point end)
 {
-    bool ended = false;
-    for (size_t received = 0; received < count;) {
-        const ssize_t length = recv(Get(), bytes + received, count - received, MSG_DONTWAIT);
+    auto length = static_cast<uint32_t>(message.Content().size());
+    SendBytes(BytesOf(length), end);
+    SendBytes(message.Content(), end);
+}
+
+void Channel::ReceiveBytes(std::span<uint8_t> bytes, Clock::time_point end, int endDescriptor)
+{
+    for (bool ended = false; !bytes.empty();) {
+        const ssize_t length = recv(Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
         if (length > 0) {
-            received += static_cast<size_t>(length);
+            bytes = bytes.subspan(static_cast<size_t>(length));
             continue;
         }
         // What an ended process has sent is read to its end: it looks once more after it learnt of the end.
@@ -113,19 +143,19 @@ void Channel::ReceiveBytes(uint8_t* bytes, size_t count, Clock::time_point end, 
     }
 }
 
-json Channel::Receive(Clock::time_point end, int endDescriptor)
+MessageReader Channel::Receive(Clock::time_point end, int endDescriptor)
 {
     uint32_t length = 0;
-    ReceiveBytes(reinterpret_cast<uint8_t*>(&length), sizeof length, end, endDescriptor);
+    ReceiveBytes(BytesOf(length), end, endDescriptor);
     if (length > kMostBytes)
         throw Lost{Lost::Reason::BadMessage};
-    std::vector<uint8_t> bytes;
-    while (bytes.size() < length) {  // memory for what comes, not for what is announced
-        const size_t before = bytes.size();
-        bytes.resize(std::min<size_t>(length, before + kPieceBytes));
-        ReceiveBytes(bytes.data() + before, bytes.size() - before, end, endDescriptor);
+    std::vector<uint8_t> content;
+    while (content.size() < length) {  // memory for what comes, not for what is announced
+        const size_t before = content.size();
+        content.resize(std::min<size_t>(length, before + kPieceBytes));
+        ReceiveBytes(std::span{content}.subspan(before), end, endDescriptor);
     }
-    return Parse(bytes);
+    return MessageReader{std::move(content)};
 }
 
 void Channel::ShutDown() noexcept

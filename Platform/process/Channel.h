@@ -2,17 +2,18 @@
  * @file Channel.h
  * Messages between two processes over a socket, and what is wrong when none comes.
  *
- * A message is a JSON value in CBOR, after its length. What comes from the other process is data from outside: a message that
- * is too long, nested too deeply or no CBOR is refused.
+ * A message is a sequence of numbers and texts, in an order that both sides know. What comes from the other process is data
+ * from outside: a message that is too long, or shorter than what is read from it, is refused.
  */
 #pragma once
 
 #include <chrono>
-#include <optional>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "Descriptor.h"
 
@@ -29,6 +30,39 @@ struct Lost {
     } reason;
 };
 
+class MessageWriter {
+public:
+    MessageWriter& Number(int32_t number);
+    MessageWriter& Bytes(std::span<const uint8_t> bytes);
+    MessageWriter& Text(std::string_view text);
+    /** What another one holds. */
+    MessageWriter& Append(const MessageWriter& other);
+
+    std::span<const uint8_t> Content() const noexcept { return content_; }
+
+private:
+    std::vector<uint8_t> content_;
+};
+
+/** Each operation throws Lost for a message that does not have what is asked for. */
+class MessageReader {
+public:
+    explicit MessageReader(std::vector<uint8_t> content) noexcept : content_{std::move(content)} {}
+
+    int32_t Number();
+    bool Flag() { return Number() != 0; }
+    std::vector<uint8_t> Bytes();
+    std::string Text();
+    /** The number of elements that follow. */
+    size_t Count(size_t most);
+
+private:
+    std::span<const uint8_t> Take(size_t bytes);
+
+    std::vector<uint8_t> content_;
+    size_t read_ = 0;
+};
+
 /** Two connected sockets, inherited by no program. Throws std::system_error. */
 std::pair<Descriptor, Descriptor> SocketPair(int type);
 
@@ -39,20 +73,21 @@ public:
     int Get() const noexcept { return socket_.Get(); }
 
     /** Throws Lost. */
-    void Send(const nlohmann::json& message, Clock::time_point end);
+    void Send(const MessageWriter& message, Clock::time_point end);
 
     /**
      * Waits for a message.
      * @param endDescriptor  readable when the other process has ended, as Child has it; or -1
      * Throws Lost.
      */
-    nlohmann::json Receive(Clock::time_point end, int endDescriptor = -1);
+    MessageReader Receive(Clock::time_point end, int endDescriptor = -1);
 
     /** The other process finds the channel closed, whoever has inherited this end. */
     void ShutDown() noexcept;
 
 private:
-    void ReceiveBytes(uint8_t* bytes, size_t count, Clock::time_point end, int endDescriptor);
+    void SendBytes(std::span<const uint8_t> bytes, Clock::time_point end);
+    void ReceiveBytes(std::span<uint8_t> bytes, Clock::time_point end, int endDescriptor);
 
     Descriptor socket_;
 };

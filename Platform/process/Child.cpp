@@ -76,6 +76,7 @@ Child::Child(const std::string& program, const std::vector<std::string>& argumen
         posix_spawn_file_actions_addopen(actions.Get(), STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(actions.Get(), STDERR_FILENO, STDOUT_FILENO);
     std::vector<Descriptor> copies;
+    copies.reserve(descriptors.size());
     int place = kFirstPassed;
     for (const int descriptor : descriptors) {
         copies.emplace_back(fcntl(descriptor, F_DUPFD_CLOEXEC, kAbovePlaces));

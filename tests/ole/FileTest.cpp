@@ -235,7 +235,7 @@ TEST_F(SystemFiles, TempPathOfAChildIsItsOwnAndGoesWithIt)
     const fs::path ours{TempPath()};
     const fs::path theirs = InChild([] {
         const fs::path path{TempPath()};
-        WriteBytes(path / "left behind", "x");
+        WriteBytes(path / "WiaTempFile.tmp", "x");
         return path.string();
     });
     EXPECT_FALSE(theirs.empty());
@@ -262,25 +262,57 @@ TEST_F(SystemFiles, TempPathFollowsTmpdirAndIsMadeAgainWhenACleanerRemovedIt)
     EXPECT_EQ(seen, "refused, made, made");
 }
 
-TEST_F(SystemFiles, ProcessesThatWereKilledAreCleanedUpAfter)
+TEST_F(SystemFiles, OnlyWhatAKilledProcessLeftIsCleanedUpAfter)
 {
-    for (const char* name : {"vornwia-killed", "vornwia-living", "vornwia-young", "others-killed"}) {
-        fs::create_directory(In(name));
-        WriteBytes(In(name) / "WiaTempFile.tmp", "a page");
-        if (std::string{name} != "vornwia-young")
-            fs::last_write_time(In(name), fs::file_time_type::clock::now() - std::chrono::hours{1});
+    constexpr const char* kLock = ".vornwia-lock";
+    struct Case {
+        const char* directory;
+        Names files;
+        bool stays;
+        bool young = false;
+    };
+    const Case cases[] = {
+        {"vornwia-kiLL3d", {kLock, "WiaTempFile.tmp", "WIA 1.bmp"}, false},
+        {"vornwia-emptyd", {kLock}, false},
+        {"vornwia-living", {kLock, "WiaTempFile.tmp"}, true},
+        {"vornwia-youngd", {kLock}, true, true},
+        {"vornwia-nolock", {"WiaTempFile.tmp"}, true},
+        {"vornwia-abcdef", {kLock, "notes.txt"}, true},       // somebody's file
+        {"vornwia-0.1.0", {kLock, "WiaTempFile.tmp"}, true},  // somebody's directory
+        {"vornwia-toolong", {kLock}, true},
+        {"others-killed", {kLock}, true},
+    };
+    for (const Case& row : cases) {
+        fs::create_directory(In(row.directory));
+        fs::permissions(In(row.directory), fs::perms::owner_all);
+        for (const std::string& file : row.files) {
+            WriteBytes(In(row.directory) / file, file == kLock ? "" : "a page");
+            if (!row.young)
+                fs::last_write_time(In(row.directory) / file,
+                                    fs::file_time_type::clock::now() - std::chrono::hours{1});
+        }
     }
-    const int living = open(In("vornwia-living").c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(flock(living, LOCK_SH), 0);
+    fs::create_directory(In("vornwia-0.1.0") / "src");
+    WriteBytes(In("vornwia-0.1.0") / "src/main.c", "int main;");
+    fs::create_directory_symlink(In("others-killed"), In("vornwia-linked"));
+    const int living = open((In("vornwia-living") / kLock).c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(living, LOCK_EX), 0);
     EXPECT_EQ(InChild([&]() -> std::string {
                   setenv("TMPDIR", folder_.Path().c_str(), 1);
                   return TempPath().empty() ? "none" : "made";
               }),
               "made");
     close(living);
-    EXPECT_EQ(All(), (Names{"others-killed", "vornwia-living", "vornwia-young"}));
-    for (const std::string& name : All())
-        EXPECT_EQ(NamesIn(In(name)), Names{"WiaTempFile.tmp"}) << name;
+    Names expected{"vornwia-linked"};
+    for (const Case& row : cases) {
+        if (!row.stays)
+            continue;
+        expected.insert(row.directory);
+        for (const std::string& file : row.files)
+            EXPECT_TRUE(fs::exists(In(row.directory) / file)) << row.directory << '/' << file;
+    }
+    EXPECT_EQ(All(), expected);
+    EXPECT_TRUE(fs::exists(In("vornwia-0.1.0") / "src/main.c"));
 }
 
 }  // namespace

@@ -10,8 +10,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <nlohmann/json.hpp>
-
 #include "../../include/comobject.h"
 
 extern char** environ;
@@ -20,9 +18,11 @@ namespace vorn::wia {
 
 namespace {
 
-using nlohmann::json;
 using process::Clock;
 using process::Lost;
+using process::MessageReader;
+using process::MessageWriter;
+using sane::Request;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -42,6 +42,11 @@ std::string HostPath()
         return {};
     const std::string library{info.dli_fname};
     return library.substr(0, library.rfind('/') + 1) + "vornwia/sane-host";
+}
+
+SANE_Status StatusOf(MessageReader& answer)
+{
+    return sane::EnumeratorOf<SANE_Status, 15>(answer.Number());
 }
 
 /** Who asks a back end for its debug messages wants to see them. */
@@ -98,135 +103,97 @@ void DriverHost::Fail(const Lost& lost, HRESULT late)
     }
 }
 
-/** Runs what reads an answer; an answer that is not as it should be ends the host. */
-template <typename Decode>
-auto DriverHost::Decoded(Decode&& decode)
+void DriverHost::Post(Request what, const MessageWriter& arguments)
 try {
-    return decode();
-} catch (const json::exception&) {
-    Fail({Lost::Reason::BadMessage});
-}
-
-void DriverHost::Post(json request)
-try {
-    request["id"] = ++lastRequest_;
+    MessageWriter request;
+    request.Number(++lastRequest_).Number(static_cast<int32_t>(what)).Append(arguments);
     control_.Send(request, Clock::now() + kOptionPatience);
 } catch (const Lost& lost) {
     Fail(lost);
 }
 
 /** Answers to requests that nobody waits for any more are passed over. */
-json DriverHost::AwaitAnswer(Clock::time_point end)
+MessageReader DriverHost::AwaitAnswer(Clock::time_point end)
 {
     for (;;) {
-        json answer = control_.Receive(end, child_ ? child_->EndDescriptor() : -1);
-        const auto id = Decoded([&] { return answer.at("id").get<uint32_t>(); });
-        if (id == lastRequest_)
+        MessageReader answer = control_.Receive(end, child_ ? child_->EndDescriptor() : -1);
+        const int32_t number = answer.Number();
+        if (number == lastRequest_)
             return answer;
-        if (id > lastRequest_)
+        if (number > lastRequest_ || number <= 0)
             throw Lost{Lost::Reason::BadMessage};
     }
 }
 
-json DriverHost::Call(json request, milliseconds patience, HRESULT late)
+template <typename Decode>
+SANE_Status DriverHost::Call(Request what, const MessageWriter& arguments, milliseconds patience, Decode&& read,
+                             HRESULT late)
 try {
     const auto begin = std::max(Clock::now(), settled_);
-    Post(std::move(request));
-    json answer = AwaitAnswer(begin + patience);
+    Post(what, arguments);
+    MessageReader answer = AwaitAnswer(begin + patience);
     settled_ = {};
-    return answer;
+    const SANE_Status status = StatusOf(answer);
+    read(answer, status);
+    return status;
 } catch (const Lost& lost) {
     Fail(lost, late);
 }
 
-namespace {
-
-SANE_Status StatusOf(const json& answer)
-{
-    return static_cast<SANE_Status>(answer.at("status").get<int>());
-}
-
-std::vector<SaneOption> OptionsOf(const json& answer)
-{
-    const json& listed = answer.at("options");
-    std::vector<SaneOption> options;
-    for (const json& each : listed) {
-        SaneOption option;
-        sane::FromMessage(each, option);
-        const bool inOrder = options.empty() || option.index > options.back().index;
-        if (!IsSound(option) || !inOrder || options.size() == static_cast<size_t>(sane::kMostOptions))
-            throw json::other_error::create(0, "no option", nullptr);
-        options.push_back(std::move(option));
-    }
-    return options;
-}
-
-}  // namespace
-
 SANE_Status DriverHost::Search(bool local, milliseconds patience, std::vector<FoundScanner>& found)
 {
-    const json answer = Call({{"do", "search"}, {"local", local}}, patience);
-    return Decoded([&] {
-        for (const json& each : answer.at("devices"))
-            sane::FromMessage(each, found.emplace_back());
-        return StatusOf(answer);
-    });
+    return Call(Request::Search, MessageWriter{}.Number(local), patience,
+                [&](MessageReader& answer, SANE_Status) { sane::Take(answer, found); });
 }
 
 SANE_Status DriverHost::Open(const std::string& name, std::vector<SaneOption>& options)
 {
-    const json answer = Call({{"do", "open"}, {"name", name}}, kOpenPatience, WIA_ERROR_OFFLINE);
-    return Decoded([&] {
-        const SANE_Status status = StatusOf(answer);
+    const auto read = [&](MessageReader& answer, SANE_Status status) {
         if (status == SANE_STATUS_GOOD)
-            options = OptionsOf(answer);
-        return status;
-    });
+            sane::Take(answer, options);
+    };
+    return Call(Request::Open, MessageWriter{}.Text(name), kOpenPatience, read, WIA_ERROR_OFFLINE);
 }
 
 SANE_Status DriverHost::Set(SANE_Int index, const std::optional<RawValue>& value, Change& change)
 {
-    json request{{"do", "set"}, {"index", index}};
+    MessageWriter arguments;
+    arguments.Number(index).Number(value.has_value());
     if (value)
-        request["value"] = json::binary(*value);
-    const json answer = Call(std::move(request), kOptionPatience);
-    return Decoded([&] {
-        if (answer.contains("options"))
-            change = {answer.at("all").get<bool>(), OptionsOf(answer)};
-        return StatusOf(answer);
+        arguments.Bytes(*value);
+    return Call(Request::Set, arguments, kOptionPatience, [&](MessageReader& answer, SANE_Status) {
+        change.all = answer.Flag();
+        sane::Take(answer, change.options);
     });
 }
 
 RawValue DriverHost::Get(SANE_Int index)
 {
-    const json answer = Call({{"do", "get"}, {"index", index}}, kOptionPatience);
-    return Decoded([&] { return RawValue{answer.at("value").get_binary()}; });
+    RawValue value;
+    Call(Request::Get, MessageWriter{}.Number(index), kOptionPatience,
+         [&](MessageReader& answer, SANE_Status) { value = answer.Bytes(); });
+    return value;
 }
 
 SANE_Status DriverHost::Parameters(SANE_Parameters& parameters)
 {
-    const json answer = Call({{"do", "parameters"}}, kOptionPatience);
-    return Decoded([&] {
-        sane::FromMessage(answer.at("parameters"), parameters);
-        return StatusOf(answer);
-    });
+    return Call(Request::Parameters, {}, kOptionPatience,
+                [&](MessageReader& answer, SANE_Status) { sane::Take(answer, parameters); });
 }
 
 void DriverHost::Start()
 {
-    Post({{"do", "start"}});
+    Post(Request::Start);
 }
 
 std::optional<SANE_Status> DriverHost::AwaitStarted(milliseconds moment, SANE_Parameters& parameters)
 try {
-    const json answer = AwaitAnswer(Clock::now() + moment);
+    MessageReader answer = AwaitAnswer(Clock::now() + moment);
     settled_ = {};
-    return Decoded([&] {
-        const SANE_Status status = StatusOf(answer);
-        if (status == SANE_STATUS_GOOD)
-            sane::FromMessage(answer.at("parameters"), parameters);
-        return status;
-    });
+    const SANE_Status status = StatusOf(answer);
+    if (status == SANE_STATUS_GOOD)
+        sane::Take(answer, parameters);
+    return status;
 } catch (const Lost& lost) {
     if (lost.reason != Lost::Reason::TimedOut)
         Fail(lost);
@@ -238,7 +205,7 @@ void DriverHost::Read(size_t lineBytes)
     ForgetSlots();
     layout_ = sane::RingLayout{lineBytes};
     lineBytes_ = lineBytes;
-    Post({{"do", "read"}});
+    Post(Request::Read);
 }
 
 /** Those of a frame that nobody reads any more: its read has been answered, so no more of them come. */
@@ -274,8 +241,8 @@ try {
             return {{memory_.Data() + slot_ * layout_.slotBytes, bytes}, std::nullopt};
         }
         if (ended) {
-            const json answer = AwaitAnswer(end + kOptionPatience);
-            return {{}, Decoded([&] { return StatusOf(answer); })};
+            MessageReader answer = AwaitAnswer(end + kOptionPatience);
+            return {{}, StatusOf(answer)};
         }
         const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
         if (left.count() <= 0)
@@ -292,7 +259,7 @@ try {
 
 void DriverHost::Cancel()
 {
-    Post({{"do", "cancel"}});
+    Post(Request::Cancel);
     settled_ = Clock::now() + kCancelPatience;
 }
 

@@ -20,7 +20,6 @@
 #include <span>
 
 #include "../../include/platform.h"
-#include "../../process/Channel.h"
 #include "../../process/Child.h"
 #include "../../process/SharedMemory.h"
 #include "host/Protocol.h"
@@ -81,12 +80,12 @@ public:
 private:
     /** @param late  the result when the host did not answer in time */
     [[noreturn]] void Fail(const process::Lost& lost, HRESULT late = WIA_ERROR_DEVICE_COMMUNICATION);
-    nlohmann::json Call(nlohmann::json request, Milliseconds patience,
-                        HRESULT late = WIA_ERROR_DEVICE_COMMUNICATION);
-    void Post(nlohmann::json request);
-    nlohmann::json AwaitAnswer(process::Clock::time_point end);
+    /** Sends a request and waits for its answer, which is then read by `read`, after the status. */
     template <typename Decode>
-    auto Decoded(Decode&& decode);
+    SANE_Status Call(sane::Request what, const process::MessageWriter& arguments, Milliseconds patience,
+                     Decode&& read, HRESULT late = WIA_ERROR_DEVICE_COMMUNICATION);
+    void Post(sane::Request what, const process::MessageWriter& arguments = {});
+    process::MessageReader AwaitAnswer(process::Clock::time_point end);
     void ReturnSlot();
     void ForgetSlots();
 
@@ -94,7 +93,7 @@ private:
     process::Channel control_;
     process::Descriptor ring_;
     std::optional<process::Child> child_;
-    uint32_t lastRequest_ = 0;
+    int32_t lastRequest_ = 0;
     process::Clock::time_point settled_{};  ///< until then the answer to a cancel may take
     sane::RingLayout layout_{1};
     size_t lineBytes_ = 1;

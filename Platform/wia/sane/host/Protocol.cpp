@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include <nlohmann/json.hpp>
-
 namespace vorn::sane {
 
 namespace {
 
-using nlohmann::json;
+using process::MessageReader;
+using process::MessageWriter;
 
 /** Large enough that passing a slot costs nothing beside filling it, small enough to stay in the cache. */
 constexpr size_t kSlotBytes = 256 * 1024;
@@ -64,67 +63,91 @@ bool IsSound(const Option& option) noexcept
     }
 }
 
-json ToMessage(const FoundScanner& found)
+void Put(MessageWriter& message, const std::vector<FoundScanner>& found)
 {
-    return json::array({found.name, found.vendor, found.model, found.type});
+    message.Number(static_cast<int32_t>(found.size()));
+    for (const FoundScanner& each : found)
+        message.Text(each.name).Text(each.vendor).Text(each.model).Text(each.type);
 }
 
-void FromMessage(const json& message, FoundScanner& found)
+void Take(MessageReader& message, std::vector<FoundScanner>& found)
 {
-    found = {message.at(0), message.at(1), message.at(2), message.at(3)};
+    for (size_t left = message.Count(kMostScanners); left > 0; --left) {
+        FoundScanner& scanner = found.emplace_back();
+        for (std::string* text : {&scanner.name, &scanner.vendor, &scanner.model, &scanner.type})
+            *text = message.Text();
+    }
 }
 
-json ToMessage(const Option& option)
+void Put(MessageWriter& message, const std::vector<Option>& options)
 {
-    json message{{"index", option.index},
-                 {"name", option.name},
-                 {"type", static_cast<int>(option.type)},
-                 {"unit", static_cast<int>(option.unit)},
-                 {"size", option.size},
-                 {"cap", option.capabilities},
-                 {"value", json::binary(option.value)}};
-    if (option.range)
-        message["range"] = json::array({option.range->min, option.range->max, option.range->quant});
-    if (!option.words.empty())
-        message["words"] = option.words;
-    if (!option.texts.empty())
-        message["texts"] = option.texts;
-    return message;
+    message.Number(static_cast<int32_t>(options.size()));
+    for (const Option& option : options) {
+        message.Number(option.index).Text(option.name).Number(option.type).Number(option.unit);
+        message.Number(option.size).Number(option.capabilities).Bytes(option.value);
+        const SANE_Range range = option.range.value_or(SANE_Range{});
+        message.Number(option.range.has_value()).Number(range.min).Number(range.max).Number(range.quant);
+        message.Number(static_cast<int32_t>(option.words.size()));
+        for (const SANE_Word word : option.words)
+            message.Number(word);
+        message.Number(static_cast<int32_t>(option.texts.size()));
+        for (const std::string& text : option.texts)
+            message.Text(text);
+    }
 }
 
-void FromMessage(const json& message, Option& option)
+namespace {
+
+Option TakeOption(MessageReader& message)
 {
-    option = {};
-    message.at("index").get_to(option.index);
-    message.at("name").get_to(option.name);
-    option.type = EnumeratorOf<SANE_Value_Type>(message.at("type"));
-    option.unit = EnumeratorOf<SANE_Unit>(message.at("unit"));
-    message.at("size").get_to(option.size);
-    message.at("cap").get_to(option.capabilities);
-    option.value = message.at("value").get_binary();
-    if (const auto range = message.find("range"); range != message.end())
-        option.range = SANE_Range{range->at(0), range->at(1), range->at(2)};
-    if (const auto words = message.find("words"); words != message.end())
-        words->get_to(option.words);
-    if (const auto texts = message.find("texts"); texts != message.end())
-        texts->get_to(option.texts);
+    Option option;
+    option.index = message.Number();
+    option.name = message.Text();
+    option.type = EnumeratorOf<SANE_Value_Type>(message.Number());
+    option.unit = EnumeratorOf<SANE_Unit>(message.Number());
+    option.size = message.Number();
+    option.capabilities = message.Number();
+    option.value = message.Bytes();
+    const bool hasRange = message.Flag();
+    SANE_Range range{};
+    for (SANE_Word* each : {&range.min, &range.max, &range.quant})
+        *each = message.Number();
+    if (hasRange)
+        option.range = range;
+    for (size_t left = message.Count(kMostListed); left > 0; --left)
+        option.words.push_back(message.Number());
+    for (size_t left = message.Count(kMostListed); left > 0; --left)
+        option.texts.push_back(message.Text());
+    return option;
 }
 
-json ToMessage(const SANE_Parameters& parameters)
+}  // namespace
+
+void Take(MessageReader& message, std::vector<Option>& options)
 {
-    return json::array({static_cast<int>(parameters.format), parameters.last_frame != 0,
-                        parameters.bytes_per_line, parameters.pixels_per_line, parameters.lines,
-                        parameters.depth});
+    std::vector<Option> taken;
+    for (size_t left = message.Count(kMostOptions); left > 0; --left) {
+        Option option = TakeOption(message);
+        if (!IsSound(option) || (!taken.empty() && option.index <= taken.back().index))
+            throw process::Lost{process::Lost::Reason::BadMessage};
+        taken.push_back(std::move(option));
+    }
+    options = std::move(taken);
 }
 
-void FromMessage(const json& message, SANE_Parameters& parameters)
+void Put(MessageWriter& message, const SANE_Parameters& parameters)
 {
-    parameters.format = EnumeratorOf<SANE_Frame>(message.at(0));
-    parameters.last_frame = message.at(1).get<bool>() ? SANE_TRUE : SANE_FALSE;
-    message.at(2).get_to(parameters.bytes_per_line);
-    message.at(3).get_to(parameters.pixels_per_line);
-    message.at(4).get_to(parameters.lines);
-    message.at(5).get_to(parameters.depth);
+    message.Number(parameters.format).Number(parameters.last_frame).Number(parameters.bytes_per_line);
+    message.Number(parameters.pixels_per_line).Number(parameters.lines).Number(parameters.depth);
+}
+
+void Take(MessageReader& message, SANE_Parameters& parameters)
+{
+    parameters.format = EnumeratorOf<SANE_Frame>(message.Number());
+    parameters.last_frame = message.Flag() ? SANE_TRUE : SANE_FALSE;
+    for (SANE_Int* each :
+         {&parameters.bytes_per_line, &parameters.pixels_per_line, &parameters.lines, &parameters.depth})
+        *each = message.Number();
 }
 
 }  // namespace vorn::sane

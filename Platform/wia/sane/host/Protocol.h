@@ -2,19 +2,19 @@
  * @file Protocol.h
  * What the driver host process and the application say to each other.
  *
- * The application sends a request {"id", "do", ...}, the host answers {"id", "status", ...} with SANE's status. One request
- * is under way at a time, but for "cancel", which may follow a "start" or a "read" that has not been answered.
+ * The application sends requests, each with a number that its answer repeats, and the host answers with SANE's status. One request
+ * is under way at a time, but for a Cancel, which may follow a Start or a Read that has not been answered.
  *
- * | do           | asks for                     | the answer has                                                |
- * | ------------ | ---------------------------- | ------------------------------------------------------------- |
- * | "search"     | "local": only on this machine | "devices"                                                    |
- * | "open"       | "name"                       | "options": all                                                |
- * | "set"        | "index", "value" (of a button none) | "options": all that may have changed, "all": of the device |
- * | "get"        | "index"                      | "value"                                                       |
- * | "parameters" |                              | "parameters"                                                  |
- * | "start"      |                              | "parameters"                                                  |
- * | "read"       |                              | at the end of the frame; its lines come through the ring      |
- * | "cancel"     |                              |                                                               |
+ * | Request    | asks with                               | after the status the answer has                          |
+ * | ---------- | --------------------------------------- | -------------------------------------------------------- |
+ * | Search     | whether on this machine only            | the scanners                                             |
+ * | Open       | the name                                | all options                                              |
+ * | Set        | the index, whether a value, the value   | whether all options follow, those that may have changed  |
+ * | Get        | the index                               | the value                                                |
+ * | Parameters |                                         | the parameters                                           |
+ * | Start      |                                         | the parameters                                           |
+ * | Read       |                                         | nothing, at the end of the frame; its lines come through the ring |
+ * | Cancel     |                                         | nothing                                                  |
  *
  * The ring is shared memory in slots of whole lines. The host fills them in turn and sends the number of bytes of each over
  * a socket of its own; a byte in the other direction gives a slot back.
@@ -28,9 +28,12 @@
 #include <vector>
 
 #include <sane/sane.h>
-#include <nlohmann/json_fwd.hpp>
+
+#include "../../../process/Channel.h"
 
 namespace vorn::sane {
+
+enum class Request : int32_t { Search, Open, Set, Get, Parameters, Start, Read, Cancel };
 
 /** Where the host finds what the application passes to it. */
 enum PassedDescriptor { kControl = 3, kRing = 4, kRingMemory = 5 };
@@ -52,6 +55,7 @@ constexpr SANE_Int kMostOptions = 2048;
 constexpr SANE_Int kMostValueBytes = 1024 * 1024;
 constexpr SANE_Int kMostListed = 16384;
 constexpr size_t kMostTextBytes = 4096;
+constexpr size_t kMostScanners = 1024;
 
 /** What SANE says of a scanner that it has found. */
 struct FoundScanner {
@@ -94,21 +98,20 @@ struct Option {
 /** False for an option whose type, size or lists contradict each other or are beyond all bounds. */
 bool IsSound(const Option& option) noexcept;
 
-/** The enumerator of a number, which may be any; one beyond all that SANE knows is `kUnknown` of them. */
-template <typename Enumeration>
+/** The enumerator of a number, which may be any; those beyond all that SANE knows become `kUnknown`. */
+template <typename Enumeration, int kUnknown = 7>
 Enumeration EnumeratorOf(int number) noexcept
 {
-    constexpr int kUnknown = 7;
     return static_cast<Enumeration>(number >= 0 && number < kUnknown ? number : kUnknown);
 }
 
-nlohmann::json ToMessage(const FoundScanner& found);
-nlohmann::json ToMessage(const Option& option);
-nlohmann::json ToMessage(const SANE_Parameters& parameters);
+void Put(process::MessageWriter& message, const std::vector<FoundScanner>& found);
+void Put(process::MessageWriter& message, const std::vector<Option>& options);
+void Put(process::MessageWriter& message, const SANE_Parameters& parameters);
 
-// Each throws nlohmann::json::exception for a message that is none.
-void FromMessage(const nlohmann::json& message, FoundScanner& found);
-void FromMessage(const nlohmann::json& message, Option& option);
-void FromMessage(const nlohmann::json& message, SANE_Parameters& parameters);
+// Each throws process::Lost for a message that has no such thing, or one that is not sound.
+void Take(process::MessageReader& message, std::vector<FoundScanner>& found);
+void Take(process::MessageReader& message, std::vector<Option>& options);
+void Take(process::MessageReader& message, SANE_Parameters& parameters);
 
 }  // namespace vorn::sane

@@ -8,8 +8,6 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include <nlohmann/json.hpp>
-
 #include "../../../process/Channel.h"
 #include "PageSender.h"
 #include "Watchdog.h"
@@ -18,8 +16,9 @@ namespace vorn::sane {
 
 namespace {
 
-using nlohmann::json;
 using process::Descriptor;
+using process::MessageReader;
+using process::MessageWriter;
 
 /** A driver that never stops allocating gets no more than this. */
 constexpr rlim_t kAddressSpace = rlim_t{4} << 30;
@@ -57,9 +56,12 @@ public:
     void Serve()
     try {
         for (;;) {
-            const json request = channel_.Receive(process::Clock::time_point::max());
-            json answer{{"id", request.at("id")}};
-            answer["status"] = static_cast<int>(Answer(request, answer));
+            MessageReader request = channel_.Receive(process::Clock::time_point::max());
+            const int32_t number = request.Number();
+            MessageWriter rest;
+            const SANE_Status status = Answer(request, rest);
+            MessageWriter answer;
+            answer.Number(number).Number(status).Append(rest);
             channel_.Send(answer, process::Clock::time_point::max());
         }
     } catch (const process::Lost&) {
@@ -67,91 +69,86 @@ public:
     }
 
 private:
-    SANE_Status Answer(const json& request, json& answer)
+    SANE_Status Answer(MessageReader& request, MessageWriter& answer)
     {
-        const auto& what = request.at("do").get_ref<const std::string&>();
-        if (what == "search")
-            return Search(request.at("local"), answer);
-        if (what == "open")
-            return Open(request.at("name"), answer);
+        const auto what = static_cast<Request>(request.Number());
+        if (what == Request::Search)
+            return Search(request.Flag(), answer);
+        if (what == Request::Open)
+            return Open(request.Text(), answer);
         if (!driver_.Handle())
             return SANE_STATUS_INVAL;
-        if (what == "set")
-            return Set(request, answer);
-        if (what == "get")
-            return Get(request.at("index"), answer);
-        if (what == "parameters")
-            return Parameters(answer);
-        if (what == "start")
-            return Start(answer);
-        if (what == "read")
-            return Read();
-        driver_.Cancel();
-        return SANE_STATUS_GOOD;
+        switch (what) {
+            case Request::Set:
+                return Set(request, answer);
+            case Request::Get:
+                return Get(request.Number(), answer);
+            case Request::Parameters:
+                return Parameters(answer);
+            case Request::Start:
+                return Start(answer);
+            case Request::Read:
+                return Read();
+            default:
+                driver_.Cancel();
+                return SANE_STATUS_GOOD;
+        }
     }
 
-    SANE_Status Search(bool local, json& answer)
+    SANE_Status Search(bool local, MessageWriter& answer)
     {
         std::vector<FoundScanner> found;
         const SANE_Status status = driver_.Search(local, found);
-        json& devices = answer["devices"] = json::array();
-        for (const FoundScanner& each : found)
-            devices.push_back(ToMessage(each));
+        Put(answer, found);
         return status;
     }
 
-    SANE_Status Open(const std::string& name, json& answer)
+    SANE_Status Open(const std::string& name, MessageWriter& answer)
     {
         const SANE_Status status = driver_.Open(name);
         if (status == SANE_STATUS_GOOD)
-            PutOptions(answer);
+            Put(answer, driver_.Options());
         return status;
-    }
-
-    void PutOptions(json& answer)
-    {
-        answer["all"] = true;
-        json& options = answer["options"] = json::array();
-        for (const Option& option : driver_.Options())
-            options.push_back(ToMessage(option));
     }
 
     /** Settings change between scans only: a batch ends. */
-    SANE_Status Set(const json& request, json& answer)
+    SANE_Status Set(MessageReader& request, MessageWriter& answer)
     {
         driver_.Cancel();
+        const SANE_Int index = request.Number();
         std::optional<RawValue> value;
-        if (const auto bytes = request.find("value"); bytes != request.end())
-            value = bytes->get_binary();
+        if (request.Flag())
+            value = request.Bytes();
         SANE_Int info = 0;
-        const SANE_Int index = request.at("index");
         const SANE_Status status = driver_.Set(index, value, info);
-        if (info & SANE_INFO_RELOAD_OPTIONS) {
-            PutOptions(answer);
-        } else if (const std::optional<Option> option = driver_.Describe(index)) {
-            answer["all"] = false;
-            answer["options"] = json::array({ToMessage(*option)});
-        }
+        const bool all = (info & SANE_INFO_RELOAD_OPTIONS) != 0;
+        std::vector<Option> changed;
+        if (all)
+            changed = driver_.Options();
+        else if (std::optional<Option> option = driver_.Describe(index))
+            changed.push_back(std::move(*option));
+        answer.Number(all);
+        Put(answer, changed);
         return status;
     }
 
-    SANE_Status Get(SANE_Int index, json& answer)
+    SANE_Status Get(SANE_Int index, MessageWriter& answer)
     {
         const std::optional<Option> option = driver_.Describe(index);
-        answer["value"] = json::binary(option ? option->value : RawValue{});
+        answer.Bytes(option ? option->value : RawValue{});
         return SANE_STATUS_GOOD;
     }
 
-    SANE_Status Parameters(json& answer)
+    SANE_Status Parameters(MessageWriter& answer)
     {
         SANE_Parameters parameters{};
         const SANE_Status status = driver_.Parameters(parameters);
         lineBytes_ = parameters.bytes_per_line;
-        answer["parameters"] = ToMessage(parameters);
+        Put(answer, parameters);
         return status;
     }
 
-    SANE_Status Start(json& answer)
+    SANE_Status Start(MessageWriter& answer)
     {
         watchdog_.BeginScan(driver_.Handle());
         const SANE_Status status = driver_.Start();
