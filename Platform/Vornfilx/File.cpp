@@ -1,12 +1,17 @@
 #include "File.h"
 
 #include <fcntl.h>
+#ifndef _WIN32
+#include <sys/file.h>
+#endif
 #include <sys/stat.h>
 #include <sys/types.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #ifdef _WIN32
 #include <io.h>
@@ -69,6 +74,21 @@ int SetSize(int file, uint64_t size) noexcept
 int FindRoom(int, uint64_t, uint64_t) noexcept
 {
     return 0;
+}
+
+/** Of a byte far behind the end, so that reading goes on meanwhile. */
+bool TryLock(int file) noexcept
+{
+    OVERLAPPED place{};
+    place.OffsetHigh = 0x40000000;
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(file));
+    return LockFileEx(handle, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0;
+}
+
+/** Nobody takes the name of a file that is open. */
+bool HasName(int, const WCHAR*) noexcept
+{
+    return true;
 }
 
 int CloseFile(int file) noexcept
@@ -147,6 +167,21 @@ int FindRoom(int file, uint64_t offset, uint64_t count) noexcept
     return done != 0 && (errno == ENOSPC || errno == EDQUOT) ? errno : 0;
 }
 
+/** A file system without locks has none to wait for. */
+bool TryLock(int file) noexcept
+{
+    return flock(file, LOCK_EX | LOCK_NB) == 0 || (errno != EWOULDBLOCK && errno != EINTR);
+}
+
+/** False when another file has taken the name since this one was opened. */
+bool HasName(int file, const WCHAR* name) noexcept
+{
+    const AnsiName path{name};
+    Status open{}, named{};
+    return path.Get() && fstat(file, &open) == 0 && stat(path.Get(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
 int CloseFile(int file) noexcept
 {
     return close(file);
@@ -215,6 +250,37 @@ int32_t File::Open(const WCHAR* name, Mode mode) noexcept
         return kind == S_IFDIR ? FIL_ERR_IS_DIRECTORY : FIL_ERR_ACCESS;
     size_ = static_cast<uint64_t>(status.st_size);
     return FIL_SUCCESS;
+}
+
+int32_t File::AwaitLock() noexcept
+{
+    constexpr auto kPatience = std::chrono::seconds{30};
+    constexpr auto kPause = std::chrono::milliseconds{10};
+    for (const auto end = std::chrono::steady_clock::now() + kPatience; !TryLock(descriptor_);) {
+        if (std::chrono::steady_clock::now() >= end)
+            return FIL_ERR_LOCKED;
+        std::this_thread::sleep_for(kPause);
+    }
+    return FIL_SUCCESS;
+}
+
+int32_t File::OpenLocked(const WCHAR* name) noexcept
+{
+    for (;;) {
+        int32_t status = Open(name, Mode::Update);
+        if (status == FIL_SUCCESS)
+            status = AwaitLock();
+        if (status != FIL_SUCCESS)
+            return status;
+        if (HasName(descriptor_, name)) {
+            Status now{};  // what it has become while others had it
+            if (GetStatus(descriptor_, now) != 0)
+                return FromErrno(errno, FIL_ERR_READ);
+            size_ = static_cast<uint64_t>(now.st_size);
+            return FIL_SUCCESS;
+        }
+        Close();
+    }
 }
 
 int32_t File::ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept

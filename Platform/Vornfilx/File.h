@@ -25,6 +25,9 @@ public:
     ~File();
 
     int32_t Open(const WCHAR* name, Mode mode) noexcept;
+    /** Opens an existing file for this process alone: others that do so wait for each other. FIL_ERR_LOCKED when it is not to be
+     * had for 30 seconds. */
+    int32_t OpenLocked(const WCHAR* name) noexcept;
 
     uint64_t Size() const noexcept { return size_; }
     int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept;
@@ -42,6 +45,8 @@ public:
     static int32_t Replace(const WCHAR* from, const WCHAR* to) noexcept;
 
 private:
+    int32_t AwaitLock() noexcept;
+
     int descriptor_ = -1;
     uint64_t size_ = 0;
 };

@@ -196,20 +196,42 @@ int32_t SaveNew(const WCHAR* name, const SaveRequest& request) noexcept
     return status == FIL_SUCCESS ? file.TakeName() : status;
 }
 
-int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
+bool IsThere(const WCHAR* name) noexcept
 {
     File file;
-    const int32_t status = file.Open(name, File::Mode::Update);
-    if (status == FIL_ERR_NOT_FOUND)
-        return SaveNew(name, request);
-    if (status != FIL_SUCCESS)
-        return status;
+    return file.Open(name, File::Mode::Read) == FIL_SUCCESS;
+}
+
+/** What a page is added to is examined whole: a page behind damage could not be reached. */
+int32_t CheckTakesPages(File& file, const Codec& codec) noexcept
+{
+    if (file.Size() == 0)
+        return FIL_SUCCESS;
     FileSource source{file};
-    const Codec* const present = file.Size() > 0 ? CodecOfContent(source) : &request.codec;
-    if (present != &request.codec)
+    const Codec* const present = CodecOfContent(source);
+    if (present != &codec)
         return present ? FIL_ERR_UNSUPPORTED : FIL_ERR_UNKNOWN_FORMAT;
-    const int32_t written = WritePage(file, request);
-    return written == FIL_SUCCESS ? file.Close() : written;
+    FilFileInfo info;
+    return Inform(source, nullptr, 1, true, info);
+}
+
+int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
+{
+    for (;;) {
+        File file;
+        int32_t status = file.OpenLocked(name);
+        if (status == FIL_ERR_NOT_FOUND) {
+            status = SaveNew(name, request);
+            if (status == FIL_ERR_ACCESS && IsThere(name))
+                continue;  // another program has made the file meanwhile: the page goes into that one
+            return status;
+        }
+        if (status == FIL_SUCCESS)
+            status = CheckTakesPages(file, request.codec);
+        if (status == FIL_SUCCESS)
+            status = WritePage(file, request);
+        return status == FIL_SUCCESS ? file.Close() : status;
+    }
 }
 
 int32_t Save(const WCHAR* name, int32_t mode, const SaveRequest& request) noexcept

@@ -48,6 +48,7 @@ extern "C" {
 #define FIL_ERR_INVALID_ARGUMENT (-2012) /**< a required pointer is null, or a value is out of its range */
 #define FIL_ERR_OUT_OF_MEMORY (-2013)    /**< no memory */
 #define FIL_ERR_IS_DIRECTORY (-2014)     /**< the name is that of a directory */
+#define FIL_ERR_LOCKED (-2015)           /**< another program keeps adding pages to the file; it is as it was */
 
 /** File formats. */
 #define FIL_FORMAT_UNKNOWN 0
@@ -142,7 +143,9 @@ VORNFILX_API int32_t FilLoadMemory(const void* buffer, BitmapHandle* bitmap, uin
 
 /** FilSave's modes. */
 #define FIL_SAVE_NEW 1      /**< the file must not exist: FIL_ERR_ACCESS when it does */
-#define FIL_SAVE_ADD_PAGE 2 /**< the bitmap becomes the file's last page; a missing file is created */
+#define FIL_SAVE_ADD_PAGE 2 /**< the bitmap becomes the file's last page; a missing file is created. Programs that add at
+                                 the same time take turns: FIL_ERR_LOCKED after waiting for 30 seconds. A file that FilInfo
+                                 refuses is refused with the same code, and stays as it is */
 #define FIL_SAVE_REPLACE 3  /**< of FilMoveFile only */
 
 /** FilSave's compressions. Which a format has depends on the system's codecs too. */

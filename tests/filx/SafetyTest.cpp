@@ -1,4 +1,6 @@
+#include <cstdlib>
 #include <memory>
+#include <random>
 #include <tuple>
 
 #include "Pictures.h"
@@ -110,6 +112,61 @@ TEST_F(Safety, AFullDiskLeavesWhatWasThere)
 }
 
 #endif
+
+TEST_F(Safety, AFileIsRefusedOrTakesThePageSoThatItCanBeReached)
+{
+    const std::pair<const char*, int32_t> kFiles[] = {
+        {"pages.tif", FIL_FORMAT_TIFF}, {"pages.pdf", FIL_FORMAT_PDF}, {"others.pdf", FIL_FORMAT_PDF}};
+    for (const auto& [file, format] : kFiles) {
+        const bool others = std::string{file} == "others.pdf";
+        const WString name = Name(others ? "made.pdf" : file);
+        for (uint32_t page = 1; page <= 3; ++page)
+            ASSERT_EQ(Save(name, Picture{8, 8, 8, KRN_VIEW_BOTTOM_LEFT, page}, format), FIL_SUCCESS);
+        const std::filesystem::path folderPath = folder.Path();
+#ifdef _WIN32
+        if (others)
+            continue;
+#endif
+        if (others && std::system(("cd '" + folderPath.string() +
+                                   "' && qpdf --object-streams=generate made.pdf others.pdf")
+                                      .c_str()) != 0)
+            continue;  // qpdf is not installed
+        const std::string sound = BytesOf(folderPath / file);
+        std::mt19937 random{1};
+        int refused = 0, taken = 0;
+        for (int run = 0; run < 400; ++run) {
+            std::string bytes = sound;
+            for (size_t places = 1 + random() % 3; places > 0; --places) {
+                const size_t at = random() % bytes.size();
+                if (random() % 4 == 0)
+                    bytes.resize(std::max<size_t>(1, at));
+                else
+                    bytes[std::min(at, bytes.size() - 1)] = static_cast<char>(random());
+            }
+            WriteBytes(folderPath / "mutated", bytes);
+            const WString mutated = Name("mutated");
+            FilFileInfo before{}, after{};
+            FilInfo(mutated.c_str(), &before, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
+            if (Save(mutated, Picture{9, 9, 8}, format) != FIL_SUCCESS) {
+                ++refused;
+                ASSERT_TRUE(BytesOf(folderPath / "mutated") == bytes) << file << ", run " << run;
+                continue;
+            }
+            ++taken;
+            ASSERT_EQ(FilInfo(mutated.c_str(), &after, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr),
+                      FIL_SUCCESS)
+                << file << ", run " << run;
+            ASSERT_EQ(after.pageCount, before.pageCount + 1) << file << ", run " << run;
+            Picture last;
+            if (format == FIL_FORMAT_TIFF) {
+                ASSERT_EQ(Load(mutated, last, after.pageCount), FIL_SUCCESS) << run;
+                EXPECT_EQ(last.record.width, 9u);
+            }
+        }
+        EXPECT_GT(refused, 0) << file;
+        EXPECT_GT(taken, 0) << file;
+    }
+}
 
 }  // namespace
 }  // namespace vorn::test

@@ -1,4 +1,4 @@
-/** The tool is killed at random moments while it adds pages to a file: what others read of the file then. */
+/** The tool is killed at random moments while it adds pages to a file, or several add at once: what others read then. */
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <tiffio.h>
@@ -9,6 +9,7 @@
 #include <memory>
 #include <random>
 #include <ranges>
+#include <set>
 #include <thread>
 #include <utility>
 
@@ -152,6 +153,58 @@ TEST_F(Kills, WhilePagesAreAddedLoseNothing)
         fs::remove(folder.Path() / "out" / road.arguments.back());
     }
     EXPECT_GT(torn, 0) << "no kill came while a page was added";
+}
+
+/** Tools that write at the same time, each with a folder of its own for what it says. */
+class Writers : public Kills {
+protected:
+    std::vector<ToolResult> RunSideBySide(const Arguments& arguments) const
+    {
+        constexpr int kWriters = 8;
+        std::vector<ToolRun> tools;
+        for (int writer = 0; writer < kWriters; ++writer) {
+            const fs::path own = folder.Path() / std::to_string(writer);
+            fs::create_directories(own / "tmp");
+            fs::create_directories(own / "out");
+            tools.emplace_back(own, Arguments{"-d", "virtual:scanner", "--dpi", "75"} + arguments);
+        }
+        std::vector<ToolResult> results;
+        for (ToolRun& tool : tools)
+            results.push_back(tool.Wait());
+        return results;
+    }
+};
+
+TEST_F(Writers, OfOneFileTakeTurnsAndLoseNoPage)
+{
+    const std::pair<const char*, bool (*)(const fs::path&, Pages&)> kFormats[] = {{"a.pdf", PagesOfPdf},
+                                                                                  {"a.tif", PagesOfTiff}};
+    for (const auto& [name, read] : kFormats) {
+        const fs::path file = folder.Path() / "out" / name;
+        size_t successes = 0;
+        for (int round = 0; round < 5; ++round) {
+            for (const ToolResult& result : RunSideBySide({"--append", "-o", file})) {
+                EXPECT_EQ(result.exitCode, 0) << result.err;
+                successes += result.exitCode == 0;
+            }
+            Pages pages;
+            EXPECT_TRUE(read(file, pages)) << name << ", round " << round;
+            EXPECT_EQ(pages.size(), successes) << name << ", round " << round;
+        }
+    }
+}
+
+TEST_F(Writers, OfOneNameEachTakeTheNextFreeOne)
+{
+    for (const char* name : {"page.png", "page.tif", "page.pdf", "page.bmp"}) {
+        std::set<std::string> named;
+        for (const ToolResult& result : RunSideBySide({"-o", folder.Path() / "out" / name})) {
+            EXPECT_EQ(result.exitCode, 0) << result.err;
+            named.insert(result.out);
+        }
+        EXPECT_EQ(named.size(), 8u) << name;
+    }
+    EXPECT_EQ(NamesIn(folder.Path() / "out").size(), 4 * 8u);
 }
 
 }  // namespace

@@ -61,6 +61,8 @@ constexpr StatusText kStatusTexts[] = {
     {FIL_ERR_OUT_OF_MEMORY, ExitCode::InputOutput, "not enough memory; try a lower resolution"},
     {FIL_ERR_INVALID_ARGUMENT, ExitCode::InputOutput, "there is no picture to save"},
     {FIL_ERR_IS_DIRECTORY, ExitCode::InputOutput, "this is a directory"},
+    {FIL_ERR_LOCKED, ExitCode::InputOutput,
+     "another program is adding pages to the file; wait until it is done and scan the page again"},
 };
 
 }  // namespace
@@ -75,7 +77,7 @@ StatusText Describe(int32_t status)
 
 bool ConcernsFile(int32_t status)
 {
-    return status == ERR_FILE_COPY || (status <= FIL_ERR_NOT_FOUND && status >= FIL_ERR_IS_DIRECTORY);
+    return status == ERR_FILE_COPY || (status <= FIL_ERR_NOT_FOUND && status >= FIL_ERR_LOCKED);
 }
 
 void Say(const std::string& message)
