@@ -96,11 +96,6 @@ int CloseFile(int file) noexcept
     return _close(file);
 }
 
-void RemoveFile(const WCHAR* name) noexcept
-{
-    _wunlink(name);
-}
-
 int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
 {
     return _wrename(from, to);
@@ -185,12 +180,6 @@ bool HasName(int file, const WCHAR* name) noexcept
 int CloseFile(int file) noexcept
 {
     return close(file);
-}
-
-void RemoveFile(const WCHAR* name) noexcept
-{
-    if (const AnsiName path{name}; path.Get())
-        unlink(path.Get());
 }
 
 int RenameFile(const WCHAR* from, const WCHAR* to) noexcept
@@ -341,9 +330,24 @@ int32_t File::Close() noexcept
     return CloseFile(descriptor) == 0 ? FIL_SUCCESS : FromErrno(errno, FIL_ERR_WRITE);
 }
 
-void File::Remove(const WCHAR* name) noexcept
+#ifdef _WIN32
+SystemName::SystemName(const WCHAR* name) noexcept : name_{name} {}
+SystemName::~SystemName() = default;
+#else
+SystemName::SystemName(const WCHAR* name) noexcept : name_{KrnAllocAnsiCopy(name)} {}
+SystemName::~SystemName()
 {
-    RemoveFile(name);
+    KrnFreeAnsiCopy(name_);
+}
+#endif
+
+void File::Remove(const SystemName& name) noexcept
+{
+#ifdef _WIN32
+    _wunlink(name.name_);
+#else
+    unlink(name.name_);
+#endif
 }
 
 int32_t File::Rename(const WCHAR* from, const WCHAR* to) noexcept

@@ -10,6 +10,26 @@
 
 namespace vorn::fil {
 
+/** A file's name as the system takes it. Made before the file is, so that the file can be removed also when allocation fails. */
+class SystemName {
+public:
+    /** `name` is lent. */
+    explicit SystemName(const WCHAR* name) noexcept;
+    SystemName(const SystemName&) = delete;
+    SystemName& operator=(const SystemName&) = delete;
+    ~SystemName();
+
+    explicit operator bool() const noexcept { return name_ != nullptr; }
+
+private:
+    friend class File;
+#ifdef _WIN32
+    const WCHAR* name_;
+#else
+    char* name_;
+#endif
+};
+
 /** An open regular file. The only class of the library that knows the operating system. */
 class File {
 public:
@@ -38,7 +58,10 @@ public:
     /** Closes; a late write error comes out here. */
     int32_t Close() noexcept;
 
-    static void Remove(const WCHAR* name) noexcept;
+    /** Also when opening it failed after it was made. */
+    bool IsOpen() const noexcept { return descriptor_ >= 0; }
+
+    static void Remove(const SystemName& name) noexcept;
     /** Gives a file another name in its directory, which no file may have: FIL_ERR_ACCESS. */
     static int32_t Rename(const WCHAR* from, const WCHAR* to) noexcept;
     /** As Rename, in the place of a file that may have the name; its permissions stay. */

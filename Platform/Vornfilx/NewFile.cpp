@@ -29,7 +29,7 @@ NewFile::~NewFile()
 {
     file_.Close();
     if (made_)
-        File::Remove(sibling_.c_str());
+        File::Remove(*systemName_);
 }
 
 int32_t NewFile::Create(const WCHAR* name) noexcept
@@ -39,9 +39,10 @@ try {
     int32_t status = FIL_ERR_ACCESS;
     for (uint32_t attempt = 0; attempt < kAttempts && status == FIL_ERR_ACCESS; ++attempt) {
         sibling_ = SiblingOf(name, this, attempt);
-        status = file_.Open(sibling_.c_str(), File::Mode::CreateNew);
+        systemName_.emplace(sibling_.c_str());
+        status = *systemName_ ? file_.Open(sibling_.c_str(), File::Mode::CreateNew) : FIL_ERR_OUT_OF_MEMORY;
     }
-    made_ = status == FIL_SUCCESS;
+    made_ = file_.IsOpen();
     return status;
 } catch (const std::bad_alloc&) {
     return FIL_ERR_OUT_OF_MEMORY;

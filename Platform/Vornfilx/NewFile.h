@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <optional>
+
 #include "File.h"
 #include "com.h"
 
@@ -29,6 +31,7 @@ public:
 private:
     const WCHAR* name_ = nullptr;
     WString sibling_;
+    std::optional<SystemName> systemName_;  ///< of the sibling
     File file_;
     bool made_ = false;
 };

@@ -53,6 +53,13 @@ public:
         return ftruncate(Number(), static_cast<off_t>(size.QuadPart)) == 0 ? S_OK : ResultFromErrno(errno);
     }
 
+    /** Some file systems report only when a descriptor is closed that something was not written: a copy serves. */
+    HRESULT STDMETHODCALLTYPE Commit(DWORD) override
+    {
+        Descriptor copy{fcntl(Number(), F_DUPFD_CLOEXEC, 0)};
+        return copy && copy.Close() ? S_OK : ResultFromErrno(errno);
+    }
+
     HRESULT STDMETHODCALLTYPE Stat(STATSTG* stat, DWORD flags) override
     {
         if (!stat)

@@ -18,7 +18,7 @@ public:
                                      ULARGE_INTEGER* written) final;
 
     /** Nothing is held back, so there is nothing to commit and nothing to take back. */
-    HRESULT STDMETHODCALLTYPE Commit(DWORD) final { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Commit(DWORD) override { return S_OK; }
     HRESULT STDMETHODCALLTYPE Revert() final { return S_OK; }
 
     /** Regions are not locked; Stat says so. */

@@ -166,5 +166,33 @@ TEST_F(Tool, APageForWhichMemoryFailsIsAnError)
     }
 }
 
+#ifdef VORN_FAILING_FILES
+TEST_F(Tool, AFileThatCannotBeFinishedIsAnErrorAndLeavesNothingBehind)
+{
+    setenv("LD_PRELOAD", VORN_FAILING_FILES, 1);
+    for (const char* call : {"close", "fstat", "open", "write"}) {
+        setenv("VORN_FAIL", call, 1);
+        for (const std::string name : {"a.tif", "a.png", "a.jpg", "a.pdf", "a.bmp"}) {
+            for (const bool overwrite : {false, true}) {
+                SCOPED_TRACE(std::string{call} + " " + name + (overwrite ? " --overwrite" : ""));
+                if (overwrite)
+                    Write(name, "as it was");
+                const ToolResult result = Run({"-d", "virtual:scanner", "--dpi", "75",
+                                               overwrite ? "--overwrite" : "--progress", "-o", name});
+                EXPECT_EQ(result.exitCode, 9) << result.err;
+                EXPECT_EQ(result.err.find("the device"), std::string::npos) << result.err;
+                EXPECT_EQ(Files(), overwrite ? Names{name} : Names{});
+                if (overwrite) {
+                    EXPECT_EQ(Read(name), "as it was");
+                }
+                fs::remove(Out() / name);
+            }
+        }
+    }
+    unsetenv("VORN_FAIL");
+    unsetenv("LD_PRELOAD");
+}
+#endif
+
 }  // namespace
 }  // namespace vorn::test

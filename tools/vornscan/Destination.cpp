@@ -135,13 +135,22 @@ void CheckAppending(const Destination& destination)
                                                  destination.format->name + " file"};
 }
 
+/** Names of what processes have open: behind /dev/stdout may be a file, but beside it is no place for one. */
+bool IsAmongDevices(const fs::path& file)
+{
+    std::error_code error;
+    const std::string folder =
+        fs::weakly_canonical(fs::absolute(file, error).parent_path(), error).string() + '/';
+    return (folder.starts_with("/dev/") && !folder.starts_with("/dev/shm/")) || folder.starts_with("/proc/");
+}
+
 void CheckExistingFile(const Destination& destination, const Options& options)
 {
     const fs::path file = ToPath(destination.fileName);
     if (fs::is_directory(file))
         throw Failure{ExitCode::InputOutput,
                       destination.fileName + ": this is a directory; name a file in it"};
-    if (fs::is_other(file))
+    if (fs::is_other(file) || IsAmongDevices(file))
         throw Failure{ExitCode::InputOutput,
                       destination.fileName + ": this is no file; image data goes to files only"};
     if ((options.append || options.overwrite) && !MayWrite(file))

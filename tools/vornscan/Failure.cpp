@@ -43,9 +43,12 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_WIA_COVER_OPEN, ExitCode::CoverOpen, "the cover is open; close it and try again"},
     {ERR_WIA_LAMP_OFF, ExitCode::InputOutput, "the lamp is off"},
     {ERR_WIA_DESTINATION, ExitCode::InputOutput,
-     "the picture cannot be written: a disk is full, the one of TMPDIR perhaps, or the directory is gone"},
+     "the page cannot be written: see that there is room on the disks of the file and of TMPDIR, and that "
+     "you may "
+     "write there"},
     {ERR_WIA_NO_DEVICE_AVAILABLE, ExitCode::Usage, "there is no such device; list the devices with -L"},
-    {ERR_ACCESS_DENIED, ExitCode::Usage, "access is denied; ask for the right to use the device"},
+    {ERR_ACCESS_DENIED, ExitCode::Usage,
+     "access is denied; ask for the right to use the device, or to write where the file is to be"},
     {ERR_NO_CHILD_ITEMS, ExitCode::Usage, "the device has nothing to acquire from"},
     {FIL_ERR_NOT_FOUND, ExitCode::InputOutput, "there is no such directory"},
     {FIL_ERR_ACCESS, ExitCode::InputOutput, "the file may not be written"},

@@ -4,21 +4,28 @@
 
 namespace vorn::wia {
 
-namespace {
-
-/** The service's own word for a disk that is full, which its callers know. */
-HRESULT InOwnWord(HRESULT result) noexcept
+HRESULT DestinationResult(HRESULT result) noexcept
 {
-    return result == STG_E_MEDIUMFULL ? WIA_ERROR_DESTINATION : result;
+    constexpr HRESULT kFacilityMask = 0x1FFF0000, kWin32 = 7 << 16;
+    const bool ofClient = result == E_OUTOFMEMORY || result == E_INVALIDARG || result == E_ACCESSDENIED;
+    const bool ofSystem = (result & kFacilityMask) == kWin32 && !ofClient;
+    return FAILED(result) && (result == STG_E_MEDIUMFULL || ofSystem) ? WIA_ERROR_DESTINATION : result;
 }
 
-}  // namespace
+HRESULT StreamSink::Keep()
+{
+    const HRESULT result = stream_.Commit(STGC_DEFAULT);
+    if (FAILED(result) && result != E_NOTIMPL)
+        return DestinationResult(result);
+    kept_ = size_;
+    return S_OK;
+}
 
 HRESULT StreamSink::SetSize(uint64_t size)
 {
     ULARGE_INTEGER wanted{};
     wanted.QuadPart = size;
-    return InOwnWord(stream_.SetSize(wanted));
+    return DestinationResult(stream_.SetSize(wanted));
 }
 
 HRESULT StreamSink::Begin(uint64_t totalBytes, uint32_t)
@@ -35,7 +42,7 @@ HRESULT StreamSink::WriteAll(const uint8_t* data, uint32_t size)
     while (size > 0) {
         ULONG written = 0;
         if (const HRESULT result = stream_.Write(data, size, &written); FAILED(result))
-            return InOwnWord(result);
+            return DestinationResult(result);
         if (written == 0 || written > size)
             return WIA_ERROR_DESTINATION;
         data += written;

@@ -20,6 +20,10 @@ inline uint32_t StreamChunkBytes(const Page& page) noexcept
     return page.ReadyImage() ? 1024 * 1024 : 256 * 1024;
 }
 
+/** A result of the client's stream or file as the service answers it: an error of the system there is WIA_ERROR_DESTINATION, so that it is not
+ * taken for one of the device. */
+HRESULT DestinationResult(HRESULT result) noexcept;
+
 class StreamSink final : public PageSink {
 public:
     /** Told after each write; anything but `S_OK` ends the page there. */
@@ -33,8 +37,8 @@ public:
     HRESULT Begin(uint64_t totalBytes, uint32_t headerBytes) override;
     HRESULT Write(uint64_t offset, const uint8_t* data, uint32_t size, uint32_t percent) override;
 
-    /** The pages so far are complete: their bytes stay when a later page fails. */
-    void Keep() noexcept { kept_ = size_; }
+    /** The pages so far are complete: their bytes stay when a later page fails. Fails when they were not all written. */
+    HRESULT Keep();
     uint64_t KeptBytes() const noexcept { return kept_; }
     /** Bytes of the page under way that have been written. */
     uint64_t PageBytes() const noexcept { return pageBytes_; }

@@ -48,7 +48,7 @@ public:
         if (const HRESULT result =
                 SHCreateStreamOnFileW(fileName_, STGM_CREATE | STGM_READWRITE, stream.Out());
             FAILED(result))
-            return result;
+            return DestinationResult(result);
         StreamSink sink{*stream.Get(), item_.Tree().Device(),
                         [this](uint32_t percent, uint64_t) { return Tell(IT_MSG_STATUS, percent); }};
         const HRESULT result = TransferPages(*encoder, sink, page);
@@ -68,9 +68,10 @@ private:
         HRESULT result = Tell(IT_MSG_STATUS, 0);
         while (result == S_OK) {
             result = encoder.Encode(*page, sink, StreamChunkBytes(*page));
+            if (result == S_OK)
+                result = sink.Keep();
             if (result != S_OK)
                 break;
-            sink.Keep();
             result = feed_.Next(page);
             if (result == S_FALSE)
                 return S_OK;

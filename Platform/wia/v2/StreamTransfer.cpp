@@ -88,7 +88,7 @@ HRESULT StreamTransfer::GetStream(Item& item, IStream** stream)
         return E_OUTOFMEMORY;
     const HRESULT result = callback_.GetNextStream(0, name.Get(), fullName.Get(), stream);
     if (result != S_OK)
-        return result;
+        return DestinationResult(result);
     return *stream ? S_OK : E_POINTER;
 }
 
@@ -110,9 +110,10 @@ HRESULT StreamTransfer::SendDocument(Item& item, PageEncoder& encoder)
     HRESULT result = S_OK;
     while (result == S_OK) {
         result = encoder.Encode(*page, sink, StreamChunkBytes(*page));
+        if (result == S_OK)
+            result = sink.Keep();
         if (result != S_OK)
             break;
-        sink.Keep();
         result = feed.Next(page);
         if (result == S_FALSE && told == S_OK)
             return Tell(WIA_TRANSFER_MSG_END_OF_STREAM, 100, sink.KeptBytes());
@@ -133,9 +134,10 @@ HRESULT StreamTransfer::SendPage(Item& item, PageEncoder& encoder, Page& page)
     StreamSink sink{*stream.Get(), item.Tree().Device(), [this](uint32_t percent, uint64_t bytes) {
                         return Tell(WIA_TRANSFER_MSG_STATUS, percent, bytes);
                     }};
-    if (const HRESULT result = encoder.Encode(page, sink, StreamChunkBytes(page)); result != S_OK)
-        return result;
-    return Tell(WIA_TRANSFER_MSG_END_OF_STREAM, 100, sink.PageBytes());
+    HRESULT result = encoder.Encode(page, sink, StreamChunkBytes(page));
+    if (result == S_OK)
+        result = sink.Keep();
+    return result == S_OK ? Tell(WIA_TRANSFER_MSG_END_OF_STREAM, 100, sink.PageBytes()) : result;
 }
 
 }  // namespace vorn::wia
