@@ -3,6 +3,7 @@
  * file transfers, and puts the device's properties back.
  */
 #include <algorithm>
+#include "Vornfilx.h"
 
 #include "CallbackObjects.h"
 #include "Internal.h"
@@ -369,7 +370,11 @@ int32_t Acquisition::ChooseOutputName()
         DeleteFileW(workingName_);
     if (options_.multiPageFile && !options_.appendToFile && !options_.overwriteFile)
         return MakeUniqueFileName(workingName_);
-    return SUCCESS;
+    // A page behind damage could not be reached: better no scan than a page that is lost.
+    FilFileInfo info{};
+    const bool damaged = options_.appendToFile && FilInfo(workingName_, &info, FIL_INFO_SIZE,
+                                                          FIL_INFO_COUNT_PAGES, nullptr) == FIL_ERR_CORRUPT;
+    return damaged ? FIL_ERR_CORRUPT : SUCCESS;
 }
 
 int32_t Acquisition::TransferPages(ItemTransfer& target)

@@ -121,7 +121,8 @@ void CheckAppending(const Destination& destination)
 {
     const int32_t wanted = SavedAs(*destination.format);
     FilFileInfo info{};
-    const int32_t status = FilInfo(destination.wideName.c_str(), &info, FIL_INFO_SIZE, 0, nullptr);
+    const int32_t status =
+        FilInfo(destination.wideName.c_str(), &info, FIL_INFO_SIZE, FIL_INFO_COUNT_PAGES, nullptr);
     const bool damaged = status == FIL_ERR_CORRUPT;
     if (wanted == FIL_FORMAT_PDF && (damaged || status == FIL_ERR_UNSUPPORTED))
         throw Failure{ExitCode::InputOutput,
