@@ -3,10 +3,10 @@
  * file transfers, and puts the device's properties back.
  */
 #include <algorithm>
-#include "Vornfilx.h"
 
 #include "CallbackObjects.h"
 #include "Internal.h"
+#include "Vornfilx.h"
 
 namespace vorn {
 

@@ -77,12 +77,13 @@ int FindRoom(int, uint64_t, uint64_t) noexcept
 }
 
 /** Of a byte far behind the end, so that reading goes on meanwhile. */
-bool TryLock(int file) noexcept
+bool TryLock(int file, bool exclusive) noexcept
 {
     OVERLAPPED place{};
     place.OffsetHigh = 0x40000000;
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(file));
-    return LockFileEx(handle, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place) != 0;
+    return LockFileEx(handle, (exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0) | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0,
+                      &place) != 0;
 }
 
 /** Nobody takes the name of a file that is open. */
@@ -163,9 +164,10 @@ int FindRoom(int file, uint64_t offset, uint64_t count) noexcept
 }
 
 /** A file system without locks has none to wait for. */
-bool TryLock(int file) noexcept
+bool TryLock(int file, bool exclusive) noexcept
 {
-    return flock(file, LOCK_EX | LOCK_NB) == 0 || (errno != EWOULDBLOCK && errno != EINTR);
+    return flock(file, (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) == 0 ||
+           (errno != EWOULDBLOCK && errno != EINTR);
 }
 
 /** False when another file has taken the name since this one was opened. */
@@ -241,11 +243,11 @@ int32_t File::Open(const WCHAR* name, Mode mode) noexcept
     return FIL_SUCCESS;
 }
 
-int32_t File::AwaitLock() noexcept
+int32_t File::AwaitLock(bool exclusive) noexcept
 {
     constexpr auto kPatience = std::chrono::seconds{30};
     constexpr auto kPause = std::chrono::milliseconds{10};
-    for (const auto end = std::chrono::steady_clock::now() + kPatience; !TryLock(descriptor_);) {
+    for (const auto end = std::chrono::steady_clock::now() + kPatience; !TryLock(descriptor_, exclusive);) {
         if (std::chrono::steady_clock::now() >= end)
             return FIL_ERR_LOCKED;
         std::this_thread::sleep_for(kPause);
@@ -253,12 +255,12 @@ int32_t File::AwaitLock() noexcept
     return FIL_SUCCESS;
 }
 
-int32_t File::OpenLocked(const WCHAR* name) noexcept
+int32_t File::OpenLocked(const WCHAR* name, Mode mode) noexcept
 {
     for (;;) {
-        int32_t status = Open(name, Mode::Update);
+        int32_t status = Open(name, mode);
         if (status == FIL_SUCCESS)
-            status = AwaitLock();
+            status = AwaitLock(mode == Mode::Update);
         if (status != FIL_SUCCESS)
             return status;
         if (HasName(descriptor_, name)) {

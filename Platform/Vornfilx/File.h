@@ -45,9 +45,9 @@ public:
     ~File();
 
     int32_t Open(const WCHAR* name, Mode mode) noexcept;
-    /** Opens an existing file for this process alone: others that do so wait for each other. FIL_ERR_LOCKED when it is not to be
-     * had for 30 seconds. */
-    int32_t OpenLocked(const WCHAR* name) noexcept;
+    /** Opens an existing file, with Mode::Update for this process alone, with Mode::Read while nobody updates it. FIL_ERR_LOCKED
+     * when it is not to be had for 30 seconds. */
+    int32_t OpenLocked(const WCHAR* name, Mode mode) noexcept;
 
     uint64_t Size() const noexcept { return size_; }
     int32_t ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept;
@@ -68,7 +68,7 @@ public:
     static int32_t Replace(const WCHAR* from, const WCHAR* to) noexcept;
 
 private:
-    int32_t AwaitLock() noexcept;
+    int32_t AwaitLock(bool exclusive) noexcept;
 
     int descriptor_ = -1;
     uint64_t size_ = 0;

@@ -219,7 +219,7 @@ int32_t AddPage(const WCHAR* name, const SaveRequest& request) noexcept
 {
     for (;;) {
         File file;
-        int32_t status = file.OpenLocked(name);
+        int32_t status = file.OpenLocked(name, File::Mode::Update);
         if (status == FIL_ERR_NOT_FOUND) {
             status = SaveNew(name, request);
             if (status == FIL_ERR_ACCESS && IsThere(name))
@@ -272,11 +272,19 @@ int32_t FilInfo(const WCHAR* fileName, FilFileInfo* info, uint32_t infoSize, uin
 {
     if (!fileName || !info || infoSize != FIL_INFO_SIZE || !AreOptionsValid(options))
         return FIL_ERR_INVALID_ARGUMENT;
-    File file;
-    if (const int32_t status = file.Open(fileName, File::Mode::Read); status != FIL_SUCCESS)
-        return status;
-    FileSource source{file};
-    return Inform(source, fileName, PageOf(options), (flags & FIL_INFO_COUNT_PAGES) != 0, *info);
+    // What looks damaged may only be an update under way.
+    for (const bool locked : {false, true}) {
+        File file;
+        int32_t status =
+            locked ? file.OpenLocked(fileName, File::Mode::Read) : file.Open(fileName, File::Mode::Read);
+        if (status != FIL_SUCCESS)
+            return status;
+        FileSource source{file};
+        status = Inform(source, fileName, PageOf(options), (flags & FIL_INFO_COUNT_PAGES) != 0, *info);
+        if (status != FIL_ERR_CORRUPT)
+            return status;
+    }
+    return FIL_ERR_CORRUPT;
 }
 
 int32_t FilLoad(const WCHAR* fileName, BitmapHandle* bitmap, uint32_t bitmapSize, uint32_t bitsPerPixel,
