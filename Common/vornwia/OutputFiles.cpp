@@ -53,13 +53,19 @@ int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
 int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options, SourceFile then)
 {
     ++g_processState.savedFileCounter;
-    if (!options.overwriteFile) {
+    const auto copy = then == SourceFile::Goes ? PassFileW : CopyFileW;
+    if (options.overwriteFile)
+        return copy(source, destination, FALSE) ? SUCCESS : ERR_FILE_COPY;
+    // Another process may take a name at any moment: whether it is free is known only when it is ours.
+    for (;;) {
         if (const int32_t status = MakeUniqueFileName(destination); status != SUCCESS)
             return status;
+        if (copy(source, destination, TRUE))
+            return SUCCESS;
+        if (GetLastError() != ERROR_FILE_EXISTS || !FileExists(destination))  // a link to nothing looks free
+            return ERR_FILE_COPY;
+        KrnMemCopy(destination, options.fileName, sizeof options.fileName);
     }
-    const BOOL copied =
-        then == SourceFile::Goes ? PassFileW(source, destination) : CopyFileW(source, destination, FALSE);
-    return copied ? SUCCESS : ERR_FILE_COPY;
 }
 
 /** Makes room for `count` names. Without memory there is no list: a caller would read past a shorter one. */

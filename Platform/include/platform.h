@@ -23,9 +23,9 @@
 #include "wia2.h"
 
 /** As in winfiles.h. A file that is moved would keep the access list of the directory it comes from. */
-inline BOOL PassFileW(LPCWSTR existing, LPCWSTR destination) noexcept
+inline BOOL PassFileW(LPCWSTR existing, LPCWSTR destination, BOOL failIfExists) noexcept
 {
-    return CopyFileW(existing, destination, FALSE);
+    return CopyFileW(existing, destination, failIfExists);
 }
 #else
 #include "ole.h"

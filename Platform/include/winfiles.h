@@ -70,10 +70,10 @@ DWORD GetTempPathW(DWORD capacity, WCHAR* buffer) noexcept;
 BOOL CopyFileW(LPCWSTR existing, LPCWSTR copy, BOOL failIfExists) noexcept;
 
 /**
- * As CopyFileW that may replace the destination, from a file that the caller is done with: it becomes the destination
- * where both are on one file system, and else stays.
+ * As CopyFileW, from a file that the caller is done with: it becomes the destination where both are on one file system,
+ * and else stays.
  */
-BOOL PassFileW(LPCWSTR existing, LPCWSTR destination) noexcept;
+BOOL PassFileW(LPCWSTR existing, LPCWSTR destination, BOOL failIfExists) noexcept;
 
 BOOL DeleteFileW(LPCWSTR name) noexcept;
 

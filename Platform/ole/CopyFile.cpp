@@ -79,6 +79,19 @@ bool CopyContent(int source, int target)
     }
 }
 
+/** Gives a file another name; `errno` tells about a failure. */
+bool Rename(const std::string& from, const std::string& to, bool failIfExists)
+{
+    if (!failIfExists)
+        return rename(from.c_str(), to.c_str()) == 0;
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    // A file system that cannot rename so can link.
+    return link(from.c_str(), to.c_str()) == 0 && unlink(from.c_str()) == 0;
+}
+
 /** A new file beside the destination, which disappears unless it takes the destination's place. */
 class Sibling {
 public:
@@ -109,7 +122,7 @@ public:
     {
         if (!descriptor_.Close())
             return false;
-        if (failIfExists ? !BecomeNew(destination) : rename(name_.c_str(), destination.c_str()) != 0)
+        if (!Rename(name_, destination, failIfExists))
             return false;
         exists_ = false;
         return true;
@@ -124,15 +137,6 @@ private:
         char digits[17];
         std::snprintf(digits, sizeof(digits), "%016llx", static_cast<unsigned long long>(random));
         return digits;
-    }
-
-    bool BecomeNew(const std::string& destination)
-    {
-        if (renameat2(AT_FDCWD, name_.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
-            return true;
-        if (errno != EINVAL && errno != ENOSYS)
-            return false;
-        return link(name_.c_str(), destination.c_str()) == 0 && unlink(name_.c_str()) == 0;
     }
 
     const std::string prefix_;
@@ -199,10 +203,11 @@ bool MayReplace(const std::string& destination, const struct stat& existing, con
 enum class Source { Stays, Goes };
 
 /** The source itself takes the destination's place; false when that cannot be, and all is as it was. */
-bool Move(const std::string& from, int source, const std::string& destination, const struct stat* replaced)
+bool Move(const std::string& from, int source, const std::string& destination, const struct stat* replaced,
+          bool failIfExists)
 {
     return (!replaced || (S_ISREG(replaced->st_mode) && TakeOverPermissions(source, *replaced))) &&
-           rename(from.c_str(), destination.c_str()) == 0;
+           Rename(from, destination, failIfExists);
 }
 
 BOOL Copy(const std::string& from, const std::string& to, bool failIfExists, Source then)
@@ -220,7 +225,8 @@ BOOL Copy(const std::string& from, const std::string& to, bool failIfExists, Sou
         return FALSE;
     if (replaces && !S_ISREG(existing.st_mode))
         return CopyInto(source.Get(), destination);
-    if (then == Source::Goes && Move(from, source.Get(), destination, replaces ? &existing : nullptr))
+    if (then == Source::Goes &&
+        Move(from, source.Get(), destination, replaces ? &existing : nullptr, failIfExists))
         return TRUE;
 
     Sibling sibling{destination};
@@ -252,7 +258,7 @@ BOOL CopyFileW(LPCWSTR existing, LPCWSTR copy, BOOL failIfExists) noexcept
     return CopyNamed(existing, copy, failIfExists != FALSE, Source::Stays);
 }
 
-BOOL PassFileW(LPCWSTR existing, LPCWSTR destination) noexcept
+BOOL PassFileW(LPCWSTR existing, LPCWSTR destination, BOOL failIfExists) noexcept
 {
-    return CopyNamed(existing, destination, false, Source::Goes);
+    return CopyNamed(existing, destination, failIfExists != FALSE, Source::Goes);
 }

@@ -92,10 +92,15 @@ TEST_F(SystemFiles, CopyGoesThroughALinkAndThroughASpecialSource)
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
 
     fs::permissions(In("real"), fs::perms{0604});
-    EXPECT_TRUE(PassFileW(Wide(In("from")).c_str(), Wide(In("link")).c_str()));
+    EXPECT_TRUE(PassFileW(Wide(In("from")).c_str(), Wide(In("link")).c_str(), FALSE));
     EXPECT_TRUE(fs::is_symlink(In("link")));
     EXPECT_EQ(BytesOf(In("real")), "new");
     EXPECT_EQ(fs::status(In("real")).permissions(), fs::perms{0604});
+    WriteBytes(In("late"), "of another process");
+    EXPECT_FALSE(PassFileW(Wide(In("late")).c_str(), Wide(In("real")).c_str(), TRUE));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FILE_EXISTS));
+    EXPECT_EQ(BytesOf(In("real")), "new");
+    fs::remove(In("late"));
     EXPECT_EQ(All(), (Names{"link", "real"})) << "copied where it could have been moved";
 }
 
