@@ -14,6 +14,16 @@ vorn_headers_of(CLI11::CLI11 CLI)
 vorn_headers_of(nlohmann_json::nlohmann_json nlohmann)
 set(CLI11_FOUND ON)
 
+# The codecs' libraries for this system. What static ones need in turn is not told by those who find them.
+set(codecs ${PROJECT_SOURCE_DIR}/build/mingw-libs)
+if(NOT EXISTS ${codecs}/stamp)
+  message(FATAL_ERROR "The image codecs for Windows are not built: run cmake/mingw-libs.sh build/mingw-libs first.")
+endif()
+find_package(ZLIB REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(TIFF REQUIRED)
+set_property(TARGET TIFF::TIFF APPEND PROPERTY INTERFACE_LINK_LIBRARIES JPEG::JPEG ZLIB::ZLIB)
+
 if(VORN_BUILD_TESTS)
   find_path(googletest_sources googletest/CMakeLists.txt PATHS /usr/src/googletest
             NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)

@@ -24,7 +24,7 @@ foreach(library IN LISTS vorn_libraries)
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
     INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 endforeach()
-foreach(library IN ITEMS vornjpegpng vornpdf vorntiff vornvideo vornwindow)  # loaded, never linked
+foreach(library IN ITEMS vornpdf vornvideo vornwindow)  # loaded, never linked
   if(TARGET ${library})
     set_target_properties(${library} PROPERTIES
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}

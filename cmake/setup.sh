@@ -4,7 +4,7 @@
 video_packages='libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x libx11-dev'
 tool_packages="cmake g++ ninja-build libcli11-dev libjpeg-dev libpng-dev libqpdf-dev libsane-dev libtiff-dev nlohmann-json3-dev pkg-config $video_packages"
 check_packages="$tool_packages libbenchmark-dev libgtest-dev sane-utils xvfb poppler-utils qpdf"
-windows_packages='cmake ninja-build g++-mingw-w64-x86-64-posix googletest imagemagick libcli11-dev nlohmann-json3-dev poppler-utils wine wine64'
+windows_packages="$tool_packages dpkg-dev g++-mingw-w64-x86-64-posix googletest imagemagick libz-mingw-w64-dev nasm poppler-utils qpdf wine wine64"
 
 root=$(dirname "$(readlink -f "$0")")
 
@@ -81,6 +81,15 @@ configure()
         </dev/null >"$log" 2>&1 || fail 'configuring failed.' "$log"
 }
 
+# Builds the codecs' libraries for Windows, unless they are there.
+build_mingw_libs()
+{
+    log=$root/build/mingw-libs.log
+    [ -f "$root/build/mingw-libs/stamp" ] || say 'building the image codecs for Windows, which takes some minutes...'
+    "$root/cmake/mingw-libs.sh" "$root/build/mingw-libs" </dev/null >"$log" 2>&1 ||
+        fail 'building the image codecs for Windows failed.' "$log"
+}
+
 # Waits a second without keeping the caller's pipes or the lock open when the job around it is stopped.
 wait_a_second()
 {
@@ -123,6 +132,7 @@ set_up()
     (
         flock 9
         install_packages "$@"
+        [ "$preset" != mingw ] || build_mingw_libs
         configure "$tests"
         build_target "$target"
     ) 9>"$root/build/.lock"

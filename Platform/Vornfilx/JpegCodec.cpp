@@ -1,8 +1,8 @@
 /*
  * JPEG, one page a file.
  */
-#include "JpegPages.h"
-#include "RowFile.h"
+#include "JpegHeader.h"
+#include "RowFileWrite.h"
 
 namespace vorn::fil {
 namespace {
@@ -29,6 +29,15 @@ public:
     std::span<const int32_t> Compressions() const noexcept override { return kCompressions; }
     int32_t WritePage(FileUpdate& file, PageRows& bitmap,
                       const SaveSettings& settings) const noexcept override;
+
+private:
+    static int32_t Write(FileUpdate& file, PageRows& bitmap, int32_t quality) noexcept
+    try {
+        std::vector<uint8_t> bytes;
+        return WriteRowFile(file, bitmap, *MakeJpegFile(RowImageOf(bitmap), bytes, quality), bytes);
+    } catch (const std::bad_alloc&) {
+        return FIL_ERR_OUT_OF_MEMORY;
+    }
 };
 
 int32_t JpegCodec::ReadInfo(ByteSource& source, uint32_t page, PageInfo& info) const noexcept
@@ -55,7 +64,7 @@ int32_t JpegCodec::WritePage(FileUpdate& file, PageRows& bitmap, const SaveSetti
         return FIL_ERR_UNSUPPORTED;
     if (bitmap.width > kLongestJpegSide || bitmap.height > kLongestJpegSide)
         return FIL_ERR_TOO_LARGE;
-    return jpeg::WritePage(file, bitmap, settings.jpegQuality);
+    return Write(file, bitmap, settings.jpegQuality);
 }
 
 const JpegCodec kCodec;

@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <utility>
 
-#include "BigEndian.h"
 #include "TiffChain.h"
 #include "TiffStoredFields.h"
 
 namespace vorn::fil::jpeg {
 namespace {
+
+constexpr uint32_t BigEndian16(const uint8_t* at) noexcept
+{
+    return static_cast<uint32_t>(at[0] << 8 | at[1]);
+}
 
 constexpr uint8_t kEndOfImage = 0xD9, kStartOfScan = 0xDA, kFill = 0xFF;
 constexpr uint8_t kApp0 = 0xE0, kApp1 = 0xE1;

@@ -22,4 +22,7 @@ struct Header {
 /** Reads up to the frame header. On success the picture is one that can be decoded, and fits a bitmap. */
 int32_t ReadHeader(ByteSource& source, Header& header) noexcept;
 
+/** As the codec's operation of this name, of a file with that header. */
+int32_t Load(ByteSource& source, const Header& header, BitmapHandle& bitmap) noexcept;
+
 }  // namespace vorn::fil::jpeg

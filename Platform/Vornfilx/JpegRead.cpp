@@ -8,7 +8,7 @@
 #include <jpeglib.h>
 
 #include "Chunks.h"
-#include "JpegPages.h"
+#include "JpegHeader.h"
 #include "LongJump.h"
 #include "Pixels.h"
 

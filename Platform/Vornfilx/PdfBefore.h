@@ -1,7 +1,7 @@
 /**
  * @file PdfBefore.h
- * What another program's PDF file tells whoever adds pages to it, and the library of ours that reads it by libqpdf.
- * That library is older C++, which the headers of libqpdf need.
+ * What another program's PDF file tells whoever adds pages to it. libqpdf reads it, from older C++, which its headers
+ * need.
  */
 #pragma once
 
@@ -26,7 +26,6 @@ struct PageArea {
 };
 
 /** Reads what all pages have in common, unless `before` is null; else the size of a page, counted from 1. */
-using ReadForeignFunction = int32_t (*)(ByteSource& source, Before* before, uint32_t page, PageArea& area);
-constexpr const char* kReadForeign = "VornReadForeignPdf";
+extern "C" int32_t VornReadExternalPdf(ByteSource& source, Before* before, uint32_t page, PageArea& area);
 
 }  // namespace vorn::fil::pdf

@@ -2,19 +2,24 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <type_traits>
 
+#ifdef VORN_PDF_LIBRARY
 #include "Sibling.h"
+#endif
 
 namespace vorn::fil::pdf {
 namespace {
 
 int32_t Read(ByteSource& source, Before* before, uint32_t page, PageArea& area)
 {
-    static constinit SiblingFunction<std::remove_pointer_t<ReadForeignFunction>> function{
-        "libvornpdf.so." VORN_SOVERSION, kReadForeign};
-    const ReadForeignFunction read = function.In(reinterpret_cast<const void*>(&Read));
+#ifdef VORN_PDF_LIBRARY
+    static constinit SiblingFunction<decltype(VornReadExternalPdf)> function{VORN_PDF_LIBRARY,
+                                                                             "VornReadExternalPdf"};
+    const auto read = function.In(reinterpret_cast<const void*>(&Read));
     return read ? read(source, before, page, area) : FIL_ERR_UNSUPPORTED;
+#else
+    return VornReadExternalPdf(source, before, page, area);
+#endif
 }
 
 /** Finds the newest table as every reader does: by the last word of its kind near the end. */

@@ -1,7 +1,6 @@
 /**
  * @file PdfForeign.h
- * PDF files that another program wrote, or changed last: what has to be known to add pages to them. Reading them is
- * the business of libqpdf, which is loaded with a library of ours when the first such file is met.
+ * PDF files that another program wrote, or changed last: what has to be known to add pages to them. libqpdf reads them.
  */
 #pragma once
 

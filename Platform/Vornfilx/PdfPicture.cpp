@@ -123,11 +123,11 @@ int32_t ChooseEncoding(const BitmapHandle& bitmap, int32_t compression, Encoding
     if (bits == 16 || bits == 32)
         return FIL_ERR_UNSUPPORTED;
     if (compression == FIL_COMPRESSION_DEFAULT)
-        compression = tones && bits == 1 && HasFaxData() ? FIL_COMPRESSION_GROUP4
-                      : tones && bits >= 8               ? FIL_COMPRESSION_JPEG
-                                                         : FIL_COMPRESSION_DEFLATE;
+        compression = tones && bits == 1   ? FIL_COMPRESSION_GROUP4
+                      : tones && bits >= 8 ? FIL_COMPRESSION_JPEG
+                                           : FIL_COMPRESSION_DEFLATE;
     const bool taken = compression == FIL_COMPRESSION_DEFLATE ||
-                       (compression == FIL_COMPRESSION_GROUP4 && tones && bits == 1 && HasFaxData()) ||
+                       (compression == FIL_COMPRESSION_GROUP4 && tones && bits == 1) ||
                        (compression == FIL_COMPRESSION_JPEG && bits >= 8 &&
                         std::max(bitmap.width, bitmap.height) <= kLongestJpegSide);
     encoding = compression == FIL_COMPRESSION_DEFLATE  ? Encoding::Deflate
@@ -157,10 +157,9 @@ int32_t WriteData(FileUpdate& update, PageRows& bitmap, Encoding encoding, int32
         return WriteFaxData(update, bitmap);
     std::vector<uint8_t> bytes;
     if (encoding == Encoding::Jpeg)
-        return WriteRowFile(update, bitmap, MakeJpegFile(RowImageOf(bitmap), bytes, jpegQuality).get(),
-                            bytes);
+        return WriteRowFile(update, bitmap, *MakeJpegFile(RowImageOf(bitmap), bytes, jpegQuality), bytes);
     PngRows rows;
-    return EncodeRows(bitmap, MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap)).get(), bytes,
+    return EncodeRows(bitmap, *MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap)), bytes,
                       [&](const std::vector<uint8_t>& piece) { return rows.Take(update, piece); });
 }
 

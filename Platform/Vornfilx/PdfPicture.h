@@ -34,8 +34,7 @@ Picture Describe(const jpeg::Header& header);
 /** Appends the whole of `picture` to the file. */
 int32_t CopyData(FileUpdate& update, ByteSource& picture);
 
-/** False where the system has no codec for Group 4: there black and white is deflated. */
-bool HasFaxData() noexcept;
+/** Appends the picture's rows as Group 4 data. May throw std::bad_alloc. */
 int32_t WriteFaxData(FileUpdate& update, PageRows& bitmap);
 
 }  // namespace vorn::fil::pdf

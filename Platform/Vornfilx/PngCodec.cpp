@@ -49,7 +49,7 @@ private:
     try {
         std::vector<uint8_t> bytes;
         const auto page = MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap));
-        return WriteRowFile(file, bitmap, page.get(), bytes);
+        return WriteRowFile(file, bitmap, *page, bytes);
     } catch (const std::bad_alloc&) {
         return FIL_ERR_OUT_OF_MEMORY;
     }

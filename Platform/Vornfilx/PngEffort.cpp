@@ -31,12 +31,12 @@ constexpr uint64_t kBandsOfPage = 1024;  ///< so that the sample costs little, h
 constexpr uint32_t kBandRows = 16;
 constexpr uint64_t kEnoughBytes = 256 * 1024;
 
-/** The bytes that a band's rows take, but for the first, which has no row above it. 0 without memory or codec. */
+/** The bytes that a band's rows take, but for the first, which has no row above it. 0 if allocation fails. */
 uint64_t MeasureBand(PageRows& bitmap, uint32_t first, uint32_t rows, const PngEffort& effort)
 {
     std::vector<uint8_t> bytes;
     const std::unique_ptr<RowFile> file = MakePngFile(RowImageOf(bitmap), bytes, effort);
-    if (!file || !file->Begin() || !WriteBitmapRows(*file, bitmap, first, 1) || !file->Flush())
+    if (!file->Begin() || !WriteBitmapRows(*file, bitmap, first, 1) || !file->Flush())
         return 0;
     const size_t before = bytes.size();
     return WriteBitmapRows(*file, bitmap, first + 1, rows - 1) && file->Flush() ? bytes.size() - before : 0;

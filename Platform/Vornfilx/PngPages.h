@@ -1,6 +1,6 @@
 /**
  * @file PngPages.h
- * Reading the page of a PNG file, and what it takes to write one: by libpng, or by what Windows has of its own.
+ * Reading the page of a PNG file by libpng, and what it takes to write one.
  */
 #pragma once
 
@@ -21,8 +21,7 @@ constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept
 }
 
 /**
- * The fastest way to a file that is hardly larger than the smallest, where the codec leaves a choice. May throw
- * std::bad_alloc.
+ * The fastest way to a file that is hardly larger than the smallest. May throw std::bad_alloc.
  */
 PngEffort ChooseEffort(PageRows& bitmap);
 

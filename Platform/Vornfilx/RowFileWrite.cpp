@@ -22,7 +22,7 @@ bool WriteBitmapRows(RowFile& file, PageRows& bitmap, uint32_t first, uint32_t c
     return rows.top && file.WriteRows(rows.top, count, rows.stride);
 }
 
-int32_t EncodeRows(PageRows& bitmap, RowFile* file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put)
 {
     const auto drain = [&](size_t least) {
@@ -32,22 +32,20 @@ int32_t EncodeRows(PageRows& bitmap, RowFile* file, std::vector<uint8_t>& bytes,
         bytes.clear();
         return status;
     };
-    if (!file)
-        return FIL_ERR_UNSUPPORTED;
-    if (!file->Begin())
+    if (!file.Begin())
         return FIL_ERR_OUT_OF_MEMORY;
     const uint32_t step =
         static_cast<uint32_t>(std::clamp<uint64_t>(kPieceBytes / bitmap.rowBytes, 1, bitmap.height));
     for (uint32_t y = 0; y < bitmap.height; y += step) {
-        if (!WriteBitmapRows(*file, bitmap, y, std::min(step, bitmap.height - y)))
+        if (!WriteBitmapRows(file, bitmap, y, std::min(step, bitmap.height - y)))
             return bitmap.Failure(FIL_ERR_OUT_OF_MEMORY);
         if (const int32_t status = drain(kPieceBytes); status != FIL_SUCCESS)
             return status;
     }
-    return file->End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
+    return file.End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
 }
 
-int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile* file, std::vector<uint8_t>& bytes)
+int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes)
 {
     return EncodeRows(bitmap, file, bytes, [&](const std::vector<uint8_t>& piece) {
         return update.WriteAt(update.Size(), piece.data(), piece.size());

@@ -19,12 +19,12 @@ bool WriteBitmapRows(RowFile& file, PageRows& bitmap, uint32_t first, uint32_t c
 
 /**
  * Encodes all of a bitmap. `bytes` are those that the file in the making appends to; `put` takes them piece by piece, and
- * what it answers other than FIL_SUCCESS ends the work. FIL_ERR_UNSUPPORTED without a file: its codec is not installed.
+ * what it answers other than FIL_SUCCESS ends the work.
  */
-int32_t EncodeRows(PageRows& bitmap, RowFile* file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put);
 
 /** The same into the end of a file. */
-int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile* file, std::vector<uint8_t>& bytes);
+int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes);
 
 }  // namespace vorn::fil

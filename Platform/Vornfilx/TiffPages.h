@@ -1,6 +1,6 @@
 /**
  * @file TiffPages.h
- * Reading and writing the pages of a TIFF file: by libtiff, or by what Windows has of its own.
+ * Reading and writing the pages of a TIFF file by libtiff.
  */
 #pragma once
 

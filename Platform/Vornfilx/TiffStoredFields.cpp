@@ -2,10 +2,22 @@
 
 #include <cmath>
 
-#include "TiffFields.h"
+#include "TiffNumbers.h"
 
 namespace vorn::fil::tiff {
 namespace {
+
+enum class Tag : uint16_t {
+    BitsPerSample = 258,
+    Orientation = 274,
+    SamplesPerPixel = 277,
+    XResolution = 282,
+    YResolution = 283,
+    ResolutionUnit = 296
+};
+
+/** Bytes of the numbers that fields hold. */
+constexpr uint32_t kShort = 2, kLong = 4;
 
 /** Reads fields of one directory. */
 class FieldReader {
@@ -57,7 +69,6 @@ private:
     /** The first of a field's short numbers. */
     int32_t ReadNumber(uint64_t field, uint32_t& number) noexcept
     {
-        constexpr uint32_t kShort = NumberBytes(Type::Short);
         uint64_t count = 0, at = ValueAt(field), value = 0;
         if (const int32_t status = reader_.Read(field + 4, widths_.offset, count); status != FIL_SUCCESS)
             return status;
@@ -72,7 +83,6 @@ private:
 
     int32_t ReadFraction(uint64_t field, double& value) noexcept
     {
-        constexpr uint32_t kLong = NumberBytes(Type::Long);
         uint64_t at = ValueAt(field), above = 0, below = 0;
         if (widths_.offset < 2 * kLong)
             if (const int32_t status = reader_.Read(at, widths_.offset, at); status != FIL_SUCCESS)

@@ -1,17 +1,10 @@
 /** PDF files, as another program reads them. */
 #include <cstdio>
-#include <cstdlib>
 
 #include "Pictures.h"
 
 namespace vorn::test {
 namespace {
-
-/** Runs a program of poppler or qpdf in the test's folder. */
-int Shell(const std::filesystem::path& folder, const std::string& command)
-{
-    return std::system(("cd '" + folder.string() + "' && " + command + " >out 2>&1").c_str());
-}
 
 class Pdf : public FilesTest {
 protected:
@@ -31,10 +24,7 @@ protected:
     {
         return Ask() == FIL_SUCCESS && info.format == FIL_FORMAT_PDF ? info.pageCount : 0;
     }
-    void ExpectSound()
-    {
-        EXPECT_EQ(Shell(folder.Path(), "qpdf --check a.pdf"), 0) << BytesOf(folder.Path() / "out");
-    }
+    void ExpectSound() { EXPECT_EQ(Run("qpdf --check a.pdf"), 0) << BytesOf(folder.Path() / "out"); }
 
     FilFileInfo info{};
 };
@@ -93,16 +83,16 @@ TEST_F(Pdf, PagesOfEveryKindAreReadByOthersAsTheyWereSaved)
         EXPECT_EQ(Ask(page + 1), FIL_ERR_NO_SUCH_PAGE);
 
         const std::string number = std::to_string(page), only = " -f " + number + " -l " + number + " a.pdf";
-        ASSERT_EQ(Shell(folder.Path(), "pdfimages -tiff" + only + " p" + number), 0);
+        ASSERT_EQ(Run("pdfimages -tiff" + only + " p" + number), 0);
         Picture loaded;
         ASSERT_EQ(Load(Name(("p" + number + "-000.tif").c_str()), loaded), FIL_SUCCESS);
         // The program takes whatever two colours for black and white.
         const bool comparable =
             row.encoding != std::string_view{"jpeg"} && (row.bits > 1 || row.change != Color);
         EXPECT_EQ(comparable ? Difference(loaded, saved) : "", "");
-        Shell(folder.Path(), "pdfimages -list" + only);
+        Run("pdfimages -list" + only);
         EXPECT_NE(BytesOf(folder.Path() / "out").find(row.encoding), std::string::npos);
-        Shell(folder.Path(), "pdfinfo" + only);
+        Run("pdfinfo" + only);
         EXPECT_NE(BytesOf(folder.Path() / "out").find("79.92 x 101.28 pts"), std::string::npos);
     }
     ExpectSound();
@@ -115,7 +105,7 @@ TEST_F(Pdf, GroupsOfPagesKeepTheirOrder)
         ASSERT_EQ(Add(Picture{page, 1, 1}), FIL_SUCCESS);
     EXPECT_EQ(CountPages(), kPages);
     ExpectSound();
-    ASSERT_EQ(Shell(folder.Path(), "pdfinfo -f 1 -l 999 a.pdf"), 0);
+    ASSERT_EQ(Run("pdfinfo -f 1 -l 999 a.pdf"), 0);
     const std::string sizes = BytesOf(folder.Path() / "out");
     for (uint32_t page = 1; page <= kPages; ++page) {
         char line[64];
@@ -131,7 +121,7 @@ TEST_F(Pdf, PagesAreAddedBehindThoseOfOthers)
         std::filesystem::remove(Name("a.pdf"));
         for (uint32_t page = 1; page <= 3; ++page)
             ASSERT_EQ(Add(Picture{page, 7, 1}), FIL_SUCCESS);
-        ASSERT_EQ(Shell(folder.Path(), std::string{"qpdf --replace-input a.pdf "} + how), 0);
+        ASSERT_EQ(Run(std::string{"qpdf --replace-input a.pdf "} + how), 0);
         const std::string before = BytesOf(Name("a.pdf"));
         for (uint32_t page = 4; page <= 70; ++page)
             ASSERT_EQ(Add(Picture{page, 7, 1}), FIL_SUCCESS);
@@ -140,7 +130,7 @@ TEST_F(Pdf, PagesAreAddedBehindThoseOfOthers)
         EXPECT_EQ(CountPages(), 71u);
         EXPECT_TRUE(BytesOf(Name("a.pdf")).starts_with(before));
         ExpectSound();
-        ASSERT_EQ(Shell(folder.Path(), "pdfinfo -f 1 -l 71 a.pdf"), 0);
+        ASSERT_EQ(Run("pdfinfo -f 1 -l 71 a.pdf"), 0);
         const std::string told = BytesOf(folder.Path() / "out");
         EXPECT_NE(told.find("Producer:        vornwia"), std::string::npos) << told;
         for (const uint32_t page : {1u, 3u, 4u, 70u, 71u}) {
@@ -179,7 +169,7 @@ TEST_F(Pdf, WhatItCannotHoldOrAddToIsRefusedAndLeftAsItIs)
         WriteBytes(Name("a.pdf"), whole);
         const std::string encrypt =
             std::string{"qpdf --replace-input a.pdf --encrypt "} + passwords + " 256 --";
-        ASSERT_EQ(Shell(folder.Path(), encrypt), 0);
+        ASSERT_EQ(Run(encrypt), 0);
         const std::string bytes = BytesOf(Name("a.pdf"));
         EXPECT_EQ(Ask(), FIL_ERR_UNSUPPORTED);
         EXPECT_EQ(Add(page), FIL_ERR_UNSUPPORTED);

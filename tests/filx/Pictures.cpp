@@ -1,7 +1,14 @@
 #include "Pictures.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <thread>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace vorn::test {
 
@@ -62,6 +69,31 @@ int32_t FilesTest::Load(const WString& name, Picture& picture, uint32_t page)
     FilDefaultLoadOptions(&options, FIL_LOAD_OPTIONS_SIZE);
     options.page = page;
     return FilLoad(name.c_str(), &picture.record, KRN_BITMAP_SIZE, 0, KRN_COLOR_ORDER_BGR, &options, nullptr);
+}
+
+/** Wine starts a program of the system that it runs on, and does not wait for it: the script tells its end. */
+int FilesTest::Run(const std::string& command) const
+{
+#ifdef _WIN32
+    WriteBytes(folder.Path() / "run", "PATH=/usr/local/bin:/usr/bin:/bin\n(" + command +
+                                          ") >out 2>&1\necho $? >ended\nmv ended end\n");
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION process{};
+    wchar_t line[] = L"sh run";
+    if (!CreateProcessW(L"Z:\\bin\\sh", line, nullptr, nullptr, FALSE, 0, nullptr, folder.Path().c_str(),
+                        &start, &process))
+        return -1;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{60};
+    while (!std::filesystem::exists(folder.Path() / "end") && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds{5});
+    const std::string end = BytesOf(folder.Path() / "end");
+    std::filesystem::remove(folder.Path() / "run");
+    std::filesystem::remove(folder.Path() / "end");
+    return end.empty() ? -1 : std::atoi(end.c_str());
+#else
+    return std::system(("cd '" + folder.Path().string() + "' && " + command + " >out 2>&1").c_str());
+#endif
 }
 
 int32_t LoadBytes(std::string_view bytes, Picture& picture)

@@ -42,6 +42,8 @@ protected:
     static int32_t Save(const WString& name, const Picture& picture, int32_t format,
                         int32_t mode = FIL_SAVE_ADD_PAGE);
     static int32_t Load(const WString& name, Picture& picture, uint32_t page = 1);
+    /** Runs another program in the folder, and returns how it ended; what it prints is in the file `out`. */
+    int Run(const std::string& command) const;
 
     ScratchFolder folder;
 };

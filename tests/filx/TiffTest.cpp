@@ -39,7 +39,11 @@ protected:
 
 void Tiff::WriteVariant(const WString& name, const Variant& variant, const char* mode)
 {
-    TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.string().c_str(), mode);
+#ifdef _WIN32
+    TIFF* const tiff = TIFFOpenW(name.c_str(), mode);
+#else
+    TIFF* const tiff = TIFFOpen(std::filesystem::path{name}.c_str(), mode);
+#endif
     ASSERT_NE(tiff, nullptr);
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kSize);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kSize);

@@ -19,7 +19,7 @@ if(count LESS 24 OR NOT exported STREQUAL listed)
   message(FATAL_ERROR "vornwia.dll exports\n  ${exported}\nand not\n  ${listed}")
 endif()
 
-set(allowed kernel32 msvcrt ole32 oleaut32 shlwapi windowscodecs vornkrnx vornfilx)
+set(allowed kernel32 msvcrt ole32 oleaut32 shlwapi advapi32 vornkrnx vornfilx)
 foreach(library vornwia.dll vornfilx.dll vornkrnx.dll vornscan.exe)
   describe(${library})
   string(REGEX MATCHALL "DLL Name: [^\n\r]+" needed "${text}")

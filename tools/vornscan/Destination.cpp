@@ -16,15 +16,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int32_t kBmpCompressions[] = {FIL_COMPRESSION_NONE};
-#ifdef _WIN32  // where the file library has fewer
-constexpr int32_t kTiffCompressions[] = {FIL_COMPRESSION_NONE};
-constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG};
-#else
 constexpr int32_t kTiffCompressions[] = {FIL_COMPRESSION_NONE, FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_LZW,
                                          FIL_COMPRESSION_JPEG, FIL_COMPRESSION_GROUP4};
 constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION_JPEG,
                                         FIL_COMPRESSION_GROUP4};
-#endif
 constexpr int32_t kPngCompressions[] = {FIL_COMPRESSION_DEFLATE};
 constexpr int32_t kJpegCompressions[] = {FIL_COMPRESSION_JPEG};
 

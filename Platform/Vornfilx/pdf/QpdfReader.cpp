@@ -164,8 +164,8 @@ try {
 
 }  // namespace
 
-extern "C" [[gnu::visibility("default")]] int32_t VornReadForeignPdf(ByteSource& source, Before* before,
-                                                                     uint32_t page, PageArea& area)
+[[gnu::visibility("default")]] int32_t VornReadExternalPdf(ByteSource& source, Before* before, uint32_t page,
+                                                           PageArea& area)
 try {
     const auto input = std::make_shared<Input>(source);
     const int32_t status = Read(input, before, page, area);

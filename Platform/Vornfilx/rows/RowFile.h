@@ -55,7 +55,6 @@ constexpr uint32_t kLongestJpegSide = 65500;
  * @param image    copied, its palette too
  * @param bytes    lent for the life of the file
  * @param quality  1 to 100
- * @return null where the codec is not installed
  */
 std::unique_ptr<RowFile> MakeJpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality);
 
@@ -84,7 +83,6 @@ struct PngEffort {
  * Of the picture's own depth: grey where the palette is the ramp from black to white, else with the palette.
  * @param image  copied, its palette too
  * @param bytes  lent for the life of the file
- * @return null where the codec is not installed
  */
 std::unique_ptr<RowFile> MakePngFile(const RowImage& image, std::vector<uint8_t>& bytes,
                                      PngEffort effort = {});

@@ -86,8 +86,6 @@ public:
             return E_INVALIDARG;
         Outlet outlet{sink, chunkBytes};
         const std::unique_ptr<fil::RowFile> file = make_(ImageOf(page.Geometry()), outlet.Bytes());
-        if (!file)
-            return HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED);
         if (!file->Begin())
             return E_OUTOFMEMORY;
         if (const HRESULT result = outlet.SendHeader(); result != S_OK)
