@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 namespace vorn::fil::tiff {
 namespace {
@@ -9,6 +10,16 @@ namespace {
 int KeepSilent(TIFF*, void*, const char*, const char*, va_list) noexcept
 {
     return 1;  // handled: the process-wide handlers, which print, are not asked
+}
+
+/** libtiff has no error codes: the text alone says that memory failed. */
+int NoteError(TIFF*, void* status, const char*, const char* format, va_list) noexcept
+{
+    const std::string_view text = format;
+    if (text.starts_with("Failed to allocate") || text.starts_with("No space for") ||
+        text.starts_with("Out of memory"))
+        *static_cast<int32_t*>(status) = FIL_ERR_OUT_OF_MEMORY;
+    return 1;
 }
 
 int CloseNothing(thandle_t)
@@ -48,7 +59,7 @@ void Stream::Open(const char* mode) noexcept
         status_ = FIL_ERR_OUT_OF_MEMORY;
         return;
     }
-    TIFFOpenOptionsSetErrorHandlerExtR(options, KeepSilent, nullptr);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, NoteError, &status_);
     TIFFOpenOptionsSetWarningHandlerExtR(options, KeepSilent, nullptr);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options, KRN_MAX_IMAGE_BYTES);
     handle_ = TIFFClientOpenExt("", mode, this, Read, Write, Seek, CloseNothing, Size, MapNothing,

@@ -239,13 +239,11 @@ BOOL Copy(const std::string& from, const std::string& to, bool failIfExists, Sou
 
 BOOL CopyNamed(LPCWSTR existing, LPCWSTR copy, bool failIfExists, Source then) noexcept
 {
-    return FileCall<BOOL>(FALSE, [&] {
-        const std::string from = KernelName(existing);
-        if (from.empty())
-            return FALSE;
-        const std::string to = KernelName(copy);
-        return to.empty() ? FALSE : Copy(from, to, failIfExists, then);
-    });
+    const KernelName from{existing};
+    if (!from)
+        return FALSE;
+    const KernelName to{copy};
+    return to ? FileCall<BOOL>(FALSE, [&] { return Copy(from.Get(), to.Get(), failIfExists, then); }) : FALSE;
 }
 
 }  // namespace

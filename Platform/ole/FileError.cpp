@@ -38,12 +38,14 @@ constexpr ErrorRow kErrors[] = {
 };
 
 /** True when the directory that should hold `name` is there. */
-bool DirectoryExists(const std::string& name)
+bool DirectoryExists(std::string_view name) noexcept
 {
+    char directory[PATH_MAX] = ".";
     const size_t slash = name.find_last_of('/');
-    const std::string directory = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+    if (slash != std::string_view::npos && slash + 1 < sizeof directory)
+        directory[name.copy(directory, slash + 1)] = 0;
     struct stat status;
-    return stat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return stat(directory, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace
@@ -57,24 +59,18 @@ DWORD ErrorFromErrno(int error) noexcept
     return ERROR_GEN_FAILURE;
 }
 
-DWORD ErrorOfName(int error, const std::string& name)
+DWORD ErrorOfName(int error, std::string_view name) noexcept
 {
     return error == ENOENT && !DirectoryExists(name) ? ERROR_PATH_NOT_FOUND : ErrorFromErrno(error);
 }
 
-std::string KernelName(LPCWSTR name)
+KernelName::KernelName(LPCWSTR name) noexcept
 {
-    if (!name || !*name) {
+    *text_ = 0;
+    if (!name || !*name)
         SetLastError(name ? ERROR_PATH_NOT_FOUND : ERROR_INVALID_PARAMETER);
-        return {};
-    }
-    uint64_t needed = 0;
-    KrnWideToAnsi(name, nullptr, 0, &needed);
-    std::string converted(needed, '\0');
-    if (needed < 2 || KrnWideToAnsi(name, converted.data(), needed, nullptr) != KRN_SUCCESS)
-        throw std::bad_alloc{};
-    converted.pop_back();
-    return converted;
+    else if (KrnWideToAnsi(name, text_, sizeof text_, nullptr) != KRN_SUCCESS)
+        SetLastError(ERROR_FILENAME_EXCED_RANGE);
 }
 
 }  // namespace vorn::ole

@@ -4,8 +4,9 @@
  */
 #pragma once
 
+#include <climits>
 #include <new>
-#include <string>
+#include <string_view>
 
 #include "../process/Descriptor.h"
 #include "winfiles.h"
@@ -16,10 +17,20 @@ namespace vorn::ole {
 DWORD ErrorFromErrno(int error) noexcept;
 
 /** As ErrorFromErrno, for a name that was not found: tells a missing file from a missing directory. */
-DWORD ErrorOfName(int error, const std::string& name);
+DWORD ErrorOfName(int error, std::string_view name) noexcept;
 
-/** The kernel's form of a name. Empty, with the last error set, for a name that is null or empty. */
-std::string KernelName(LPCWSTR name);
+/** The kernel's form of a name. It takes no memory, so that files can be found and removed when there is none. */
+class KernelName {
+public:
+    /** For a name that is null, empty or too long there is none, and the last error says why. */
+    explicit KernelName(LPCWSTR name) noexcept;
+
+    explicit operator bool() const noexcept { return *text_ != 0; }
+    const char* Get() const noexcept { return text_; }
+
+private:
+    char text_[PATH_MAX];
+};
 
 /** Sets the last error. @return FALSE, for `return Fail(...)` */
 inline BOOL Fail(DWORD error) noexcept

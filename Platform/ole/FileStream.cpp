@@ -5,6 +5,7 @@
 
 #include "FileError.h"
 #include "StreamBase.h"
+#include "com.h"
 
 namespace vorn::ole {
 namespace {
@@ -159,19 +160,21 @@ int OpenFlags(DWORD mode) noexcept
 
 HRESULT OpenStream(LPCWSTR name, DWORD mode, IStream** stream)
 {
-    const std::string kernelName = KernelName(name);
-    if (kernelName.empty())
+    const KernelName kernelName{name};
+    if (!kernelName)
         return HRESULT_FROM_WIN32(GetLastError());
-    Descriptor descriptor{open(kernelName.c_str(), OpenFlags(mode), 0666)};
-    if (!descriptor)
-        return HRESULT_FROM_WIN32(ErrorOfName(errno, kernelName));
+    // All memory first: no file appears without a stream.
+    const auto file = std::make_shared<OpenFile>(OpenFile{Descriptor{-1}, name, mode});
+    auto opened = vorn::ComPtr<FileStream>::Adopt(new FileStream{file, 0});
+    file->descriptor = Descriptor{open(kernelName.Get(), OpenFlags(mode), 0666)};
+    if (!file->descriptor)
+        return HRESULT_FROM_WIN32(ErrorOfName(errno, kernelName.Get()));
     struct stat status;
-    if (fstat(descriptor.Get(), &status) != 0)
+    if (fstat(file->descriptor.Get(), &status) != 0)
         return ResultFromErrno(errno);
     if (S_ISDIR(status.st_mode))
         return HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED);
-    auto file = std::make_shared<const OpenFile>(OpenFile{std::move(descriptor), name, mode});
-    *stream = new FileStream{std::move(file), 0};
+    *stream = opened.Detach();
     return S_OK;
 }
 

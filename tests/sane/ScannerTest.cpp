@@ -112,6 +112,31 @@ ToolResult RunTool(const std::filesystem::path& folder, const Arguments& argumen
     return ToolRun{folder, arguments}.Wait();
 }
 
+TEST_F(ScannerTest, APageThatAFileCannotHoldIsRefusedBeforeTheScan)
+{
+    const std::string conf = BytesOf(SaneFolder() / "test.conf");
+    WriteBytes(SaneFolder() / "test.conf", conf + "geometry_max 2000\n");
+    constexpr struct {
+        const char* file;
+        const char* width;  ///< at 1200 dpi, as long as wide
+        const char* said;
+    } kCases[] = {
+        {"a.bmp", "600", "a BMP file holds (2 GiB); use a lower --resolution or a smaller area, or .tif"},
+        {"a.tif", "900", "a TIFF file holds (4 GiB); use a lower --resolution or a smaller area, or .png"},
+        {"a.jpg", "1500", "a JPEG file holds (65500 pixels a side)"},
+        {"a.pdf", "1500", "the JPEG data in which it comes can hold"},
+    };
+    for (const auto& row : kCases) {
+        const ToolResult result =
+            RunTool(Folder(), {"-d", "test:0", "--mode", "color", "--resolution", "1200", "-x", row.width,
+                               "-y", row.width, "-o", row.file});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_NE(result.err.find(row.said), std::string::npos) << result.err;
+        EXPECT_TRUE(std::filesystem::is_empty(Folder() / "out"));
+    }
+    WriteBytes(SaneFolder() / "test.conf", conf);
+}
+
 TEST_F(ScannerTest, EachFailureHasItsStatusAndTheNextScanWorks)
 {
     constexpr struct {

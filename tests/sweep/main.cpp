@@ -1,8 +1,8 @@
 /*
  * Fails every allocation of every exported operation, on every kind of device: once and from then on for ever, in a
  * process that uses the library for the first time (cold) and in one that has done the operation before (warm). Each
- * case is a process of its own. After it nothing has ended the process, leaked, or stayed on the disk, what is told as
- * success is complete, files that are there can be read, and the same operation succeeds.
+ * case is a process of its own. After it nothing has ended the process, leaked, or stayed on the disk, what is reported
+ * as success is complete, files that are there can be read, and the same operation succeeds.
  *
  *     vornwia_sweep [--every N] [WORD...]    every N-th allocation; cases with one of the words, and no -WORD
  */
@@ -143,7 +143,10 @@ public:
         if (fault_.nth == 0)
             Note(report_.good, result);
         else if (status > 0 && result != report_.good && !scene.pageMissing)
-            Fail("success told as \"" + result + "\", and it is \"" + report_.good + "\"");
+            Fail("success reported as \"" + result + "\", and it is \"" + report_.good + "\"");
+        else if (status != FIL_ERR_OUT_OF_MEMORY && status != KRN_ERR_OUT_OF_MEMORY &&
+                 status < 0 && case_.operation.outputs == kSaved)
+            Fail("not enough memory is reported as " + std::to_string(status));
         Again(scene);
         Succeed(scene, "the next call");
         if (!case_.operation.endsSession)

@@ -109,6 +109,15 @@ struct RefusalCase {
     const char* said;
 };
 
+/** A name of half as many characters. */
+std::string ManyBytes(size_t bytes)
+{
+    std::string name;
+    while (name.size() < bytes)
+        name += "\u00e4";
+    return name;
+}
+
 TEST_F(Tool, RefusesBeforeAnythingIsScanned)
 {
     Write("there.tif", "no image");
@@ -121,6 +130,8 @@ TEST_F(Tool, RefusesBeforeAnythingIsScanned)
         {"missing directory", {"-o", "gone/page.tif"}, 9, "gone"},
         {"directory is a file", {"-o", "there.tif/page.tif"}, 9, "not a directory"},
         {"name too long", {"-o", std::string(300, 'x') + ".tif"}, 1, "259"},
+        {"name of too many bytes", {"-o", ManyBytes(252) + ".tif"}, 1, "256 bytes"},
+        {"no room for a number", {"--batch", ManyBytes(246) + "%d.tif"}, 1, "bytes"},
         {"damaged file to append to", {"-o", "there.tif", "--append"}, 9, "there.tif"},
         {"damaged PDF to append to", {"-o", "there.pdf", "--append"}, 9, "it is damaged"},
         {"several pages in a BMP", {"-o", "page.bmp", "--multi-page"}, 1, "one page"},

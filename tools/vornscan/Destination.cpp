@@ -1,7 +1,9 @@
 #include "Destination.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <limits>
 
 #include "Choice.h"
 #include "Failure.h"
@@ -23,11 +25,16 @@ constexpr int32_t kPdfCompressions[] = {FIL_COMPRESSION_DEFLATE, FIL_COMPRESSION
 constexpr int32_t kPngCompressions[] = {FIL_COMPRESSION_DEFLATE};
 constexpr int32_t kJpegCompressions[] = {FIL_COMPRESSION_JPEG};
 
-constexpr FileFormat kBmp{"BMP", ".bmp", kFormatBmp, false, kBmpCompressions};
-constexpr FileFormat kTiff{"TIFF", ".tif", kFormatTiff, true, kTiffCompressions};
-constexpr FileFormat kPng{"PNG", ".png", kFormatPng, false, kPngCompressions};
-constexpr FileFormat kJpeg{"JPEG", ".jpg", kFormatJpeg, false, kJpegCompressions};
-constexpr FileFormat kPdf{"PDF", ".pdf", std::nullopt, true, kPdfCompressions};
+constexpr uint64_t kNoLimit = std::numeric_limits<uint64_t>::max();
+constexpr int32_t kAnySide = std::numeric_limits<int32_t>::max();
+constexpr int32_t kLongestJpegSide = 65500;
+
+constexpr FileFormat kBmp{"BMP", ".bmp", kFormatBmp, false, kBmpCompressions, INT32_MAX, kAnySide};
+constexpr FileFormat kTiff{"TIFF", ".tif", kFormatTiff, true, kTiffCompressions, UINT32_MAX, kAnySide};
+constexpr FileFormat kPng{"PNG", ".png", kFormatPng, false, kPngCompressions, kNoLimit, kAnySide};
+constexpr FileFormat kJpeg{"JPEG", ".jpg", kFormatJpeg, false, kJpegCompressions, kNoLimit, kLongestJpegSide};
+constexpr FileFormat kPdf{"PDF", ".pdf", std::nullopt, true, kPdfCompressions, kNoLimit, kAnySide};
+constexpr const FileFormat* kAllFormats[] = {&kTiff, &kPng, &kJpeg, &kPdf, &kBmp};
 
 /** What --format takes, and the extensions without their dot. */
 constexpr Word<const FileFormat*> kFormats[] = {{"tif", &kTiff}, {"tiff", &kTiff}, {"png", &kPng},
@@ -84,7 +91,7 @@ void CheckQuality(const Options& options, const Destination& destination)
                           destination.fileName};
 }
 
-void CheckName(const Destination& destination)
+void CheckName(const Destination& destination, const Options& options, bool exists)
 {
     if (destination.wideName.size() >= VORNWIA_NAME_CHARS)
         throw Failure{ExitCode::Usage, destination.fileName + ": the name is longer than the " +
@@ -92,6 +99,29 @@ void CheckName(const Destination& destination)
     if (ToPath(destination.fileName).extension().native().size() > kMaxExtension)
         throw Failure{ExitCode::Usage, destination.fileName + ": the extension is longer than the " +
                                            std::to_string(kMaxExtension - 1) + " characters possible"};
+    // What file systems take; a batch and a name that is taken add a number.
+    constexpr size_t kLongestName = 255, kNumber = 8;
+    const bool numbered = options.batch || (exists && !options.append && !options.overwrite);
+    const size_t length = ToPath(destination.fileName).filename().native().size();
+    if (length > kLongestName - (numbered ? kNumber : 0))
+        throw Failure{ExitCode::Usage, destination.fileName + ": the name takes " + std::to_string(length) +
+                                           " bytes, more than a file system holds; use a shorter one"};
+}
+
+/** With a little room for the format's headers. */
+bool Fits(const PagePixels& page, const FileFormat& format)
+{
+    constexpr uint64_t kHeaderBytes = 1 << 20;
+    const auto rowBytes =
+        (static_cast<uint64_t>(page.width) * static_cast<uint64_t>(page.depth) + 31) / 32 * 4;
+    return std::max(page.width, page.height) <= format.longestSide &&
+           rowBytes * static_cast<uint64_t>(page.height) <= format.mostBytes - kHeaderBytes;
+}
+
+std::string LimitOf(const FileFormat& format)
+{
+    return format.longestSide != kAnySide ? std::to_string(format.longestSide) + " pixels a side"
+                                          : std::to_string((format.mostBytes >> 30) + 1) + " GiB";
 }
 
 void CheckDirectory(const Destination& destination, bool fileExists)
@@ -166,14 +196,14 @@ Destination CheckDestination(const Options& options)
                                         : &FormatOf(options.outputFile);
     destination.compression = CompressionOf(options, *destination.format);
     CheckQuality(options, destination);
-    CheckName(destination);
+    std::error_code error;
+    const bool exists = fs::exists(ToPath(destination.fileName), error);
+    CheckName(destination, options, exists);
     if ((options.multiPage || options.append) && !destination.format->manyPages)
         throw Failure{ExitCode::Usage, destination.fileName + ": a " + destination.format->name +
                                            " file holds one page; name a .tif or .pdf file for several"};
     if (destination.format->manyPages && options.pages != 1 && !options.batch)
         destination.oneFile = true;
-    std::error_code error;
-    const bool exists = fs::exists(ToPath(destination.fileName), error);
     CheckDirectory(destination, exists && options.append);
     if (exists)
         CheckExistingFile(destination, options);
@@ -185,12 +215,40 @@ int32_t SavedAs(const FileFormat& format)
     return FilFormatFromName(ToWide(std::string{"page"} + format.extension).c_str());
 }
 
+void CheckPageFits(const Options& options, const Destination& destination, const GUID& comesAs,
+                   const PagePixels& page)
+{
+    if (page.width <= 0 || page.height <= 0 || page.depth <= 0)
+        return;
+    const auto first = [&](auto condition) {
+        const auto found = std::ranges::find_if(kAllFormats, condition);
+        return found == std::end(kAllFormats) ? nullptr : *found;
+    };
+    const FileFormat& own = *destination.format;
+    const FileFormat* const bringer = first(
+        [&](const FileFormat* format) { return format->wiaFormat && Same(*format->wiaFormat, comesAs); });
+    const FileFormat& tight = bringer && Fits(page, own) ? *bringer : own;
+    if (Fits(page, tight))
+        return;
+    const FileFormat* const other = first(
+        [&](const FileFormat* format) { return format != &own && format->wiaFormat && Fits(page, *format); });
+    throw Failure{ExitCode::Usage, destination.fileName + ": a page of " + std::to_string(page.width) +
+                                       " x " + std::to_string(page.height) + " pixels is more than " +
+                                       (&tight == &own ? std::string{"a "} + tight.name + " file holds ("
+                                                       : std::string{"the "} + tight.name +
+                                                             " data in which it comes can hold (") +
+                                       LimitOf(tight) + "); use a lower --resolution or a smaller area" +
+                                       (options.memory && &tight != &own ? ", or leave out --memory"
+                                        : other ? std::string{", or "} + other->extension
+                                                : "")};
+}
+
 void CheckSaves(const Destination& destination)
 {
     if (SavedAs(*destination.format) != FIL_FORMAT_UNKNOWN)
         return;
     std::string possible;
-    for (const FileFormat* format : {&kTiff, &kPng, &kJpeg, &kPdf, &kBmp})
+    for (const FileFormat* format : kAllFormats)
         if (SavedAs(*format) != FIL_FORMAT_UNKNOWN)
             possible.append(possible.empty() ? "" : ", ").append(format->extension);
     throw Failure{ExitCode::Usage, destination.fileName + ": this program cannot write " +

@@ -50,7 +50,7 @@ constexpr StatusText kStatusTexts[] = {
     {ERR_ACCESS_DENIED, ExitCode::Usage,
      "access is denied; ask for the right to use the device, or to write where the file is to be"},
     {ERR_NO_CHILD_ITEMS, ExitCode::Usage, "the device has nothing to acquire from"},
-    {FIL_ERR_NOT_FOUND, ExitCode::InputOutput, "there is no such directory"},
+    {FIL_ERR_NOT_FOUND, ExitCode::InputOutput, "there is no such directory, or the name is too long"},
     {FIL_ERR_ACCESS, ExitCode::InputOutput, "the file may not be written"},
     {FIL_ERR_READ, ExitCode::InputOutput, "reading failed"},
     {FIL_ERR_WRITE, ExitCode::InputOutput, "writing failed"},

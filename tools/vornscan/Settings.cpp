@@ -162,6 +162,9 @@ Delivery PrepareTransfer(const Session& session, const Item& item, const Device&
     delivery.quality = embedded && !delivery.memory ? 0 : options.jpegQuality.value_or(0);
     if (!delivery.asIs)
         CheckSaves(destination);
+    CheckPageFits(
+        options, destination, delivery.memory ? kFormatBmp : wanted,
+        {item.Long(kXExtent).value_or(0), item.Long(kYExtent).value_or(0), item.Long(kDepth).value_or(0)});
 
     const std::string purpose = std::string{"the format "} + format.name + " of " + destination.fileName;
     const GUID bitmaps = session.Generation() == 1 ? kFormatMemoryBmp : kFormatBmp;

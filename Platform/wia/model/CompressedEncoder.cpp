@@ -82,8 +82,10 @@ public:
 
     HRESULT Encode(Page& page, PageSink& sink, uint32_t chunkBytes) override
     try {
-        if (EncodedBytes(page.Geometry()) == 0 || chunkBytes == 0)
+        if (!IsPlausible(page.Geometry()) || chunkBytes == 0)
             return E_INVALIDARG;
+        if (EncodedBytes(page.Geometry()) == 0)
+            return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
         Outlet outlet{sink, chunkBytes};
         const std::unique_ptr<fil::RowFile> file = make_(ImageOf(page.Geometry()), outlet.Bytes());
         if (!file->Begin())

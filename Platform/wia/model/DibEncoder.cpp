@@ -75,9 +75,11 @@ std::vector<uint8_t> DibEncoder::Header(const PageGeometry& geometry) const
 HRESULT DibEncoder::Encode(Page& page, PageSink& sink, uint32_t chunkBytes)
 try {
     const PageGeometry& geometry = page.Geometry();
-    const uint64_t total = EncodedBytes(geometry);
-    if (total == 0 || chunkBytes == 0)
+    if (!IsPlausible(geometry) || chunkBytes == 0)
         return E_INVALIDARG;
+    const uint64_t total = EncodedBytes(geometry);
+    if (total == 0)
+        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
 
     const std::vector<uint8_t> header = Header(geometry);
     const uint32_t headerBytes = static_cast<uint32_t>(header.size());

@@ -170,8 +170,10 @@ try {
 HRESULT TiffEncoder::Encode(Page& page, PageSink& sink, uint32_t chunkBytes)
 try {
     const PageGeometry& geometry = page.Geometry();
-    if (!IsPlausible(geometry) || Strips{geometry}.totalBytes > kLimit || chunkBytes == 0)
+    if (!IsPlausible(geometry) || chunkBytes == 0)
         return E_INVALIDARG;
+    if (Strips{geometry}.totalBytes > kLimit)
+        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
 
     const Strips strips{geometry};
     const bool first = fileBytes_ == 0;
@@ -181,7 +183,7 @@ try {
     const uint64_t firstStrip = directoryOffset + directory.Size();
     const uint64_t end = firstStrip + strips.totalBytes;
     if (end > kLimit)
-        return E_INVALIDARG;
+        return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
 
     const std::vector<uint8_t> header =
         HeaderOf(directory, static_cast<uint32_t>(start), static_cast<uint32_t>(directoryOffset));

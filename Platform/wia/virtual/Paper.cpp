@@ -69,7 +69,11 @@ HRESULT Paper::FillFeeder() noexcept
 
 bool Paper::IsLoaded() noexcept
 {
-    return folder_.empty() ? sheets_ > 0 : FillFeeder() == S_OK && feederImages_->HasPage();
+    if (folder_.empty())
+        return sheets_ > 0;
+    const HRESULT filled = FillFeeder();
+    // Without memory nobody knows: the next page then fails with the reason.
+    return filled == E_OUTOFMEMORY || (filled == S_OK && feederImages_->HasPage());
 }
 
 HRESULT Paper::CheckFolder(WStringView folder)
