@@ -26,7 +26,8 @@ int32_t ComposeNumberedName(const FileNameParts& parts, uint32_t number, WCHAR* 
     return SUCCESS;
 }
 
-int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
+/** Adds the pages of a file to another one; with FIL_SAVE_NEW the first of them makes it. */
+int32_t AppendPages(const WCHAR* destination, const WCHAR* source, int32_t mode)
 {
     FilLoadOptions options{};
     FilFileInfo info{};
@@ -41,31 +42,55 @@ int32_t AppendPages(const WCHAR* destination, const WCHAR* source)
         status =
             FilLoad(source, &bitmap, KRN_BITMAP_SIZE, info.bitsPerPixel, info.colorOrder, &options, nullptr);
         if (status == FIL_SUCCESS) {
-            status = FilSave(destination, &bitmap, info.format, info.bitsPerPixel, FIL_SAVE_ADD_PAGE,
+            status = FilSave(destination, &bitmap, info.format, info.bitsPerPixel, mode,
                              FIL_COMPRESSION_DEFAULT, nullptr, nullptr, nullptr);
         }
+        mode = FIL_SAVE_ADD_PAGE;
     }
     if (HasImage(&bitmap))
         KrnFreeBitmap(&bitmap);
     return status;
 }
 
-int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options, SourceFile then)
+/**
+ * Another process may take a name at any moment: whether it is free is known only when it is ours. `take` makes the file
+ * and fails when it is there; `isTaken` says whether it failed for that reason.
+ */
+template <typename Take, typename IsTaken>
+int32_t TakeFreeName(WCHAR* destination, const AcquireOptions& options, Take take, IsTaken isTaken)
 {
-    ++g_processState.savedFileCounter;
-    const auto copy = then == SourceFile::Goes ? PassFileW : CopyFileW;
-    if (options.overwriteFile)
-        return copy(source, destination, FALSE) ? SUCCESS : ERR_FILE_COPY;
-    // Another process may take a name at any moment: whether it is free is known only when it is ours.
     for (;;) {
         if (const int32_t status = MakeUniqueFileName(destination); status != SUCCESS)
             return status;
-        if (copy(source, destination, TRUE))
-            return SUCCESS;
-        if (GetLastError() != ERROR_FILE_EXISTS || !FileExists(destination))  // a link to nothing looks free
-            return ERR_FILE_COPY;
+        const int32_t status = take();
+        if (!isTaken(status) || !FileExists(destination))  // a link to nothing looks free
+            return status;
         KrnMemCopy(destination, options.fileName, sizeof options.fileName);
     }
+}
+
+int32_t CopyToOwnFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options, SourceFile then)
+{
+    ++g_processState.savedFileCounter;
+    const auto copy = [&](BOOL failIfExists) {
+        const auto function = then == SourceFile::Goes ? PassFileW : CopyFileW;
+        return function(source, destination, failIfExists) ? SUCCESS : ERR_FILE_COPY;
+    };
+    if (options.overwriteFile)
+        return copy(FALSE);
+    return TakeFreeName(
+        destination, options, [&] { return copy(TRUE); },
+        [](int32_t status) { return status != SUCCESS && GetLastError() == ERROR_FILE_EXISTS; });
+}
+
+/** Into one file for all pages; the first of a new one finds its name. */
+int32_t AddToFile(WCHAR* destination, const WCHAR* source, const AcquireOptions& options, bool first)
+{
+    if (!first || options.appendToFile || options.overwriteFile)
+        return AppendPages(destination, source, FIL_SAVE_ADD_PAGE);
+    return TakeFreeName(
+        destination, options, [&] { return AppendPages(destination, source, FIL_SAVE_NEW); },
+        [](int32_t status) { return status == FIL_ERR_ACCESS; });
 }
 
 /** Makes room for `count` names. Without memory there is no list: a caller would read past a shorter one. */
@@ -156,7 +181,7 @@ int32_t SaveTransferredFile(WCHAR* destination, const WCHAR* source, SourceFile 
                             const FileListTarget& files) noexcept
 {
     const int32_t status = options.multiPageFile || options.appendToFile
-                               ? AppendPages(destination, source)
+                               ? AddToFile(destination, source, options, *transferredCount == 0)
                                : CopyToOwnFile(destination, source, options, then);
     if (status == SUCCESS)
         RecordFile(destination, transferredCount, files);

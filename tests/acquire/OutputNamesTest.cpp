@@ -63,6 +63,27 @@ TEST_F(OutputNames, FollowTheThreeModes)
     }
 }
 
+/** The names that other processes take while the first page comes: theirs stay, and all pages go elsewhere. */
+TEST_F(OutputNames, AreTakenWithThePageAndNotBefore)
+{
+    for (const uint32_t multiPage : {0u, 1u}) {
+        SCOPED_TRACE(multiPage);
+        EmptyFolder();
+        Desk desk{kFile1, ScannerWith(NumberedPages(2)), 2};
+        desk.SetFormat(WiaImgFmt_TIFF);
+        Notes notes;
+        notes.answer = [&](size_t call) {
+            if (call == 1)
+                for (const char* name : {"a.tif", "a (1).tif"})
+                    AddPage(Folder() / name, 9);
+            return 1;
+        };
+        EXPECT_EQ(desk.Acquire(Named(Folder() / "a.tif", 0, multiPage), std::move(notes)).status, SUCCESS);
+        EXPECT_EQ(In(Folder()), multiPage ? "a (1).tif=9, a (2).tif=1 2, a.tif=9"
+                                          : "a (1).tif=9, a (2).tif=1, a (3).tif=2, a.tif=9");
+    }
+}
+
 TEST_F(OutputNames, NumberWhateverNameThereIs)
 {
     const auto folder = Folder() / "dir.with.dots (1)";
