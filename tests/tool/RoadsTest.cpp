@@ -166,10 +166,10 @@ TEST_F(Tool, APageForWhichMemoryFailsIsAnError)
     }
 }
 
-#ifdef VORN_FAILING_FILES
+#ifdef VORN_FAILING_SYSTEM
 TEST_F(Tool, AFileThatCannotBeFinishedIsAnErrorAndLeavesNothingBehind)
 {
-    setenv("LD_PRELOAD", VORN_FAILING_FILES, 1);
+    setenv("LD_PRELOAD", VORN_FAILING_SYSTEM, 1);
     for (const char* call : {"close", "fstat", "open", "write"}) {
         setenv("VORN_FAIL", call, 1);
         for (const std::string name : {"a.tif", "a.png", "a.jpg", "a.pdf", "a.bmp"}) {
@@ -188,6 +188,29 @@ TEST_F(Tool, AFileThatCannotBeFinishedIsAnErrorAndLeavesNothingBehind)
                 fs::remove(Out() / name);
             }
         }
+    }
+    unsetenv("VORN_FAIL");
+    unsetenv("LD_PRELOAD");
+}
+
+TEST_F(Tool, APageLostAmongOthersIsAnErrorAndThoseBeforeItStay)
+{
+    setenv("LD_PRELOAD", VORN_FAILING_SYSTEM, 1);
+    for (const char* generation : {"1", "2"}) {
+        int lostLater = 0;
+        for (int block = 40; block < 64; ++block) {
+            SCOPED_TRACE(std::string{generation} + ", " + std::to_string(block));
+            setenv("VORN_FAIL", std::to_string(block).c_str(), 1);
+            const ToolResult result =
+                Run({"-d", "virtual:scanner", "--source", "feeder", "--pages", "3", "--memory", "--mode",
+                     "color", "--dpi", "75", "--wia", generation, "--overwrite", "-o", "a.tif"});
+            const uint32_t pages = Files().empty() ? 0 : Info("a.tif").pageCount;
+            EXPECT_EQ(result.exitCode, pages == 3 ? 0 : 9) << pages << result.err;
+            EXPECT_EQ(result.err.find("memory") == std::string::npos, pages == 3) << result.err;
+            lostLater += pages == 1 || pages == 2;
+            fs::remove(Out() / "a.tif");
+        }
+        EXPECT_GT(lostLater, 0) << "no page after the first was lost";
     }
     unsetenv("VORN_FAIL");
     unsetenv("LD_PRELOAD");

@@ -1,10 +1,14 @@
-// Loaded into the tool by LD_PRELOAD: calls fail for files that are not done yet. VORN_FAIL says which: "close" of what was
-// written, as where a disk quota is reported late, "fstat", "open" or "write".
+// Loaded into the tool by LD_PRELOAD: calls fail. VORN_FAIL says which: for files that are not done yet "close" of what was
+// written, as where a disk quota is reported late, "fstat", "open" or "write"; or a number, of the one among the large
+// blocks of memory.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
@@ -37,6 +41,20 @@ bool IsTemporary(int file)
     const std::string link = "/proc/self/fd/" + std::to_string(file);
     const ssize_t length = readlink(link.c_str(), name, sizeof name);
     return length > 0 && IsTemporary(std::string_view{name, static_cast<size_t>(length)});
+}
+
+/** True for the block that is to fail; errno is set then. */
+bool IsFailingBlock(size_t bytes)
+{
+    constexpr size_t kLarge = 4096;
+    static std::atomic<int> blocks;
+    if (bytes < kLarge)
+        return false;
+    const char* const wanted = std::getenv("VORN_FAIL");
+    const bool fails = wanted && ++blocks == std::atoi(wanted);
+    if (fails)
+        errno = ENOMEM;
+    return fails;
 }
 
 }  // namespace
@@ -81,5 +99,25 @@ ssize_t pwrite(int file, const void* data, size_t size, off_t offset)
         return -1;
     }
     return Next<ssize_t(int, const void*, size_t, off_t)>("pwrite")(file, data, size, offset);
+}
+
+void* __libc_malloc(size_t bytes);
+void* __libc_calloc(size_t count, size_t bytes);
+
+void* malloc(size_t bytes)
+{
+    return IsFailingBlock(bytes) ? nullptr : __libc_malloc(bytes);
+}
+
+void* calloc(size_t count, size_t bytes)
+{
+    return IsFailingBlock(count * bytes) ? nullptr : __libc_calloc(count, bytes);
+}
+
+void* mmap(void* address, size_t bytes, int protection, int flags, int file, off_t offset) noexcept
+{
+    if (file < 0 && IsFailingBlock(bytes))
+        return MAP_FAILED;
+    return reinterpret_cast<void*>(syscall(SYS_mmap, address, bytes, protection, flags, file, offset));
 }
 }
