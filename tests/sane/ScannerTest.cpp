@@ -271,7 +271,7 @@ TEST_F(ScannerTest, OptionsTakeFractionsAndNoMoreTextThanTheyHaveRoomFor)
     }
 }
 
-TEST_F(ScannerTest, DepthThatNoFileGetsIsRefused)
+TEST_F(ScannerTest, DepthThatNoFileGetsIsRefusedOrReported)
 {
     for (const char* generation : {"1", "2"})
         for (const char* file : {"a.png", "a.tif", "a.pdf"}) {
@@ -281,6 +281,12 @@ TEST_F(ScannerTest, DepthThatNoFileGetsIsRefused)
             EXPECT_NE(told.err.find("depth=8"), std::string::npos) << told.err;
             EXPECT_TRUE(std::filesystem::is_empty(Folder() / "out"));
         }
+    const std::string conf = BytesOf(SaneFolder() / "test.conf");
+    WriteBytes(SaneFolder() / "test.conf", conf + "depth 16\n");
+    const ToolResult own = RunTool(Folder(), {"-d", "test:0", "--resolution", "50", "-o", "a.png"});
+    EXPECT_EQ(own.exitCode, 0);
+    EXPECT_NE(own.err.find("16 bits a sample; files get 8"), std::string::npos) << own.err;
+    WriteBytes(SaneFolder() / "test.conf", conf);
 }
 
 TEST_F(ScannerTest, TextOfADeviceNeverReachesATerminalRaw)

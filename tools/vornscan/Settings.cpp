@@ -87,12 +87,15 @@ constexpr int32_t kUsualQuality = 90;
 void CheckSampleDepth(const Item& item, const Device& device, const Options& options)
 {
     constexpr int32_t kMostBits = 8;
+    const int32_t bits = item.Long(VORN_TEXT("depth")).value_or(0);
+    if (bits <= kMostBits)
+        return;
     for (const std::string& setting : options.named)
-        if (SmallLetters(setting).starts_with("depth=") &&
-            item.Long(VORN_TEXT("depth")).value_or(0) > kMostBits)
+        if (SmallLetters(setting).starts_with("depth="))
             throw Failure{ExitCode::Usage,
                           device.Shown() + ": --set " + setting +
                               " is not possible: files get 8 bits a sample; use --set depth=8"};
+    Say(device.Shown() + " scans with " + std::to_string(bits) + " bits a sample; files get 8");
 }
 
 bool Offers(const std::vector<TransferFormat>& formats, uint32_t medium, const GUID& format)
