@@ -119,17 +119,23 @@ void DamagingProxy::Relay(int client, uint16_t port, uint32_t seed) const
     bool open = connect(daemon, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     Damage damage{seed};
     std::array<uint8_t, 4096> bytes{};
+    std::array<pollfd, 2> ends{{{client, POLLIN, 0}, {daemon, POLLIN, 0}}};
     while (open && !stop_) {
-        std::array<pollfd, 2> waiting{{{client, POLLIN, 0}, {daemon, POLLIN, 0}}};
-        poll(waiting.data(), waiting.size(), kMoment);
+        poll(ends.data(), ends.size(), kMoment);
         for (int from = 0; from < 2; ++from) {
-            if (!waiting[from].revents)
+            if (!ends[from].revents)
                 continue;
-            const ssize_t length = recv(waiting[from].fd, bytes.data(), bytes.size(), 0);
+            const int to = from == 0 ? daemon : client;
+            const ssize_t length = recv(from == 0 ? client : daemon, bytes.data(), bytes.size(), 0);
+            if (length == 0 && from == 0) {  // has no more to say, and still listens
+                shutdown(to, SHUT_WR);
+                ends[from].fd = -1;
+                continue;
+            }
             const size_t passed = length <= 0 ? 0
                                   : from == 1 ? damage.Apply(bytes.data(), static_cast<size_t>(length))
                                               : static_cast<size_t>(length);
-            open = open && length > 0 && SendAll(waiting[1 - from].fd, bytes.data(), passed) &&
+            open = open && length > 0 && SendAll(to, bytes.data(), passed) &&
                    passed == static_cast<size_t>(length);
         }
     }
