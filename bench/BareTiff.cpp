@@ -11,7 +11,7 @@
 
 #include "BareCodecs.h"
 #include "FreshBlock.h"
-#include "Pixels.h"
+#include "pixels/Pixels.h"
 
 namespace vorn::bench {
 namespace {

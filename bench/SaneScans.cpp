@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Desk.h"
-#include "Pixels.h"
 #include "Vornkrnx.h"
+#include "pixels/Pixels.h"
 
 namespace vorn::bench {
 namespace {

@@ -7,9 +7,9 @@
 #include <array>
 #include <span>
 
-#include "Buffer.h"
-#include "File.h"
-#include "PageRows.h"
+#include "io/Buffer.h"
+#include "io/File.h"
+#include "pixels/PageRows.h"
 
 namespace vorn::fil {
 

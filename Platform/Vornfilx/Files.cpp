@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "Codec.h"
-#include "NewFile.h"
 #include "SourcePage.h"
+#include "io/NewFile.h"
 
 using namespace vorn::fil;
 

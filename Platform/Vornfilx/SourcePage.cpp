@@ -1,6 +1,6 @@
 #include "SourcePage.h"
 
-#include "BmpHeader.h"
+#include "bmp/Header.h"
 
 namespace vorn::fil {
 namespace {

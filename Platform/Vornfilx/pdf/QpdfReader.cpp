@@ -10,7 +10,7 @@
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 
-#include "PdfBefore.h"
+#include "pdf/BaseRevision.h"
 
 namespace vorn::fil::pdf {
 namespace {

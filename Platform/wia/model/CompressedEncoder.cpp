@@ -4,7 +4,7 @@
 #include <functional>
 #include <new>
 
-#include "RowFile.h"
+#include "ImageWriter.h"
 #include "RowStream.h"
 
 namespace vorn::wia {

@@ -5,11 +5,11 @@
 #include <cstring>
 
 #include "ByteWriter.h"
-#include "GreyRamp.h"
-#include "Pixels.h"
 #include "RowStream.h"
 #include "Software.h"
 #include "TiffDirectory.h"
+#include "pixels/GreyRamp.h"
+#include "pixels/Pixels.h"
 
 namespace vorn::wia {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "Pixels.h"
+#include "pixels/Pixels.h"
 
 namespace vorn::wia {
 
