@@ -16,13 +16,13 @@ RowImage RowImageOf(const BitmapHandle& bitmap) noexcept
             bitmap.yDpi,  bitmap.palette, bitmap.paletteCount};
 }
 
-bool WriteBitmapRows(RowFile& file, PageRows& bitmap, uint32_t first, uint32_t count)
+bool WriteBitmapRows(ImageWriter& file, PageRows& bitmap, uint32_t first, uint32_t count)
 {
     const RowSpan rows = bitmap.Rows(first, count);
     return rows.top && file.WriteRows(rows.top, count, rows.stride);
 }
 
-int32_t EncodeRows(PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(PageRows& bitmap, ImageWriter& file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put)
 {
     const auto drain = [&](size_t least) {
@@ -45,7 +45,7 @@ int32_t EncodeRows(PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
     return file.End() ? drain(1) : FIL_ERR_OUT_OF_MEMORY;
 }
 
-int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes)
+int32_t EncodePage(FileUpdate& update, PageRows& bitmap, ImageWriter& file, std::vector<uint8_t>& bytes)
 {
     return EncodeRows(bitmap, file, bytes, [&](const std::vector<uint8_t>& piece) {
         return update.WriteAt(update.Size(), piece.data(), piece.size());

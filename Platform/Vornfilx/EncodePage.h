@@ -15,16 +15,16 @@ namespace vorn::fil {
 RowImage RowImageOf(const BitmapHandle& bitmap) noexcept;
 
 /** Writes `count` rows from row `first` on, counted from the top of the picture; false when they cannot be read, or memory is short. */
-bool WriteBitmapRows(RowFile& file, PageRows& bitmap, uint32_t first, uint32_t count);
+bool WriteBitmapRows(ImageWriter& file, PageRows& bitmap, uint32_t first, uint32_t count);
 
 /**
  * Encodes all of a bitmap. `bytes` are those that the file in the making appends to; `put` takes them piece by piece, and
  * what it answers other than FIL_SUCCESS ends the work.
  */
-int32_t EncodeRows(PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes,
+int32_t EncodeRows(PageRows& bitmap, ImageWriter& file, std::vector<uint8_t>& bytes,
                    const std::function<int32_t(const std::vector<uint8_t>&)>& put);
 
 /** The same into the end of a file. */
-int32_t WriteRowFile(FileUpdate& update, PageRows& bitmap, RowFile& file, std::vector<uint8_t>& bytes);
+int32_t EncodePage(FileUpdate& update, PageRows& bitmap, ImageWriter& file, std::vector<uint8_t>& bytes);
 
 }  // namespace vorn::fil

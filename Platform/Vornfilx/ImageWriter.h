@@ -27,9 +27,9 @@ struct RowImage {
  * A file in the making. Its bytes are appended to a vector that the caller empties whenever it likes. Each
  * operation answers false when memory is short; the file is then lost.
  */
-class RowFile {
+class ImageWriter {
 public:
-    virtual ~RowFile() = default;
+    virtual ~ImageWriter() = default;
 
     /** Everything that precedes the pixels. */
     virtual bool Begin() = 0;
@@ -56,7 +56,8 @@ constexpr uint32_t kLongestJpegSide = 65500;
  * @param bytes    lent for the life of the file
  * @param quality  1 to 100
  */
-std::unique_ptr<RowFile> MakeJpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality);
+std::unique_ptr<ImageWriter> CreateJpegWriter(const RowImage& image, std::vector<uint8_t>& bytes,
+                                              int quality);
 
 /** How rows are prepared: written as what differs from a neighbour. */
 enum class PngFilter {
@@ -73,7 +74,7 @@ enum class PngSearch {
     Runs       ///< of single bytes only: fast
 };
 
-struct PngEffort {
+struct PngStrategy {
     PngFilter filter = PngFilter::Up;
     PngSearch search = PngSearch::Thorough;
     int level = 2;  ///< of a thorough search, 0 to 9
@@ -84,8 +85,8 @@ struct PngEffort {
  * @param image  copied, its palette too
  * @param bytes  lent for the life of the file
  */
-std::unique_ptr<RowFile> MakePngFile(const RowImage& image, std::vector<uint8_t>& bytes,
-                                     PngEffort effort = {});
+std::unique_ptr<ImageWriter> CreatePngWriter(const RowImage& image, std::vector<uint8_t>& bytes,
+                                             PngStrategy strategy = {});
 
 /** The palette of up to 8 bits with all its 2^bits entries of 4 bytes; past its end black. */
 std::vector<uint8_t> WholePalette(const RowImage& image);

@@ -34,7 +34,7 @@ private:
     static int32_t Write(FileUpdate& file, PageRows& bitmap, int32_t quality) noexcept
     try {
         std::vector<uint8_t> bytes;
-        return WriteRowFile(file, bitmap, *MakeJpegFile(RowImageOf(bitmap), bytes, quality), bytes);
+        return EncodePage(file, bitmap, *CreateJpegWriter(RowImageOf(bitmap), bytes, quality), bytes);
     } catch (const std::bad_alloc&) {
         return FIL_ERR_OUT_OF_MEMORY;
     }

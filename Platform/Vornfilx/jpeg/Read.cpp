@@ -183,7 +183,7 @@ void Decoder::ReadInto(const UprightRows& upright, const Header& header, uint8_t
             rows[i] = upright.Direct(y + i);
         jpeg_read_scanlines(&codec_, rows, count);
         if (IsInk())
-            LightOfInk(row, row, header.storedWidth, codec_.saw_Adobe_marker);
+            CmykToBgr(row, row, header.storedWidth, codec_.saw_Adobe_marker);
         if (!direct)
             upright.Put(row, y);
     }

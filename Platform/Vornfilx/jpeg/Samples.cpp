@@ -29,7 +29,7 @@ JpegSamples::JpegSamples(const RowImage& image)
         expanded_.resize(size_t{width_} * channels_);
 }
 
-const uint8_t* JpegSamples::Of(const uint8_t* row) noexcept
+const uint8_t* JpegSamples::ToSamples(const uint8_t* row) noexcept
 {
     if (expanded_.empty())
         return row;

@@ -19,7 +19,7 @@ public:
     uint32_t Channels() const noexcept { return channels_; }
 
     /** A row of the picture, as it is or in memory that is good until the next call. */
-    const uint8_t* Of(const uint8_t* row) noexcept;
+    const uint8_t* ToSamples(const uint8_t* row) noexcept;
 
 private:
     uint32_t width_, bits_;

@@ -1,10 +1,10 @@
 #include <cmath>
-#include <csetjmp>
 #include <cstdio>
 #include <cstring>
 
 #include <jpeglib.h>
 
+#include "LongJump.h"
 #include "Software.h"
 #include "jpeg/Samples.h"
 
@@ -14,15 +14,15 @@ namespace {
 
 constexpr size_t kBufferBytes = 16 * 1024;
 
-class JpegFile final : public RowFile {
+class JpegWriter final : public ImageWriter {
 public:
-    JpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
+    JpegWriter(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
         : image_{image}, bytes_{bytes}, quality_{quality}, samples_{image}
     {
     }
-    JpegFile(const JpegFile&) = delete;
-    JpegFile& operator=(const JpegFile&) = delete;
-    ~JpegFile() override { jpeg_destroy_compress(&codec_); }
+    JpegWriter(const JpegWriter&) = delete;
+    JpegWriter& operator=(const JpegWriter&) = delete;
+    ~JpegWriter() override { jpeg_destroy_compress(&codec_); }
 
     bool Begin() override
     {
@@ -48,7 +48,7 @@ public:
     {
         return Guarded([this, rows, count, stride] {
             for (uint32_t i = 0; i < count; ++i) {
-                const uint8_t* row = samples_.Of(rows + stride * i);
+                const uint8_t* row = samples_.ToSamples(rows + stride * i);
                 auto* samples = const_cast<JSAMPLE*>(row);  // the codec does not write to it
                 jpeg_write_scanlines(&codec_, &samples, 1);
             }
@@ -64,14 +64,14 @@ public:
     }
 
 private:
-    static JpegFile& Self(j_compress_ptr codec) noexcept
+    static JpegWriter& Self(j_compress_ptr codec) noexcept
     {
-        return *static_cast<JpegFile*>(codec->client_data);
+        return *static_cast<JpegWriter*>(codec->client_data);
     }
 
     [[noreturn]] static void Escape(j_common_ptr codec)
     {
-        std::longjmp(static_cast<JpegFile*>(codec->client_data)->escape_, 1);
+        static_cast<JpegWriter*>(codec->client_data)->jump_.Leave(FIL_ERR_OUT_OF_MEMORY);
     }
 
     static void KeepSilent(j_common_ptr) {}
@@ -97,7 +97,7 @@ private:
     void Append(size_t count)
     {
         if (!TryAppend(bytes_, buffer_, count))
-            std::longjmp(escape_, 1);
+            jump_.Leave(FIL_ERR_OUT_OF_MEMORY);
         EmptyBuffer(&codec_);
     }
 
@@ -105,10 +105,11 @@ private:
     template <typename Calls>
     bool Guarded(Calls calls)
     {
-        if (setjmp(escape_) != 0)  // NOLINT(cert-err52-cpp): the codec's way to report an error
-            return false;
-        calls();
-        return true;
+        const auto work = [calls] {
+            calls();
+            return FIL_SUCCESS;
+        };
+        return jump_.Guard(work) == FIL_SUCCESS;
     }
 
     void Describe()
@@ -138,15 +139,15 @@ private:
     jpeg_compress_struct codec_{};
     jpeg_error_mgr errors_{};
     jpeg_destination_mgr destination_{};
-    std::jmp_buf escape_;
+    LongJump jump_;
     uint8_t buffer_[kBufferBytes];
 };
 
 }  // namespace
 
-std::unique_ptr<RowFile> MakeJpegFile(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
+std::unique_ptr<ImageWriter> CreateJpegWriter(const RowImage& image, std::vector<uint8_t>& bytes, int quality)
 {
-    return std::make_unique<JpegFile>(image, bytes, quality);
+    return std::make_unique<JpegWriter>(image, bytes, quality);
 }
 
 }  // namespace vorn::fil

@@ -12,7 +12,7 @@
 namespace vorn::fil::pdf {
 
 /** What another program wrote in front of our pages. */
-struct Before {
+struct BaseRevision {
     uint32_t pageCount = 0;
     uint32_t pages = 0, generation = 0;  ///< root of its page tree; 0: there is nothing of others
     std::string trailer;                 ///< entries that stay in the trailer
@@ -26,6 +26,7 @@ struct PageArea {
 };
 
 /** Reads what all pages have in common, unless `before` is null; else the size of a page, counted from 1. */
-extern "C" int32_t VornReadExternalPdf(ByteSource& source, Before* before, uint32_t page, PageArea& area);
+extern "C" int32_t VornReadExternalPdf(ByteSource& source, BaseRevision* before, uint32_t page,
+                                       PageArea& area);
 
 }  // namespace vorn::fil::pdf

@@ -39,7 +39,7 @@ public:
             return status;
         const uint32_t before = document.before.pageCount;
         if (page <= before)
-            return pdf::ReadForeignPage(source, page, info);
+            return pdf::ReadExternalPage(source, page, info);
         return page - before > document.pageCount ? FIL_ERR_NO_SUCH_PAGE
                                                   : pdf::ReadPage(source, document, page - before, info);
     }
@@ -52,7 +52,7 @@ private:
     static int32_t Read(ByteSource& source, pdf::Document& document) noexcept
     {
         const int32_t status = pdf::ReadDocument(source, document);
-        return status == FIL_ERR_UNSUPPORTED ? pdf::ReadForeign(source, document) : status;
+        return status == FIL_ERR_UNSUPPORTED ? pdf::ReadExternal(source, document) : status;
     }
 };
 

@@ -38,7 +38,7 @@ bool ParseTrailer(const std::string& text, Document& document)
         return false;
     unsigned size = 0, information = 0;
     int length = 0;
-    Before& before = document.before;
+    BaseRevision& before = document.before;
     if (std::sscanf(text.c_str() + start, "/Size %u /Root %u 0 R /Info %u 0 R /VornwiaPages %u%n", &size,
                     &document.firstObject, &information, &document.pageCount, &length) != 4 &&
         std::sscanf(text.c_str() + start,
@@ -166,7 +166,7 @@ std::string EndOf(uint64_t tableAt)
 
 std::string TrailerOf(const Document& document, uint32_t pageCount, uint64_t previous)
 {
-    const Before& before = document.before;
+    const BaseRevision& before = document.before;
     std::string text =
         Print("/Size %u /Root %u 0 R", document.Page(pageCount - 1) + kPageObjects, document.Catalog());
     text += document.HasBefore()

@@ -49,7 +49,7 @@ struct Document {
     uint64_t previous = 0;   ///< where the table before it begins; 0: there is none
     uint32_t firstObject = 1;
     bool streams = false;  ///< the tables are streams
-    Before before;
+    BaseRevision before;
 
     bool HasBefore() const noexcept { return before.pages != 0; }
     uint32_t Catalog() const noexcept { return firstObject; }

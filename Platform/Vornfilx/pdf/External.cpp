@@ -10,7 +10,7 @@
 namespace vorn::fil::pdf {
 namespace {
 
-int32_t Read(ByteSource& source, Before* before, uint32_t page, PageArea& area)
+int32_t Read(ByteSource& source, BaseRevision* before, uint32_t page, PageArea& area)
 {
 #ifdef VORN_PDF_LIBRARY
     static constinit SiblingFunction<decltype(VornReadExternalPdf)> function{VORN_PDF_LIBRARY,
@@ -45,7 +45,7 @@ int32_t FindTable(ByteSource& source, Document& document)
 
 }  // namespace
 
-int32_t ReadForeign(ByteSource& source, Document& document) noexcept
+int32_t ReadExternal(ByteSource& source, Document& document) noexcept
 try {
     document = Document{};
     int32_t status = FindTable(source, document);
@@ -60,7 +60,7 @@ try {
     return FIL_ERR_OUT_OF_MEMORY;
 }
 
-int32_t ReadForeignPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept
+int32_t ReadExternalPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept
 try {
     PageArea area;
     const int32_t status = Read(source, nullptr, page, area);

@@ -13,9 +13,9 @@ namespace vorn::fil::pdf {
  * @return FIL_ERR_CORRUPT for a file with any fault; FIL_ERR_UNSUPPORTED for an encrypted one, or when the library that
  *         reads it is not there
  */
-int32_t ReadForeign(ByteSource& source, Document& document) noexcept;
+int32_t ReadExternal(ByteSource& source, Document& document) noexcept;
 
 /** Tells how large a page is, at 72 dpi. `page` counts from 1. */
-int32_t ReadForeignPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept;
+int32_t ReadExternalPage(ByteSource& source, uint32_t page, PageInfo& info) noexcept;
 
 }  // namespace vorn::fil::pdf

@@ -32,7 +32,7 @@ void PageWriter::Start()
         text_ += Print("<< /Producer (%s) >>\n", kSoftware);
         Close();
     } else if (document_.pageCount == 0) {
-        const Before& before = document_.before;
+        const BaseRevision& before = document_.before;
         text_ += '\n';
         Open(document_.Catalog());
         text_ += Print("<< /Pages %u 0 R", root) + before.catalog + " >>\n";
@@ -72,7 +72,7 @@ int32_t PageWriter::Begin(const Picture& picture)
 void PageWriter::AddTree()
 {
     const uint32_t last = document_.pageCount;
-    const Before& before = document_.before;
+    const BaseRevision& before = document_.before;
     Open(document_.Group(last));
     const uint32_t first = last / kGroupPages * kGroupPages;
     text_ += Print("<< /Type /Pages /Parent %u 0 R /Count %u /Kids [", document_.Root(), last - first + 1);

@@ -157,9 +157,9 @@ int32_t WriteData(FileUpdate& update, PageRows& bitmap, Encoding encoding, int32
         return WriteFaxData(update, bitmap);
     std::vector<uint8_t> bytes;
     if (encoding == Encoding::Jpeg)
-        return WriteRowFile(update, bitmap, *MakeJpegFile(RowImageOf(bitmap), bytes, jpegQuality), bytes);
+        return EncodePage(update, bitmap, *CreateJpegWriter(RowImageOf(bitmap), bytes, jpegQuality), bytes);
     PngRows rows;
-    return EncodeRows(bitmap, *MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap)), bytes,
+    return EncodeRows(bitmap, *CreatePngWriter(RowImageOf(bitmap), bytes, png::ChooseStrategy(bitmap)), bytes,
                       [&](const std::vector<uint8_t>& piece) { return rows.Take(update, piece); });
 }
 

@@ -115,7 +115,7 @@ std::string TrailerEntries(QPDFObjectHandle trailer)
     return text + " /ID [" + both + "]";
 }
 
-int32_t Describe(QPDF& pdf, Before& before)
+int32_t Describe(QPDF& pdf, BaseRevision& before)
 {
     QPDFObjectHandle catalog = pdf.getRoot(), tree = catalog.getKey("/Pages");
     if (!tree.isIndirect() || !tree.isDictionary())
@@ -147,7 +147,7 @@ int32_t DescribePage(QPDF& pdf, uint32_t page, PageArea& area)
     return FIL_SUCCESS;
 }
 
-int32_t Read(const std::shared_ptr<Input>& input, Before* before, uint32_t page, PageArea& area)
+int32_t Read(const std::shared_ptr<Input>& input, BaseRevision* before, uint32_t page, PageArea& area)
 try {
     QPDF pdf;
     pdf.setSuppressWarnings(true);
@@ -164,8 +164,8 @@ try {
 
 }  // namespace
 
-[[gnu::visibility("default")]] int32_t VornReadExternalPdf(ByteSource& source, Before* before, uint32_t page,
-                                                           PageArea& area)
+[[gnu::visibility("default")]] int32_t VornReadExternalPdf(ByteSource& source, BaseRevision* before,
+                                                           uint32_t page, PageArea& area)
 try {
     const auto input = std::make_shared<Input>(source);
     const int32_t status = Read(input, before, page, area);

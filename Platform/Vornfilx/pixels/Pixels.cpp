@@ -132,7 +132,7 @@ void UpperBytes(const uint8_t* from, uint8_t* to, uint64_t samples) noexcept
     }
 }
 
-void LightOfInk(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept
+void CmykToBgr(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept
 {
     const uint32_t flip = inverted ? 0 : 255;
     for (uint32_t x = 0; x < pixels; ++x, from += 4, to += kPixelBytes) {

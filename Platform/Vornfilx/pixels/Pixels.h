@@ -21,10 +21,10 @@ void UpperBytes(const uint8_t* from, uint8_t* to, uint64_t samples) noexcept;
  * Cyan, magenta, yellow, black to blue, green, red, without regard to a colour profile; `from` and `to` may be the same row.
  * @param inverted  light is stored in the place of ink, as most programs do
  */
-void LightOfInk(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept;
+void CmykToBgr(const uint8_t* from, uint8_t* to, uint32_t pixels, bool inverted) noexcept;
 
 /** What is seen of a colour that covers white by `alpha` 255ths. */
-constexpr uint8_t OverWhite(uint32_t color, uint32_t alpha) noexcept
+constexpr uint8_t BlendOverWhite(uint32_t color, uint32_t alpha) noexcept
 {
     return static_cast<uint8_t>((color * alpha + 255 * (255 - alpha) + 127) / 255);
 }

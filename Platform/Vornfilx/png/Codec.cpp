@@ -48,8 +48,8 @@ private:
     static int32_t Write(FileUpdate& file, PageRows& bitmap) noexcept
     try {
         std::vector<uint8_t> bytes;
-        const auto page = MakePngFile(RowImageOf(bitmap), bytes, png::ChooseEffort(bitmap));
-        return WriteRowFile(file, bitmap, *page, bytes);
+        const auto page = CreatePngWriter(RowImageOf(bitmap), bytes, png::ChooseStrategy(bitmap));
+        return EncodePage(file, bitmap, *page, bytes);
     } catch (const std::bad_alloc&) {
         return FIL_ERR_OUT_OF_MEMORY;
     }

@@ -23,6 +23,6 @@ constexpr bool IsTooShort(uint64_t fileBytes, const PageInfo& page) noexcept
 /**
  * The fastest way to a file that is hardly larger than the smallest. May throw std::bad_alloc.
  */
-PngEffort ChooseEffort(PageRows& bitmap);
+PngStrategy ChooseStrategy(PageRows& bitmap);
 
 }  // namespace vorn::fil::png

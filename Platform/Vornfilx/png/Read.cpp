@@ -157,9 +157,9 @@ void Decoder::ReadPalette() noexcept
     for (uint32_t i = 0; i < page_.paletteCount; ++i) {
         const uint32_t alpha = alphas && static_cast<int>(i) < alphaCount ? alphas[i] : 255;
         uint8_t* const entry = page_.palette.data() + i * kPaletteEntryBytes;
-        entry[0] = OverWhite(colors[i].blue, alpha);
-        entry[1] = OverWhite(colors[i].green, alpha);
-        entry[2] = OverWhite(colors[i].red, alpha);
+        entry[0] = BlendOverWhite(colors[i].blue, alpha);
+        entry[1] = BlendOverWhite(colors[i].green, alpha);
+        entry[2] = BlendOverWhite(colors[i].red, alpha);
     }
 }
 

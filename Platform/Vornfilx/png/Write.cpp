@@ -1,10 +1,10 @@
-#include <csetjmp>
 #include <cstring>
 
 #include <png.h>
 #include <zlib.h>
 
 #include "ImageWriter.h"
+#include "LongJump.h"
 #include "Software.h"
 #include "Vornkrnx.h"
 
@@ -12,12 +12,12 @@ namespace vorn::fil {
 
 namespace {
 
-class PngFile final : public RowFile {
+class PngWriter final : public ImageWriter {
 public:
-    PngFile(const RowImage& image, std::vector<uint8_t>& bytes, PngEffort effort)
+    PngWriter(const RowImage& image, std::vector<uint8_t>& bytes, PngStrategy strategy)
         : image_{image},
           bytes_{bytes},
-          effort_{effort},
+          strategy_{strategy},
           rowBytes_{static_cast<size_t>((uint64_t{image.width} * image.bitsPerPixel + 7) / 8)}
     {
         const std::vector<uint8_t> palette = WholePalette(image);
@@ -25,9 +25,9 @@ public:
         for (size_t i = 0; i < palette.size(); i += 4)
             palette_.push_back({palette[i + 2], palette[i + 1], palette[i]});
     }
-    PngFile(const PngFile&) = delete;
-    PngFile& operator=(const PngFile&) = delete;
-    ~PngFile() override { png_destroy_write_struct(&codec_, &info_); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+    ~PngWriter() override { png_destroy_write_struct(&codec_, &info_); }
 
     bool Begin() override
     {
@@ -68,7 +68,7 @@ public:
 private:
     [[noreturn]] static void Escape(png_structp codec, png_const_charp)
     {
-        std::longjmp(static_cast<PngFile*>(png_get_error_ptr(codec))->escape_, 1);
+        static_cast<PngWriter*>(png_get_error_ptr(codec))->jump_.Leave(FIL_ERR_OUT_OF_MEMORY);
     }
 
     static void KeepSilent(png_structp, png_const_charp) {}
@@ -76,7 +76,7 @@ private:
 
     static void Append(png_structp codec, png_bytep data, size_t count)
     {
-        if (!TryAppend(static_cast<PngFile*>(png_get_io_ptr(codec))->bytes_, data, count))
+        if (!TryAppend(static_cast<PngWriter*>(png_get_io_ptr(codec))->bytes_, data, count))
             png_error(codec, "out of memory");
     }
 
@@ -84,10 +84,11 @@ private:
     template <typename Calls>
     bool Guarded(Calls calls)
     {
-        if (setjmp(escape_) != 0)  // NOLINT(cert-err52-cpp): the codec's way to report an error
-            return false;
-        calls();
-        return true;
+        const auto work = [calls] {
+            calls();
+            return FIL_SUCCESS;
+        };
+        return jump_.Guard(work) == FIL_SUCCESS;
     }
 
     void Describe()
@@ -110,13 +111,13 @@ private:
         text.text = maker;
         png_set_text(codec_, info_, &text, 1);
         const bool levels = color || (ramp_ && image_.bitsPerPixel == 8);  // and not indices of a palette
-        filters_ = FiltersOf(effort_.filter, levels);
+        filters_ = FiltersOf(strategy_.filter, levels);
         // The codec makes room for those that it is told of now.
         png_set_filter(codec_, PNG_FILTER_TYPE_BASE,
                        filters_ == PNG_FILTER_NONE ? filters_ : filters_ | PNG_FILTER_UP);
-        if (effort_.search == PngSearch::Runs)
+        if (strategy_.search == PngSearch::Runs)
             png_set_compression_strategy(codec_, Z_RLE);
-        png_set_compression_level(codec_, effort_.search == PngSearch::Runs ? 1 : effort_.level);
+        png_set_compression_level(codec_, strategy_.search == PngSearch::Runs ? 1 : strategy_.level);
     }
 
     static int FiltersOf(PngFilter filter, bool levels) noexcept
@@ -146,7 +147,7 @@ private:
 
     RowImage image_;
     std::vector<uint8_t>& bytes_;
-    PngEffort effort_;
+    PngStrategy strategy_;
     bool ramp_ = false;  ///< no palette is needed
     size_t rowBytes_;    ///< without the padding
     int filters_ = PNG_FILTER_NONE;
@@ -154,14 +155,15 @@ private:
     std::vector<png_color> palette_;
     png_structp codec_ = nullptr;
     png_infop info_ = nullptr;
-    std::jmp_buf escape_;
+    LongJump jump_;
 };
 
 }  // namespace
 
-std::unique_ptr<RowFile> MakePngFile(const RowImage& image, std::vector<uint8_t>& bytes, PngEffort effort)
+std::unique_ptr<ImageWriter> CreatePngWriter(const RowImage& image, std::vector<uint8_t>& bytes,
+                                             PngStrategy strategy)
 {
-    return std::make_unique<PngFile>(image, bytes, effort);
+    return std::make_unique<PngWriter>(image, bytes, strategy);
 }
 
 }  // namespace vorn::fil

@@ -7,6 +7,7 @@
 #include "pixels/Pixels.h"
 #include "tiff/Chain.h"
 #include "tiff/Pages.h"
+#include "tiff/StoredFields.h"
 #include "tiff/Stream.h"
 
 namespace vorn::fil::tiff {
@@ -67,16 +68,14 @@ bool HasBitmapRows(TIFF* tiff, const Fields& fields) noexcept
     return indexed && fields.samples == 1 && (fields.bits == 1 || fields.bits == 4 || fields.bits == 8);
 }
 
-/** Dots an inch. A number of dots a centimetre is rarely exact: close to a whole number of dots, that is meant. */
-double DpiOf(TIFF* tiff, uint32_t tag) noexcept
+double ReadDpi(TIFF* tiff, uint32_t tag) noexcept
 {
     float value = 0;
     uint16_t unit = RESUNIT_INCH;
     TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
-    if (!TIFFGetField(tiff, tag, &value) || !(value > 0) || !std::isfinite(value) || unit == RESUNIT_NONE)
+    if (!TIFFGetField(tiff, tag, &value) || !(value > 0) || !std::isfinite(value))
         return 0;
-    const double dpi = unit == RESUNIT_CENTIMETER ? double{value} * 2.54 : double{value};
-    return std::abs(dpi - std::round(dpi)) < 0.01 ? std::round(dpi) : dpi;
+    return DpiOf(double{value}, unit);
 }
 
 void SetEntry(PageInfo& info, uint32_t index, uint32_t red, uint32_t green, uint32_t blue) noexcept
@@ -236,8 +235,8 @@ int32_t ReadPage(ByteSource& source, Stream& stream, uint32_t number, Page& page
     page.info.height = fields.height;
     page.info.storedBits = uint32_t{fields.bits} * fields.samples;
     page.info.bitsPerPixel = page.route == Route::Rows ? page.info.storedBits : 24;
-    page.info.xDpi = DpiOf(tiff, TIFFTAG_XRESOLUTION);
-    page.info.yDpi = DpiOf(tiff, TIFFTAG_YRESOLUTION);
+    page.info.xDpi = ReadDpi(tiff, TIFFTAG_XRESOLUTION);
+    page.info.yDpi = ReadDpi(tiff, TIFFTAG_YRESOLUTION);
     page.topDown = page.route == Route::Converted || fields.orientation == ORIENTATION_TOPLEFT;
     if (!FitsBitmap(page.info))
         return FIL_ERR_TOO_LARGE;

@@ -59,15 +59,15 @@ fil::RowImage ImageOf(const PageGeometry& geometry) noexcept
 }
 
 /** A device does not wait for its codec: the first levels are several times faster than the default one. */
-std::unique_ptr<fil::RowFile> MakePng(const fil::RowImage& image, std::vector<uint8_t>& bytes)
+std::unique_ptr<fil::ImageWriter> MakePng(const fil::RowImage& image, std::vector<uint8_t>& bytes)
 {
-    return fil::MakePngFile(image, bytes);
+    return fil::CreatePngWriter(image, bytes);
 }
 
 class CompressedEncoder final : public PageEncoder {
 public:
     using Make =
-        std::function<std::unique_ptr<fil::RowFile>(const fil::RowImage&, std::vector<uint8_t>& bytes)>;
+        std::function<std::unique_ptr<fil::ImageWriter>(const fil::RowImage&, std::vector<uint8_t>& bytes)>;
 
     CompressedEncoder(Make make, uint32_t longestSide) noexcept
         : make_{std::move(make)}, longestSide_{longestSide}
@@ -87,7 +87,7 @@ public:
         if (EncodedBytes(page.Geometry()) == 0)
             return WIA_ERROR_INCORRECT_HARDWARE_SETTING;
         Outlet outlet{sink, chunkBytes};
-        const std::unique_ptr<fil::RowFile> file = make_(ImageOf(page.Geometry()), outlet.Bytes());
+        const std::unique_ptr<fil::ImageWriter> file = make_(ImageOf(page.Geometry()), outlet.Bytes());
         if (!file->Begin())
             return E_OUTOFMEMORY;
         if (const HRESULT result = outlet.SendHeader(); result != S_OK)
@@ -100,7 +100,7 @@ public:
     }
 
 private:
-    static HRESULT WriteRows(Page& page, fil::RowFile& file, Outlet& outlet, uint32_t chunkBytes)
+    static HRESULT WriteRows(Page& page, fil::ImageWriter& file, Outlet& outlet, uint32_t chunkBytes)
     {
         const PageGeometry& geometry = page.Geometry();
         const auto rowsPerChunk =
@@ -131,7 +131,7 @@ std::unique_ptr<PageEncoder> MakeCompressedEncoder(REFGUID format, LONG jpegQual
     if (IsEqualGUID(format, WiaImgFmt_JPEG))
         return std::make_unique<CompressedEncoder>(
             [jpegQuality](const fil::RowImage& image, std::vector<uint8_t>& bytes) {
-                return fil::MakeJpegFile(image, bytes, static_cast<int>(jpegQuality));
+                return fil::CreateJpegWriter(image, bytes, static_cast<int>(jpegQuality));
             },
             fil::kLongestJpegSide);
     if (IsEqualGUID(format, WiaImgFmt_PNG))

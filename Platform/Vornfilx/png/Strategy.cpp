@@ -1,5 +1,5 @@
 /*
- * How much effort a picture repays when libpng writes it.
+ * How libpng is to write a picture: the strategy is chosen from a sample of rows.
  */
 #include <algorithm>
 #include <array>
@@ -15,12 +15,12 @@ namespace {
  * From fast to slow. The last is what the codec does of its own. The first is for pages whose rows are all alike:
  * of others the sample does not tell how much is lost in rows like those above them.
  */
-constexpr PngEffort kEfforts[] = {
+constexpr PngStrategy kStrategies[] = {
     {PngFilter::None, PngSearch::Runs},         {PngFilter::Paeth, PngSearch::Runs},
     {PngFilter::Best, PngSearch::Runs},         {PngFilter::None, PngSearch::Thorough, 3},
     {PngFilter::Paeth, PngSearch::Thorough, 6}, {PngFilter::Usual, PngSearch::Thorough, 6},
 };
-using Sizes = std::array<uint64_t, std::size(kEfforts)>;
+using Sizes = std::array<uint64_t, std::size(kStrategies)>;
 
 /** How much larger than the smallest a faster file may be: the sample is not the page. */
 constexpr double kMostLarger = 1.03;
@@ -32,10 +32,10 @@ constexpr uint32_t kBandRows = 16;
 constexpr uint64_t kEnoughBytes = 256 * 1024;
 
 /** The bytes that a band's rows take, but for the first, which has no row above it. 0 if allocation fails. */
-uint64_t MeasureBand(PageRows& bitmap, uint32_t first, uint32_t rows, const PngEffort& effort)
+uint64_t MeasureBand(PageRows& bitmap, uint32_t first, uint32_t rows, const PngStrategy& strategy)
 {
     std::vector<uint8_t> bytes;
-    const std::unique_ptr<RowFile> file = MakePngFile(RowImageOf(bitmap), bytes, effort);
+    const std::unique_ptr<ImageWriter> file = CreatePngWriter(RowImageOf(bitmap), bytes, strategy);
     if (!file->Begin() || !WriteBitmapRows(*file, bitmap, first, 1) || !file->Flush())
         return 0;
     const size_t before = bytes.size();
@@ -72,25 +72,25 @@ Sizes Measure(PageRows& bitmap)
         const uint64_t place = i * kStep % kBands;
         const uint64_t first = changing.empty() ? room * place / (kBands - 1)
                                                 : changing[(changing.size() - 1) * place / (kBands - 1)] - 1;
-        for (size_t effort = changing.empty() ? 0 : 1; effort < sizes.size(); ++effort)
-            sizes[effort] += MeasureBand(bitmap, static_cast<uint32_t>(std::min<uint64_t>(first, room)),
-                                         std::min(rows, bitmap.height), kEfforts[effort]);
+        for (size_t strategy = changing.empty() ? 0 : 1; strategy < sizes.size(); ++strategy)
+            sizes[strategy] += MeasureBand(bitmap, static_cast<uint32_t>(std::min<uint64_t>(first, room)),
+                                           std::min(rows, bitmap.height), kStrategies[strategy]);
     }
     return sizes;
 }
 
 }  // namespace
 
-PngEffort ChooseEffort(PageRows& bitmap)
+PngStrategy ChooseStrategy(PageRows& bitmap)
 {
     constexpr uint64_t kWorthSampling = 1024 * 1024;
     if (bitmap.imageBytes < kWorthSampling)
-        return kEfforts[std::size(kEfforts) - 1];
+        return kStrategies[std::size(kStrategies) - 1];
     const Sizes sizes = Measure(bitmap);
     const double most = kMostLarger * static_cast<double>(*std::min_element(sizes.begin(), sizes.end()));
     const auto chosen = std::find_if(sizes.begin(), sizes.end(),
                                      [most](uint64_t size) { return static_cast<double>(size) <= most; });
-    return kEfforts[chosen - sizes.begin()];
+    return kStrategies[chosen - sizes.begin()];
 }
 
 }  // namespace vorn::fil::png
