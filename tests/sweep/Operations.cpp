@@ -212,10 +212,11 @@ struct Pages {
     uint32_t begun = 0, bitmaps = 0;
 
     template <typename Char>
-    static int32_t Hear(WiaSession*, BitmapHandle* bitmap, const Char*, int32_t, int32_t state, void* user)
+    static int32_t Hear(WiaSession*, BitmapHandle* bitmap, const Char* file, int32_t, int32_t state,
+                        void* user)
     {
         auto& pages = *static_cast<Pages*>(user);
-        pages.begun += state == TRANSFER_STATE_BEGIN;
+        pages.begun += state == TRANSFER_STATE_BEGIN && !(file && *file);
         pages.bitmaps += bitmap && bitmap->image;
         return 1;
     }
@@ -241,7 +242,7 @@ int32_t Take(Scene& scene, Function function, First... first)
         return status;
     }
     scene.digest.Add(" %u bitmaps, %u files", pages.bitmaps, count);
-    scene.pageMissing = !scene.output->extension && pages.begun > pages.bitmaps;
+    scene.pageMissing = pages.begun > pages.bitmaps;
     for (uint32_t i = 0; list && i < count; ++i)
         KrnFree(list[i], __LINE__, __FILE__);
     if (list)
