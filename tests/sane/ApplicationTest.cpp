@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 #include <thread>
 
@@ -26,8 +27,10 @@ volatile sig_atomic_t g_reaped = 0;
 
 void ReapAll(int)
 {
+    const int error = errno;
     while (waitpid(-1, nullptr, WNOHANG) > 0)
         g_reaped = g_reaped + 1;
+    errno = error;
 }
 
 TEST_F(ScannerTest, AnApplicationThatReapsAllItsChildrenAndForksIsServedAndLeftAlone)

@@ -85,7 +85,8 @@ TEST_F(BadDriverTest, WhateverADriverDoesEndsWithItsHost)
         const ToolResult result = runs[i].Wait();
         EXPECT_EQ(result.exitCode, row.exitCode) << result.err;
         EXPECT_EQ(result.out.find("said on"), std::string::npos) << "a driver's words in the tool's output";
-        if (!row.sentence.empty()) {
+        // A sanitizer has an address space of its own size.
+        if (!row.sentence.empty() && (ToolRun::kBounded || row.device != "start-allocate")) {
             EXPECT_NE(result.err.find(row.sentence), std::string::npos) << result.err;
             EXPECT_NE(result.err.find("misbehaving:" + row.device), std::string::npos) << result.err;
         }

@@ -14,7 +14,6 @@
 #include <cstring>
 #include <fstream>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include <unistd.h>
@@ -94,12 +93,17 @@ SANE_Status Do(const std::string& deed)
 /** The deed of the open device, when it belongs to this place. */
 SANE_Status At(const char* place)
 {
+    static std::mutex mutex;  // a page may be cancelled from another thread
     const std::string start = std::string{place} + "-";
-    if (!g_value.starts_with(start))
-        return SANE_STATUS_GOOD;
-    NoteShown();
-    const std::string deed = g_value.substr(start.size());
-    g_value.clear();
+    std::string deed;
+    {
+        const std::lock_guard lock{mutex};
+        if (!g_value.starts_with(start))
+            return SANE_STATUS_GOOD;
+        NoteShown();
+        deed = g_value.substr(start.size());
+        g_value.clear();
+    }
     return Do(deed);
 }
 

@@ -126,8 +126,8 @@ MessageReader DriverHost::AwaitAnswer(Clock::time_point end)
 }
 
 template <typename Decode>
-SANE_Status DriverHost::Call(Request what, const MessageWriter& arguments, milliseconds patience, Decode&& read,
-                             HRESULT late)
+SANE_Status DriverHost::Call(Request what, const MessageWriter& arguments, milliseconds patience,
+                             Decode&& read, HRESULT late)
 try {
     const auto begin = std::max(Clock::now(), settled_);
     Post(what, arguments);

@@ -62,16 +62,6 @@ auto Using(const ScannerPtr& scanner, Body body)
     };
 }
 
-/** A client that changes something between two pages is not about to fetch the next one of a batch. */
-void EndBatchOf(Scanner& scanner, const void* owner)
-try {
-    const Scanner::Use use{scanner};
-    if ((!owner || scanner.owner == owner) && !scanner.IsScanning())
-        scanner.EndBatch();
-} catch (const Failure&) {
-    // Another thread scans: the batch is not this client's.
-}
-
 /** What has no value of its own but does something, or changes by itself. */
 void Animate(Property& property, const ScannerPtr& scanner)
 {
@@ -122,7 +112,8 @@ ItemDefinition ItemAsSet(const ScannerPtr& scanner, Generation generation)
         else
             Settings{*scanner, changed.Properties()}.Follow(id);
     });
-    item.written = [scanner](Item& written, PROPID) { EndBatchOf(*scanner, &written.Properties()); };
+    // A client that changes something between two pages is not about to fetch the next one of a batch.
+    item.written = [scanner](Item& written, PROPID) { scanner->EndBatchOf(&written.Properties()); };
     return item;
 }
 
@@ -152,7 +143,7 @@ ItemDefinition RootItem(const ScannerPtr& scanner, const Sources& sources, REFGU
         .Set(ReadOnly(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES, Value::I4(capabilities)))
         .Set(StatusProperty(scanner, sources))
         .Set(InRange(WIA_DPS_PAGES, 1, sources.hasFeeder ? 0 : 1, sources.hasFeeder ? kMostPages : 1));
-    root.written = [scanner](Item&, PROPID) { EndBatchOf(*scanner, nullptr); };
+    root.written = [scanner](Item&, PROPID) { scanner->EndBatchOf(nullptr); };
     return root;
 }
 

@@ -26,14 +26,6 @@ uint8_t* RowIn(uint8_t* rows, uint32_t i, uint32_t count, RowOrder order, uint64
     return rows + (order == RowOrder::TopDown ? i : count - 1 - i) * rowBytes;
 }
 
-/** Also where another thread has the scanner: what it does next ends the batch. */
-void EndBatch(Scanner& scanner) noexcept
-try {
-    const Scanner::Use use{scanner};
-    scanner.EndBatch();
-} catch (const Failure&) {
-}
-
 /** Ends the scan on every way out that is not the end of the page. */
 class PageGuard {
 public:
@@ -45,7 +37,7 @@ public:
     ~PageGuard()
     {
         if (!done_)
-            EndBatch(*scanner_);
+            scanner_->EndBatch();
     }
 
     /** @param ended  the device has come to the end of the page: another one of the batch can follow */
@@ -223,8 +215,8 @@ public:
     /** A batch of another tree of the same scanner goes on. */
     void EndTransfer() noexcept override
     {
-        if (settings_ && scanner_->owner == settings_)
-            EndBatch(*scanner_);
+        if (settings_)
+            scanner_->EndBatchOf(settings_);
     }
 
 private:

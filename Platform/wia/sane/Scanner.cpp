@@ -212,13 +212,23 @@ DriverHost::Lines Scanner::AwaitLines(Milliseconds moment)
 
 void Scanner::EndBatch() noexcept
 try {
+    const Use use{*this};
     scanning_ = false;
     if (std::exchange(batch_, false))
         WithHost([](DriverHost& host) { host.Cancel(); });
 } catch (const std::exception&) {
     Lose();
 } catch (const Failure&) {
-    // The host has gone, and the batch with it.
+    // The host has gone, and the batch with it; or another thread has the scanner, and ends it by what it does next.
+}
+
+void Scanner::EndBatchOf(const void* client) noexcept
+try {
+    const Use use{*this};
+    if ((!client || owner == client) && !IsScanning())
+        EndBatch();
+} catch (const Failure&) {
+    // Another thread scans: the batch is not this client's.
 }
 
 }  // namespace vorn::wia

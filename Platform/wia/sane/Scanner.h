@@ -80,6 +80,8 @@ public:
     void EndPage() noexcept { scanning_ = false; }
     /** Tells the device that no page follows; nothing when none was begun. */
     void EndBatch() noexcept;
+    /** As EndBatch, between two pages and when the settings in force are this client's; null stands for any. */
+    void EndBatchOf(const void* client) noexcept;
     /** The driver keeps the scanner, or has failed: the next use opens it anew. */
     void Lose() noexcept;
     bool IsScanning() const noexcept { return scanning_; }

@@ -118,13 +118,13 @@ std::optional<Option> Driver::Describe(SANE_Int index)
     return option;
 }
 
-/** The first option only says how many there are. */
+/** The first option only says how many there are. Across a network options have no values before they are described anew. */
 std::vector<Option> Driver::Options()
 {
     std::array<SANE_Int, kSpareBytes / sizeof(SANE_Int)> count{};
-    sane_get_option_descriptor(handle_,
-                               0);  // options across a network have no values before they are described anew
-    sane_control_option(handle_, 0, SANE_ACTION_GET_VALUE, count.data(), nullptr);
+    const SANE_Option_Descriptor* const first = sane_get_option_descriptor(handle_, 0);
+    if (first && first->size > 0 && static_cast<size_t>(first->size) <= sizeof count)
+        sane_control_option(handle_, 0, SANE_ACTION_GET_VALUE, count.data(), nullptr);
     std::vector<Option> options;
     for (SANE_Int i = 1; i < std::min(count[0], kMostOptions); ++i)
         if (std::optional<Option> option = Describe(i))
