@@ -89,14 +89,14 @@ void Scanner::Lose() noexcept
     batch_ = scanning_ = false;
 }
 
-/** For each use of the host: one that fails has ended the host. */
+/** For each use of the host: one that fails has ended the host, or leaves an answer that nobody has read whole. */
 template <typename Call>
 auto Scanner::WithHost(Call&& call)
 try {
     if (!host_)
         throw Failure{WIA_ERROR_DEVICE_COMMUNICATION};
     return call(*host_);
-} catch (const Failure&) {
+} catch (...) {
     Lose();
     throw;
 }
