@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace vorn::process {
@@ -30,6 +31,15 @@ public:
     {
         const int closing = std::exchange(value_, -1);
         return closing < 0 || close(closing) == 0 || errno == EINTR;
+    }
+
+    /** The same under a number above those that careless code closes; closed in programs that are started. */
+    Descriptor Raised() && noexcept
+    {
+        constexpr int kAbove = 100;
+        Descriptor raised{fcntl(value_, F_DUPFD_CLOEXEC, kAbove)};
+        Close();
+        return raised;
     }
 
 private:

@@ -40,9 +40,9 @@ private:
 }  // namespace
 
 Watchdog::Watchdog(pid_t application, int control)
-    : application_{static_cast<int>(syscall(SYS_pidfd_open, application, 0))},
+    : application_{process::Descriptor{static_cast<int>(syscall(SYS_pidfd_open, application, 0))}.Raised()},
       control_{control},
-      wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}
+      wake_{process::Descriptor{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}.Raised()}
 {
     const NoSignals forTheThread;
     std::thread{[this] { Run(); }}.detach();

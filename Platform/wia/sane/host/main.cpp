@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstdlib>
 
-#include <fcntl.h>
 #include <pthread.h>
 #include <sys/resource.h>
 
@@ -23,13 +22,10 @@ using process::MessageWriter;
 /** A driver that never stops allocating gets no more than this. */
 constexpr rlim_t kAddressSpace = rlim_t{4} << 30;
 
-/** Above what drivers close by mistake; closed in the programs that they start. */
+/** Where the driver does not close it by mistake. */
 Descriptor Secure(int passed)
 {
-    constexpr int kAbove = 100;
-    Descriptor descriptor{fcntl(passed, F_DUPFD_CLOEXEC, kAbove)};
-    close(passed);
-    return descriptor;
+    return Descriptor{passed}.Raised();
 }
 
 void LimitResources()
